@@ -1,0 +1,10 @@
+#include "platform/msvc_random.h"
+
+namespace corvid {
+
+MsvcRandom& processRandom() {
+  static MsvcRandom generator;
+  return generator;
+}
+
+}  // namespace corvid

@@ -1,0 +1,64 @@
+#include "startup/parameter_table.h"
+
+#include <array>
+#include <cstdlib>
+#include <string>
+
+namespace corvid {
+namespace {
+
+constexpr std::array<ParameterDefault, 31> kDefaults{{
+    {"datanum", "0", '\0'},
+    {"datapath", "D:\\Data\\", 'D'},
+    {"logfilepath", "EmptyPath", 'L'},
+    {"outputpath", "EmptyPath", 'O'},
+    {"isolation_width", "2", 'W'},
+    {"input_format", "raw", 'F'},
+    {"co-elute", "1", 'C'},
+    {"ipv_file", "IPV.txt", 'I'},
+    {"mars_model", "4", 'M'},
+    {"delete_msn", "0", 'd'},
+    {"output_mgf", "1", 'm'},
+    {"output_kx", "1", 'p'},
+    {"output_ms2", "0", '\0'},
+    {"output_mars_y", "0", 'Y'},
+    {"debug_mode", "0", 'g'},
+    {"rewrite_files", "0", 'r'},
+    {"check_activationcenter", "1", 'a'},
+    {"output_all_mars_y", "0", 'y'},
+    {"mars_threshold", "-0.34", 't'},
+    {"export_unchecked_mono", "0", 'u'},
+    {"cut_similiar_mono", "1", 'S'},
+    {"output_trainingdata", "0", 's'},
+    {"trainingset", "EmptyPath", 'T'},
+    {"recalibrate_window", "7", 'R'},
+    {"binpath", ".\\", '\0'},
+    {"m/z", "5", 'z'},
+    {"Intensity", "1", 'i'},
+    {"outputsvmlight", "0", 'v'},
+    {"samplenumberinsvmlight", "-1", 'N'},
+    {"svmlight_charge_range", "2-6", 'c'},
+    {"output_freq", "0", 'f'},
+}};
+
+}  // namespace
+
+std::span<const ParameterDefault> parameterDefaults() { return kDefaults; }
+
+void setDefaults(ParameterTable& table) {
+  for (const ParameterDefault& row : kDefaults) table[row.key] = row.value;
+}
+
+const char* keyForOption(char letter) {
+  if (letter == '\0') return nullptr;
+  for (const ParameterDefault& row : kDefaults) {
+    if (row.option == letter) return row.key;
+  }
+  return nullptr;
+}
+
+// std::string guarantees a terminator, so the C conversions see a bounded text.
+int readInteger(std::string_view text) { return std::atoi(std::string(text).c_str()); }
+double readReal(std::string_view text) { return std::atof(std::string(text).c_str()); }
+
+}  // namespace corvid

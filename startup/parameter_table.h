@@ -1,0 +1,40 @@
+#pragma once
+// The settings of one run: key text to value text. Values stay text; each user converts at the
+// point of use. Looking up a missing key with operator[] creates it empty, which the run driver
+// relies on (a datapath<i> that a parameter file lacks reads as an empty path).
+#include <map>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace corvid {
+
+using ParameterTable = std::map<std::string, std::string>;
+
+// One row of the built-in settings: the default and the command-line letter that sets it
+// ('\0' where no option exists). This table drives setDefaults and the option parser.
+struct ParameterDefault {
+  const char* key;
+  const char* value;
+  char option;
+};
+
+std::span<const ParameterDefault> parameterDefaults();
+
+// Inserts every built-in key with its default text, in table order.
+void setDefaults(ParameterTable& table);
+
+// The key that an option letter sets, or nullptr for a letter that sets nothing.
+const char* keyForOption(char letter);
+
+// Conversions at the point of use, with the C library's lenient prefix semantics:
+// leading blanks skipped, digits read until the first non-digit, 0 when there is no number.
+int readInteger(std::string_view text);
+double readReal(std::string_view text);
+// A switch is on exactly when its value is the text "1".
+inline bool isOn(const std::string& value) { return value == "1"; }
+
+// The marker for a path that was not given.
+inline constexpr std::string_view kEmptyPath = "EmptyPath";
+
+}  // namespace corvid
