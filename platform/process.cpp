@@ -21,7 +21,10 @@ std::string describeCommand(const ChildCommand& command) {
     return wrapped;
   };
   std::string line = quoted(command.program);
-  for (const std::string& argument : command.arguments) line += " " + quoted(argument);
+  for (const std::string& argument : command.arguments) {
+    line += ' ';
+    line += quoted(argument);
+  }
   return line;
 }
 
