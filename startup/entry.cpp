@@ -1,7 +1,97 @@
 #include "startup/entry.h"
 
-namespace corvid {
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <stdexcept>
+#include <string>
 
-int runEntry(int, char**) { return 0; }
+#include "build_config.h"
+#include "platform/crash_record.h"
+#include "platform/steady_clock.h"
+#include "startup/parameter_file.h"
+#include "startup/program_texts.h"
+#include "startup/run_failure.h"
+#include "startup/run_log.h"
+#include "startup/start_routes.h"
+
+namespace corvid {
+namespace {
+
+// Exit status of a caught failure: -1 as the process sees it on Windows.
+constexpr int kFailureStatus = 255;
+
+void recordCommandLine(int argc, char** argv) {
+  std::string line;
+  for (int i = 0; i < argc; ++i) {
+    line += argv[i];
+    line += ' ';
+  }
+  appendLogPiece(line);
+  appendLogPiece("\n");
+}
+
+void chooseRoute(int argc, char** argv) {
+  const char* const* arguments = argv;
+  if (argc <= 1) {
+    printVersionBlock();
+    writeParameterTemplate();
+    printUsage();
+  } else if (argc == 2 && (endsWith(argv[1], ".cfg", true) || endsWith(argv[1], ".para", true))) {
+    runFromParameterFile(arguments);
+  } else if (endsWith(argv[1], ".raw", false)) {
+    runEachAsDataPath(argc, arguments);
+  } else if (endsWith(argv[1], ".mgf", true) || endsWith(argv[1], ".MGF", true)) {
+    runMgfConversion(argc, arguments);
+  } else {
+    runFromOptions(argc, arguments);
+  }
+}
+
+void logExitNotice() {
+  logMessage("Exit", std::string("Corvid has encountered a problem and will exit. Retry with correct "
+                                  "parameters.\nFor help, please mail to ") +
+                         build::kSupportEmail);
+}
+
+[[noreturn]] void endAfterFailure() {
+  closeRunLog();
+  std::fflush(stdout);
+  std::exit(kFailureStatus);
+}
+
+}  // namespace
+
+int runEntry(int argc, char** argv) {
+  installCrashRecord();
+  createRunLog();
+  // Readers that end the process themselves still leave the log behind.
+  std::atexit(closeRunLog);
+  printBanner();
+  recordCommandLine(argc, argv);
+  const std::int64_t start = steadyMilliseconds();
+  try {
+    chooseRoute(argc, argv);
+    const std::int64_t seconds = (steadyMilliseconds() - start) / 1000;
+    logMessage("Infor", " == == == Time elapsed: " + std::to_string(seconds) + " seconds. == == == = ");
+  } catch (const RunFailure& failure) {
+    std::printf("\n");
+    logMessage("Error", failure.text);
+    logExitNotice();
+    endAfterFailure();
+  } catch (const std::out_of_range&) {
+    std::printf("\n");
+    logMessage("Error", "ARRAY ACCESS OUT OF BOUNDS!\n");
+    endAfterFailure();
+  } catch (const std::exception& error) {
+    std::printf("1\n");
+    const char* what = error.what();
+    logMessage("Exit", what != nullptr && what[0] != '\0' ? what : "Unknown exception");
+    endAfterFailure();
+  }
+  closeRunLog();
+  std::fflush(stdout);
+  return 0;
+}
 
 }  // namespace corvid

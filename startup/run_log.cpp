@@ -61,6 +61,8 @@ const std::vector<std::string>& runLogLines() {
 
 std::string runLogPath() { return theLog() ? theLog()->path : std::string(kLogFileName); }
 
+void discardRunLog() { theLog().reset(); }
+
 void closeRunLog() {
   std::unique_ptr<RunLog>& log = theLog();
   if (!log) return;

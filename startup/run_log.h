@@ -30,6 +30,8 @@ inline void logMessage(std::string_view label, std::string_view message) {
 void appendLogPiece(std::string piece);
 // Appends the collected pieces to the log file and discards the log; does nothing the second time.
 void closeRunLog();
+// Drops the log and its pieces without writing them (a fresh start, e.g. between tests).
+void discardRunLog();
 // The pieces collected so far (for tests and diagnostics).
 const std::vector<std::string>& runLogLines();
 std::string runLogPath();

@@ -1,0 +1,177 @@
+#include "startup/run_driver.h"
+
+#include <array>
+#include <initializer_list>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/paths.h"
+#include "startup/file_discovery.h"
+#include "startup/pipelines.h"
+#include "startup/run_failure.h"
+#include "startup/run_log.h"
+
+namespace corvid {
+namespace {
+
+bool containsAny(const std::string& text, std::span<const std::string_view> parts) {
+  for (std::string_view part : parts) {
+    if (text.find(part) != std::string::npos) return true;
+  }
+  return false;
+}
+
+bool isAnyOf(const std::string& text, std::initializer_list<std::string_view> values) {
+  for (std::string_view value : values) {
+    if (text == value) return true;
+  }
+  return false;
+}
+
+constexpr std::array<std::string_view, 3> kRawSpellings = {".RAW", ".raw", ".Raw"};
+constexpr std::array<std::string_view, 2> kMgfSpellings = {".MGF", ".mgf"};
+constexpr std::array<std::string_view, 3> kWiffSpellings = {".WIFF", ".wiff", ".Wiff"};
+constexpr std::array<std::string_view, 6> kOpenFormatSpellings = {".mzML",  ".mzml",  ".MZML",
+                                                                  ".mzXML", ".mzxml", ".MZXML"};
+
+// The MS1 name an extractor leaves for a vendor file: its name up to the last "." + ".MS1".
+std::string ms1NameFor(const std::string& fileName) {
+  return fileName.substr(0, fileName.rfind('.')) + ".MS1";
+}
+
+void splitFolderAndFile(ParameterTable& table, std::string& fileName) {
+  const std::string path = table["datapath"];
+  table["datapath"] = folderOf(path);
+  fileName = fileNameOf(path);
+}
+
+void runCommonTail(ParameterTable& table, const std::vector<std::string>& ms1Names) {
+  if (ms1Names.empty()) {
+    logMessage("Error", "No MS1 files in datapath! Corvid exits!");
+    return;
+  }
+  logMessage("alert", "MS1list completes.");
+  for (const std::string& name : ms1Names) runRawPipeline(table, name);
+}
+
+void runWiffPipelines(ParameterTable& table, const std::vector<std::string>& ms1Names) {
+  logMessage("alert", "MS1list completes");
+  for (const std::string& name : ms1Names) runWiffPipeline(table, name);
+}
+
+}  // namespace
+
+void validatePaths(ParameterTable& table) {
+  createRunLog();
+  std::string& dataPath = table["datapath"];
+  std::string dataFolder;
+  if (isDirectory(dataPath)) {
+    dataPath = withTrailingSeparator(dataPath);
+    dataFolder = dataPath;
+  } else if (containsAny(dataPath, kRawSpellings) || containsAny(dataPath, kMgfSpellings) ||
+             containsAny(dataPath, kWiffSpellings) || containsAny(dataPath, kOpenFormatSpellings)) {
+    if (lastSeparator(dataPath) == std::string::npos) dataPath = std::string(kBareNamePrefix) + dataPath;
+    dataFolder = folderOf(dataPath);
+  } else {
+    logMessage("Error", "Path Invalid! datapath = " + dataPath);
+    throw RunFailure("Task abort!");
+  }
+  for (const char* key : {"logfilepath", "outputpath"}) {
+    std::string& value = table[key];
+    value = value == kEmptyPath ? dataFolder : withTrailingSeparator(value);
+  }
+  table["outputsvmlight"];  // touched: created empty when missing, as every run expects the key
+}
+
+void dispatchRun(ParameterTable& table) {
+  if (!isDirectory(table["outputpath"])) {
+    logMessage("Error", "Invalid output path: " + table["outputpath"]);
+    return;
+  }
+  if (!isDirectory(table["logfilepath"])) {
+    logMessage("Error", "Invalid log path: " + table["logfilepath"]);
+    return;
+  }
+  setLogFolder(table["logfilepath"]);
+
+  const std::string dataPath = table["datapath"];
+  const std::string format = table["input_format"];
+  std::vector<std::string> ms1Names;
+  std::string fileName;
+  if (containsAny(dataPath, kMgfSpellings)) {
+    splitFolderAndFile(table, fileName);
+    runMgfFiles(table, {fileName});
+    return;
+  } else if (containsAny(dataPath, kRawSpellings)) {
+    splitFolderAndFile(table, fileName);
+    runRawExtractor(table, fileName);
+    ms1Names = {ms1NameFor(fileName)};
+  } else if (containsAny(dataPath, kOpenFormatSpellings)) {
+    splitFolderAndFile(table, fileName);
+    ms1Names = extractOpenFormatFiles(table, {fileName});
+  } else if (isAnyOf(format, {"Raw", "RAW", "raw"})) {
+    std::vector<std::string> rawNames = listRawFiles(dataPath);
+    if (rawNames.empty()) {
+      logMessage("Error", "No Raw files in datapath!\n" + dataPath);
+      return;
+    }
+    logMessage("Alert", "Rawlist completes");
+    for (const std::string& name : rawNames) runRawExtractor(table, name);
+    ms1Names = listMs1Files(dataPath);
+  } else if (isAnyOf(format, {"MGF", "mgf"})) {
+    std::vector<std::string> mgfNames = listMgfFiles(dataPath);
+    if (mgfNames.empty()) {
+      logMessage("Error", "No MGF files in datapath!\n" + dataPath);
+      return;
+    }
+    logMessage("Alert", "MGFlist completes");
+    runMgfFiles(table, mgfNames);
+    return;
+  } else if (containsAny(dataPath, kWiffSpellings)) {
+    splitFolderAndFile(table, fileName);
+    logMessage("alert", "Wifflist completes");
+    runWiffExtractor(table, fileName);
+    ms1Names = {ms1NameFor(fileName)};
+    runWiffPipelines(table, ms1Names);
+    logMessage("info", "Process complete!");
+  } else if (isAnyOf(format, {"Wiff", "WIFF", "wiff"})) {
+    std::vector<std::string> wiffNames = listWiffFiles(dataPath);
+    if (wiffNames.empty()) {
+      logMessage("Error", "No Wiff files in datapath!\n" + dataPath);
+      return;
+    }
+    logMessage("alert", "Wifflist completes");
+    for (const std::string& name : wiffNames) runWiffExtractor(table, name);
+    ms1Names = listMs1Files(dataPath);
+    if (ms1Names.empty()) {
+      logMessage("Error", "No MS1 files in datapath! Corvid exits!");
+      return;
+    }
+    runWiffPipelines(table, ms1Names);
+  } else if (isAnyOf(format, {"mzml", "mzML", "MZML", "mzxml", "mzXML", "MZXML"})) {
+    const bool xml = format.size() == 5;
+    std::vector<std::string> names = listOpenFormatFiles(dataPath);
+    std::erase_if(names, [xml](const std::string& name) {
+      return (name.size() >= 6 && (name[name.size() - 6] == '.')) != xml;
+    });
+    if (names.empty()) {
+      logMessage("Error", std::string(xml ? "No mzXML" : "No mzML") + " files in datapath!\n" + dataPath);
+      return;
+    }
+    logMessage("Alert", std::string(xml ? "mzXML" : "mzML") + "list completes");
+    ms1Names = extractOpenFormatFiles(table, names);
+  } else {
+    ms1Names = listMs1Files(dataPath);
+  }
+  runCommonTail(table, ms1Names);
+}
+
+void runOnce(ParameterTable& table) {
+  validatePaths(table);
+  dispatchRun(table);
+  if (table["Resetpath"] == "1") table["outputpath"] = std::string(kEmptyPath);
+}
+
+}  // namespace corvid

@@ -1,0 +1,77 @@
+#include "startup/start_routes.h"
+
+#include <cctype>
+#include <string>
+
+#include "startup/command_line.h"
+#include "startup/parameter_file.h"
+#include "startup/pipelines.h"
+#include "startup/run_driver.h"
+#include "startup/run_log.h"
+
+namespace corvid {
+namespace {
+
+std::string lowerFromSecond(std::string_view text) {
+  std::string lowered(text);
+  for (std::size_t i = 1; i < lowered.size(); ++i) {
+    lowered[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(lowered[i])));
+  }
+  return lowered;
+}
+
+void setResetPath(ParameterTable& table) {
+  table["Resetpath"] = table["outputpath"] == kEmptyPath ? "1" : "0";
+}
+
+}  // namespace
+
+bool endsWith(std::string_view text, std::string_view suffix, bool caseSensitive) {
+  if (text.size() <= suffix.size()) return false;
+  std::string_view tail = text.substr(text.size() - suffix.size());
+  if (caseSensitive) return tail == suffix;
+  return lowerFromSecond(tail) == lowerFromSecond(suffix);
+}
+
+void runFromParameterFile(const char* const* arguments) {
+  ParameterTable table = readParameterFile(arguments[1]);
+  const int dataCount = readInteger(table["datanum"]);
+  setResetPath(table);
+  if (dataCount < 0) return;
+  if (dataCount == 0) {
+    setBinPath(arguments, table);
+    runOnce(table);
+    return;
+  }
+  for (int i = 1; i <= dataCount; ++i) {
+    table["datapath"] = table["datapath" + std::to_string(i)];
+    setBinPath(arguments, table);
+    runOnce(table);
+  }
+}
+
+void runFromOptions(int count, const char* const* arguments) {
+  createRunLog();
+  ParameterTable table;
+  setDefaults(table);
+  applyOptions(count, arguments, table);
+  setResetPath(table);
+  setBinPath(arguments, table);
+  runOnce(table);
+}
+
+void runEachAsDataPath(int count, const char* const* arguments) {
+  for (int i = 1; i < count; ++i) {
+    const char* const single[] = {arguments[0], "-D", arguments[i]};
+    runFromOptions(3, single);
+  }
+}
+
+void runMgfConversion(int count, const char* const* arguments) {
+  for (int i = 1; i < count; ++i) {
+    logMessage("Infor", "Loading MGF...");
+    convertMgfToKx2(arguments[i]);
+  }
+}
+
+}  // namespace corvid

@@ -1,0 +1,20 @@
+#pragma once
+// The start-up routes chosen from the shape of the command line.
+#include <string_view>
+
+namespace corvid {
+
+// True when text is strictly longer than suffix and ends with it. Without case sensitivity, the
+// tail and the suffix are compared lower-cased from their second character on.
+bool endsWith(std::string_view text, std::string_view suffix, bool caseSensitive);
+
+// Argument 1 names a ".cfg"/".para" file: one run per data path of the file (`datanum`).
+void runFromParameterFile(const char* const* arguments);
+// Options on the command line: one run.
+void runFromOptions(int count, const char* const* arguments);
+// Every argument from 1 on is a data path run as "-D <argument>".
+void runEachAsDataPath(int count, const char* const* arguments);
+// Every argument from 1 on is an MGF file converted to KX2.
+void runMgfConversion(int count, const char* const* arguments);
+
+}  // namespace corvid

@@ -1,0 +1,138 @@
+#pragma once
+// Helpers shared by the tests: temporary folders, captured console text, running the real
+// binary, and golden files (rewritten only when CORVID_UPDATE_GOLDEN=1, then reviewed as a diff).
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <unistd.h>
+#include <vector>
+
+namespace corvid::testing {
+
+namespace fs = std::filesystem;
+
+// A fresh folder under the system's temporary folder, removed with everything in it.
+class TempDir {
+ public:
+  TempDir() {
+    static std::atomic<int> counter{0};
+    path_ = fs::temp_directory_path() /
+            ("corvid_test_" + std::to_string(::getpid()) + "_" + std::to_string(counter++));
+    fs::remove_all(path_);
+    fs::create_directories(path_);
+  }
+  ~TempDir() {
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
+  }
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  const fs::path& path() const { return path_; }
+  // The folder with a trailing separator, as Corvid's folders are written.
+  std::string folder() const { return path_.string() + "/"; }
+  std::string file(std::string_view name) const { return (path_ / name).string(); }
+
+ private:
+  fs::path path_;
+};
+
+inline std::string readFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream content;
+  content << in.rdbuf();
+  return content.str();
+}
+
+inline void writeFile(const fs::path& path, std::string_view content) {
+  std::ofstream out(path, std::ios::binary);
+  out.write(content.data(), static_cast<std::streamsize>(content.size()));
+}
+
+// Replaces every occurrence of `from` by `to`.
+inline std::string replaceAll(std::string text, std::string_view from, std::string_view to) {
+  if (from.empty()) return text;
+  for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
+struct RunResult {
+  int status = -1;
+  std::string out;
+  std::string err;
+};
+
+inline std::string shellQuote(const std::string& text) {
+  std::string quoted = "'";
+  for (char c : text) {
+    if (c == '\'') {
+      quoted += "'\\''";
+    } else {
+      quoted += c;
+    }
+  }
+  return quoted + "'";
+}
+
+// Runs a program in `workdir` with the given arguments; standard input from `input`.
+inline RunResult runProgram(const std::string& program, const fs::path& workdir,
+                            const std::vector<std::string>& arguments, const std::string& input = "") {
+  const fs::path outPath = workdir / ".stdout";
+  const fs::path errPath = workdir / ".stderr";
+  const fs::path inPath = workdir / ".stdin";
+  writeFile(inPath, input);
+  std::string command = "cd " + shellQuote(workdir.string()) + " && " + shellQuote(program);
+  for (const std::string& argument : arguments) command += " " + shellQuote(argument);
+  command += " < " + shellQuote(inPath.string()) + " > " + shellQuote(outPath.string()) + " 2> " +
+             shellQuote(errPath.string());
+  int raw = std::system(command.c_str());
+  RunResult result;
+  result.status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+  result.out = readFile(outPath);
+  result.err = readFile(errPath);
+  fs::remove(outPath);
+  fs::remove(errPath);
+  fs::remove(inPath);
+  return result;
+}
+
+inline RunResult runCorvid(const fs::path& workdir, const std::vector<std::string>& arguments,
+                           const std::string& input = "") {
+  return runProgram(CORVID_EXE, workdir, arguments, input);
+}
+
+// Compares text with tests/golden/<name>; CORVID_UPDATE_GOLDEN=1 rewrites the golden file instead.
+inline void expectGolden(const std::string& actual, const std::string& name) {
+  const fs::path golden = fs::path(CORVID_GOLDEN_DIR) / name;
+  const char* update = std::getenv("CORVID_UPDATE_GOLDEN");
+  if (update != nullptr && std::string(update) == "1") {
+    fs::create_directories(golden.parent_path());
+    writeFile(golden, actual);
+    return;
+  }
+  ASSERT_TRUE(fs::exists(golden)) << "missing golden file " << golden;
+  EXPECT_EQ(readFile(golden), actual) << "differs from golden file " << golden;
+}
+
+// Captures what the code under test prints on standard output (C stdio included).
+class StdoutCapture {
+ public:
+  StdoutCapture() {
+    std::fflush(stdout);
+    ::testing::internal::CaptureStdout();
+  }
+  std::string text() {
+    std::fflush(stdout);
+    return ::testing::internal::GetCapturedStdout();
+  }
+};
+
+}  // namespace corvid::testing
