@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Builds Corvid and runs the whole test suite.
+#   tools/run_tests.sh              release build in build/
+#   tools/run_tests.sh --sanitize   AddressSanitizer + UndefinedBehaviorSanitizer build in build-asan/
+set -euo pipefail
+cd "$(dirname "$0")/.."
+bash tools/install_dependencies.sh
+
+build_dir=build
+options=(-DCMAKE_BUILD_TYPE=Release -DCORVID_WERROR=ON)
+if [ "${1:-}" = "--sanitize" ]; then
+  build_dir=build-asan
+  options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVID_WERROR=ON -DCORVID_SANITIZE=ON)
+  export ASAN_OPTIONS=detect_leaks=1:abort_on_error=0
+  export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+fi
+
+# Real data for the end-to-end tests, cached outside the repository.
+bash tools/fetch_bsa1.sh >/dev/null || echo "BSA1 not available: tests that need it are skipped"
+
+cmake -S . -B "$build_dir" "${options[@]}" >/dev/null
+cmake --build "$build_dir" -j "$(nproc)"
+ctest --test-dir "$build_dir" --output-on-failure -j "$(nproc)"
