@@ -11,12 +11,6 @@ void notAvailable(const std::string& what) {
 
 }  // namespace
 
-void runRawExtractor(ParameterTable, const std::string& rawName) {
-  notAvailable("The RAW extractor (for " + rawName + ")");
-}
-void runWiffExtractor(ParameterTable, const std::string& wiffName) {
-  notAvailable("The WIFF extractor (for " + wiffName + ")");
-}
 void runRawPipeline(ParameterTable, const std::string& ms1Name) {
   notAvailable("The MS1/MS2 pipeline (for " + ms1Name + ")");
 }
