@@ -94,7 +94,9 @@ IsotopePatternTable& isotopePatternTable() {
 void loadIsotopePatternTable(const std::string& path) {
   std::optional<std::string> text = readWholeFile(path);
   if (!text) throw RunFailure{"Please make sure the IPV.txt is with this Program.^_^"};
-  std::vector<double> values;
+  // Kept between loads (the table is loaded once per file pair): no new allocation after the first.
+  static std::vector<double> values;
+  values.clear();
   values.reserve(kTableNumbers);
   bool cut = false;
   // Everything is read before the table changes, so a bad file leaves the table as it was.

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <limits>
+#include <vector>
 #include <string>
 
 #include "startup/run_failure.h"
@@ -80,7 +81,8 @@ std::string failureText(const std::string& path) {
 TEST(LoadIsotopePatternTable, ReadsFiveNumbersPerRowInFileOrder) {
   ScratchFolder folder;
   isotopePatternTable() = IsotopePatternTable{};
-  loadIsotopePatternTable(folder.write("IPV.txt", "1 0.5 0.25 0.125 0.0625\n0.5 1 0.75 0.5 2e-3\n"));
+  loadIsotopePatternTable(
+      folder.write("IPV.txt", "1 0.5 0.25 0.125 0.0625\n0.5 1 0.75 0.5 2e-3\n"));
   EXPECT_EQ(isotopePatternTable().rows[0], (IsotopePattern{1, 0.5, 0.25, 0.125, 0.0625}));
   EXPECT_EQ(isotopePatternTable().rows[1], (IsotopePattern{0.5, 1, 0.75, 0.5, 0.002}));
   EXPECT_EQ(isotopePatternTable().rows[2], kZeros);
@@ -260,7 +262,8 @@ TEST(LoadIsotopePatternTable, NonFiniteAndOutOfRangeValuesAreRefused) {
   path = folder.write("inf.txt", "1 0 0 0 -inf\n");
   EXPECT_EQ(failureText(path), prefix + path + ", line 1: \"-inf\" is not a finite number.");
   path = folder.write("huge.txt", "1 0 0 0 0\n1e999 0 0 0 0\n");
-  EXPECT_EQ(failureText(path), prefix + path + ", line 2: \"1e999\" is out of the range of a double.");
+  EXPECT_EQ(failureText(path),
+            prefix + path + ", line 2: \"1e999\" is out of the range of a double.");
   path = folder.write("signs.txt", "+-1 0 0 0 0\n");
   EXPECT_EQ(failureText(path), prefix + path + ", line 1: \"+-1\" is not a number.");
   path = folder.write("plus.txt", "1 + 0 0 0\n");
@@ -278,7 +281,8 @@ TEST(LoadIsotopePatternTable, BinaryBytesAndOverLongTokensGiveAShortClearMessage
                                    std::string(37, '7') + "...\" is not a number.");
   std::string nul = std::string("1 2\0 3", 6);
   path = folder.write("nul.bin", nul);
-  EXPECT_EQ(failureText(path), "Isotope pattern file " + path + ", line 1: \"2?\" is not a number.");
+  EXPECT_EQ(failureText(path),
+            "Isotope pattern file " + path + ", line 1: \"2?\" is not a number.");
 }
 
 TEST(LoadIsotopePatternTable, ShippedTableFillsEveryRow) {
