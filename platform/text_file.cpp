@@ -1,5 +1,7 @@
 #include "platform/text_file.h"
 
+#include <sys/stat.h>
+
 #include <cstdarg>
 #include <vector>
 
@@ -11,7 +13,17 @@ constexpr std::size_t kWriteBlock = 1 << 20;
 std::optional<std::string> readWholeFile(const std::string& path) {
   std::FILE* file = std::fopen(path.c_str(), "rb");
   if (file == nullptr) return std::nullopt;
+  // One allocation of the file's size and one read; the loop only matters for files that grow
+  // while being read or whose size cannot be taken (pipes).
+  struct stat status {};
+  if (::fstat(::fileno(file), &status) != 0 || S_ISDIR(status.st_mode)) {
+    std::fclose(file);
+    return std::nullopt;
+  }
   std::string content;
+  if (S_ISREG(status.st_mode) && status.st_size > 0) content.resize(static_cast<std::size_t>(status.st_size));
+  std::size_t filled = std::fread(content.data(), 1, content.size(), file);
+  content.resize(filled);
   char chunk[1 << 16];
   std::size_t got = 0;
   while ((got = std::fread(chunk, 1, sizeof chunk, file)) > 0) content.append(chunk, got);
