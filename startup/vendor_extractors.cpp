@@ -31,30 +31,34 @@ void runExtractorTool(const ChildCommand& command) {
   }
 }
 
-void runRawExtractor(ParameterTable parameters, const std::string& rawName) {
+namespace {
+
+// Announces and runs an extractor unless an earlier extraction is complete: the file with
+// `firstDoneEnding` and the extractor's CSV (both named after the input's stem) already exist.
+void extractUnlessDone(ParameterTable& parameters, const std::string& fileName, const char* announcement,
+                       const char* firstDoneEnding, const ChildCommand& command) {
   const std::string folder = parameters["datapath"];
-  if (!canOpenForReading(folder + rawName)) {
-    logMessage("Error", "RAW file not exists! " + rawName);
+  if (!canOpenForReading(folder + fileName)) {
+    logMessage("Error", "RAW file not exists! " + fileName);
     return;
   }
-  logMessage("State", "Calling Quarry to export MS1 and MS2 files...");
-  const std::string stem = folder + stemOf(rawName);
-  // An earlier complete extraction (marker and extractor CSV present) is reused.
-  if (canOpenForReading(stem + ".quarry") && canOpenForReading(stem + ".csv")) return;
-  runExtractorTool(rawExtractorCommand(parameters, rawName));
+  logMessage("State", announcement);
+  const std::string stem = folder + stemOf(fileName);
+  if (canOpenForReading(stem + firstDoneEnding) && canOpenForReading(stem + ".csv")) return;
+  runExtractorTool(command);
+}
+
+}  // namespace
+
+void runRawExtractor(ParameterTable parameters, const std::string& rawName) {
+  extractUnlessDone(parameters, rawName, "Calling Quarry to export MS1 and MS2 files...", ".quarry",
+                    rawExtractorCommand(parameters, rawName));
 }
 
 void runWiffExtractor(ParameterTable parameters, const std::string& wiffName) {
-  const std::string folder = parameters["datapath"];
-  if (!canOpenForReading(folder + wiffName)) {
-    logMessage("Error", "RAW file not exists! " + wiffName);
-    return;
-  }
-  logMessage("State", " Converting to MS1 & MS2...");
-  const std::string stem = folder + stemOf(wiffName);
   // The WIFF tool leaves no marker: its MS1 file and CSV stand for a complete extraction.
-  if (canOpenForReading(stem + ".ms1") && canOpenForReading(stem + ".csv")) return;
-  runExtractorTool(wiffExtractorCommand(parameters, wiffName));
+  extractUnlessDone(parameters, wiffName, " Converting to MS1 & MS2...", ".ms1",
+                    wiffExtractorCommand(parameters, wiffName));
 }
 
 }  // namespace corvid
