@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -539,6 +540,25 @@ TEST(ScoreByModelKey, SelectsByExactText) {
   EXPECT_NE(fallback, evaluateMarsModel(kMarsModel4, x));
 }
 
+// The selected-model path works its cubic factors out once; it must give the very same bits as
+// evaluating the table term by term.
+TEST(ScoreByChoice, MatchesGenericEvaluationBitForBit) {
+  const std::array<MarsModelChoice, 7> choices = {
+      MarsModelChoice::kModel1, MarsModelChoice::kModel2,   MarsModelChoice::kModel3,
+      MarsModelChoice::kModel4, MarsModelChoice::kModel5,   MarsModelChoice::kModel250,
+      MarsModelChoice::kFallback};
+  for (int step = 0; step < 200; ++step) {
+    const double s = step / 199.0;
+    const std::vector<double> x = {2.0 + 3 * s, s, 9.5 * s, s * 1.1 - 0.05, s, 1 - s, 1.5 + 3 * s,
+                                   2 + 2.5 * s, 600 + 5000 * s, 0, s, 1 - s, s - 0.06};
+    for (std::size_t m = 0; m < choices.size(); ++m) {
+      EXPECT_EQ(scoreByChoice(choices[m], x), evaluateMarsModel(*kAllModels[m], x)) << kModelNames[m];
+    }
+    EXPECT_EQ(scoreByChoice(MarsModelChoice::kMaxOf5And250, x),
+              std::max(evaluateMarsModel(kMarsModel5, x), evaluateMarsModel(kMarsModel250, x)));
+  }
+}
+
 TEST(EvaluateMarsModel, NaNFeatureDropsItsTerms) {
   std::vector<double> x = typicalFeatures();
   x[11] = std::numeric_limits<double>::quiet_NaN();
@@ -554,6 +574,8 @@ TEST(EvaluateMarsModel, NaNFeatureDropsItsTerms) {
 TEST(EvaluateMarsModel, ShortVectorThrowsOutOfRange) {
   const std::vector<double> x(12, 0.5);
   EXPECT_THROW(evaluateMarsModel(kMarsModel4, x), std::out_of_range);
+  EXPECT_THROW(scoreByModelKey("4", x), std::out_of_range);
+  EXPECT_THROW(scoreByModelKey("15", x), std::out_of_range);
 }
 
 TEST(EvaluateMarsModel, ScoreAppendedAsFourteenthValueIsNotRead) {
