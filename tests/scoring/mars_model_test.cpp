@@ -575,7 +575,9 @@ TEST(EvaluateMarsModel, ShortVectorThrowsOutOfRange) {
   const std::vector<double> x(12, 0.5);
   EXPECT_THROW(evaluateMarsModel(kMarsModel4, x), std::out_of_range);
   EXPECT_THROW(scoreByModelKey("4", x), std::out_of_range);
-  EXPECT_THROW(scoreByModelKey("15", x), std::out_of_range);
+  // Models 5 and 250 read up to position 10 only.
+  EXPECT_NO_THROW(scoreByModelKey("15", x));
+  EXPECT_THROW(scoreByModelKey("15", std::vector<double>(10, 0.5)), std::out_of_range);
 }
 
 TEST(EvaluateMarsModel, ScoreAppendedAsFourteenthValueIsNotRead) {
