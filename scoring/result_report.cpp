@@ -79,7 +79,7 @@ std::size_t writeReportRows(const MS2File& ms2File, const std::vector<std::size_
   std::size_t cursor = 0;
   std::size_t stalledRows = 0;
   for (const std::size_t position : groupPositions) {
-    const MS2Spectrum& spectrum = ms2File.spectra[position];
+    const MS2Spectrum& spectrum = ms2File.spectra.at(position);
     if (!listedForDebug(debugScanList, spectrum.scanNumber)) continue;
     const int scan = static_cast<int>(spectrum.scanNumber);
     const double scanValue = static_cast<double>(spectrum.scanNumber);

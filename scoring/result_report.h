@@ -30,7 +30,8 @@ void startReportText(std::string& reportText);
 // A kept record with a scan number below the current scan stops the cursor: this and every later
 // scan of the group is written with precursor count "0" and those kept precursors do not appear
 // in the report. Returns the number of such rows so that the caller can raise an alert.
-// Rows end with "\n"; the report file is written with CR LF line ends.
+// Rows end with "\n"; the report file is written with CR LF line ends. A position outside
+// ms2File.spectra or a typeIndex outside 0..5 throws std::out_of_range.
 std::size_t writeReportRows(const MS2File& ms2File, const std::vector<std::size_t>& groupPositions,
                             const std::vector<PrecursorRecord>& kept, int typeIndex,
                             const std::vector<std::uint32_t>* debugScanList,

@@ -124,6 +124,11 @@ TEST(WriteReportRows, EarlierScanUnderCursorWritesZeroAndStalls) {
   EXPECT_EQ(stalled, 3u);
 }
 
+TEST(WriteReportRows, PositionBeyondTheScanListThrowsOutOfRange) {
+  std::string text;
+  EXPECT_THROW(writeReportRows(threeScans(), {0, 3}, {}, 0, nullptr, nullptr, text), std::out_of_range);
+}
+
 TEST(WriteReportRows, CursorStartsAtZeroForEachCall) {
   const std::vector<PrecursorRecord> kept{{100, 2, 500.5}};
   std::string first;
