@@ -95,6 +95,21 @@ TEST(RemoveIsotopePeaks, ChargeTwoSpacingOfTheThirdMultipleRemovesBoth) {
   EXPECT_TRUE(spectrum.peaks.empty());
 }
 
+TEST(RemoveIsotopePeaks, ChargeThreeSpacingOfTheFourthMultipleRemovesBoth) {
+  // 1.3373 = 4 x 1.003 / 3 matches no spacing of k = 1 to 3.
+  MS2Spectrum spectrum = spectrumOf({{500.0, 100.0}, {501.3373, 50.0}});
+  removeIsotopePeaks(spectrum);
+  EXPECT_TRUE(spectrum.peaks.empty());
+}
+
+TEST(RemoveIsotopePeaks, FirstMatchingMultipleDecides) {
+  // 2.006 Th is 2 x 1.003 (charge 1, k = 2) before it is 4 x 1.003 / 2 (charge 2, k = 4): only
+  // the later peak goes.
+  MS2Spectrum spectrum = spectrumOf({{500.0, 100.0}, {502.006, 50.0}});
+  removeIsotopePeaks(spectrum);
+  EXPECT_EQ(mzOf(spectrum), (std::vector<double>{500.0}));
+}
+
 TEST(RemoveIsotopePeaks, ToleranceIsStrictlyBelowTwoHundredthsTh) {
   MS2Spectrum inside = spectrumOf({{500.0, 100.0}, {501.0229, 50.0}});
   removeIsotopePeaks(inside);
@@ -130,6 +145,14 @@ TEST(RemoveIsotopePeaks, AlreadyMarkedPeakStillMarksAnEarlierPeak) {
   MS2Spectrum spectrum = spectrumOf({{500.0, 100.0}, {501.6717, 30.0}, {502.006, 50.0}});
   removeIsotopePeaks(spectrum);
   EXPECT_EQ(mzOf(spectrum), (std::vector<double>{500.0}));
+}
+
+TEST(RemoveIsotopePeaks, MarkedPeakStartsNoSearchOfItsOwn) {
+  // 501.003 is marked from 500.0; 503.009 lies past the 3.0 Th stop from 500.0 and would match
+  // 2 x 1.003 from 501.003, but a marked peak is not searched from, so 503.009 stays.
+  MS2Spectrum spectrum = spectrumOf({{500.0, 100.0}, {501.003, 50.0}, {503.009, 20.0}});
+  removeIsotopePeaks(spectrum);
+  EXPECT_EQ(mzOf(spectrum), (std::vector<double>{500.0, 503.009}));
 }
 
 TEST(RemoveIsotopePeaks, EmptyAndSinglePeakSpectraAreUnchanged) {
