@@ -119,7 +119,8 @@ void BM_WriteFrequencyFile(benchmark::State& state) {
   corvid::PeakDifferenceHistogram histogram;
   std::mt19937 random(7);
   std::uniform_int_distribution<std::uint32_t> countDraw(0, 100000);
-  for (std::size_t b = 0; b < corvid::kPeakDifferenceBinCount; ++b) histogram.bins[b] = countDraw(random);
+  for (std::size_t b = 0; b < corvid::kPeakDifferenceBinCount; ++b)
+    histogram.bins[b] = countDraw(random);
   const std::string path =
       (std::filesystem::temp_directory_path() / "corvid_peak_difference_bench.freq.txt").string();
   for (auto _ : state) {

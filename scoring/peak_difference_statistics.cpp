@@ -53,9 +53,10 @@ void alertUncounted(const PeakDifferenceHistogram& histogram, const PeakDifferen
                             "not written to the frequency file");
   }
   if (tally.notANumber > 0) {
-    logMessage("Alert", "AssessTopMS2: " + std::to_string(tally.notANumber) +
-                            " peak differences were not numbers (a peak m/z that is not finite) and "
-                            "were not counted");
+    logMessage("Alert",
+               "AssessTopMS2: " + std::to_string(tally.notANumber) +
+                   " peak differences were not numbers (a peak m/z that is not finite) and "
+                   "were not counted");
   }
   if (tally.wrapped > 0) {
     logMessage("Alert", "AssessTopMS2: " + std::to_string(tally.wrapped) +
@@ -103,8 +104,8 @@ void topPeakDifferences(MS2Spectrum& spectrum, std::vector<double>& differences)
   }
 }
 
-void countPeakDifferences(const std::vector<double>& differences, PeakDifferenceHistogram& histogram,
-                          PeakDifferenceTally& tally) {
+void countPeakDifferences(const std::vector<double>& differences,
+                          PeakDifferenceHistogram& histogram, PeakDifferenceTally& tally) {
   std::uint32_t* bins = histogram.bins.data();
   for (const double difference : differences) {
     // Peaks are in ascending m/z and differences above 200.0 are never listed, so only a NaN m/z
@@ -114,8 +115,8 @@ void countPeakDifferences(const std::vector<double>& differences, PeakDifference
       continue;
     }
     // Division first, then multiplication, truncated: exactly 200.0 gives the spare bin 200000.
-    const auto index = static_cast<std::size_t>(
-        difference / kPeakDifferenceRange * static_cast<double>(kPeakDifferenceBinCount));
+    const auto index = static_cast<std::size_t>(difference / kPeakDifferenceRange *
+                                                static_cast<double>(kPeakDifferenceBinCount));
     if (++bins[index] == 0) ++tally.wrapped;
   }
 }

@@ -49,8 +49,8 @@ void removeIsotopePeaks(MS2Spectrum& spectrum);
 void topPeakDifferences(MS2Spectrum& spectrum, std::vector<double>& differences);
 
 // Adds each difference to its bin (d / 200.0 * 200000, truncated).
-void countPeakDifferences(const std::vector<double>& differences, PeakDifferenceHistogram& histogram,
-                          PeakDifferenceTally& tally);
+void countPeakDifferences(const std::vector<double>& differences,
+                          PeakDifferenceHistogram& histogram, PeakDifferenceTally& tally);
 
 // Prints "AssessTopMS2", resets the bins and counts the differences of all spectra (which are left
 // reordered as topPeakDifferences leaves them). Logs an "Alert" line for anything not recorded.

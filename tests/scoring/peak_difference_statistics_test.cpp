@@ -141,7 +141,8 @@ TEST(RemoveIsotopePeaks, SearchStopsAtTheFirstPeakBeyondThreeTh) {
 
 TEST(RemoveIsotopePeaks, AlreadyMarkedPeakStillMarksAnEarlierPeak) {
   // 502.006 is marked from 500.0 (k = 2, charge 1); 501.6717 matches nothing from 500.0 but lies a
-  // charge-3 spacing below 502.006, so it is removed too when 502.006 is visited again as a partner.
+  // charge-3 spacing below 502.006, so it is removed too when 502.006 is visited again as a
+  // partner.
   MS2Spectrum spectrum = spectrumOf({{500.0, 100.0}, {501.6717, 30.0}, {502.006, 50.0}});
   removeIsotopePeaks(spectrum);
   EXPECT_EQ(mzOf(spectrum), (std::vector<double>{500.0}));
@@ -267,8 +268,7 @@ TEST(AssessTopMS2, PrintsItsLine) {
 }
 
 TEST(AssessTopMS2, SpectrumWithFewerThanTwoPeaksAddsNothing) {
-  const PeakDifferenceHistogram histogram =
-      assessed({MS2Spectrum{}, spectrumOf({{500.0, 1.0}})});
+  const PeakDifferenceHistogram histogram = assessed({MS2Spectrum{}, spectrumOf({{500.0, 1.0}})});
   EXPECT_EQ(histogram.bins.size(), kPeakDifferenceBinCount + 1);
   EXPECT_EQ(totalCount(histogram), 0u);
 }
@@ -480,8 +480,9 @@ TEST(WritePeakDifferenceStatistics, UnwritableFolderReportsAnErrorAndDoesNotCras
   discardRunLog();
   StdoutCapture capture;
   writePeakDifferenceStatistics(file, ms2Path);
-  EXPECT_EQ(capture.text(), "AssessTopMS2\n[Corvid] Cannot create the peak-difference statistics file " +
-                                ms2Path + ".freq.txt \n");
+  EXPECT_EQ(capture.text(),
+            "AssessTopMS2\n[Corvid] Cannot create the peak-difference statistics file " + ms2Path +
+                ".freq.txt \n");
   discardRunLog();
 }
 
