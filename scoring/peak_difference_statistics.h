@@ -22,8 +22,8 @@ inline constexpr std::size_t kDifferenceListReserve = 100000;
 inline constexpr double kIsotopeSpacing = 1.003;
 inline constexpr double kIsotopeTolerance = 0.02;
 // The isotope search from a peak stops at the first later peak more than 3.0 Th away, which keeps
-// the removal near-linear. The spacings tested reach 4 x 1.003 Th, so the third and fourth isotopes
-// of a singly charged ion (3.009, 4.012 Th) match only in the part of their window below 3.0 Th.
+// the removal near-linear. The spacings tested reach 4 x 1.003 Th, so the third isotope of a singly
+// charged ion (3.009 Th) matches only in the part of its window below 3.0 Th, the fourth never.
 inline constexpr double kIsotopeSearchWindow = 3.0;
 
 struct PeakDifferenceHistogram {
@@ -34,7 +34,7 @@ struct PeakDifferenceHistogram {
 
 // What counting could not record faithfully; reported once after all spectra.
 struct PeakDifferenceTally {
-  std::uint64_t notANumber = 0;  // differences that are NaN (from a non-finite m/z): not counted
+  std::uint64_t notANumber = 0;  // NaN (from a non-finite m/z) or outside 0..200 Th: not counted
   std::uint64_t wrapped = 0;     // increments that took a 32-bit count past its maximum back to 0
 };
 
