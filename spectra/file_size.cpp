@@ -2,6 +2,10 @@
 
 #include <cstdio>
 
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
+
 #include "startup/run_failure.h"
 
 namespace corvid {
@@ -41,10 +45,26 @@ constexpr int kSeekFailureCode = 180;
   throw RunFailure{"Fail to find end of file. Corvid exits."};
 }
 
+// POSIX lets a folder be opened like a file (and then reports an absurd size); Windows refuses.
+// Treat it as Windows does: it is not a spectrum file that can be opened.
+bool isFolder(std::FILE* file) {
+#ifdef _WIN32
+  (void)file;
+  return false;
+#else
+  struct stat status {};
+  return fstat(fileno(file), &status) == 0 && S_ISDIR(status.st_mode);
+#endif
+}
+
 }  // namespace
 
 std::int64_t fileSize(const std::string& path) {
   std::FILE* file = std::fopen(path.c_str(), "rb");
+  if (file != nullptr && isFolder(file)) {
+    std::fclose(file);
+    file = nullptr;
+  }
   if (file == nullptr) {
     throw RunFailure{"\nDear User:\n Corvid.exe failed to open " + path +
                      ", this file does not exist any more!\n"};

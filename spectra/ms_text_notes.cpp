@@ -16,8 +16,8 @@ void reportTextNotes(const std::string& path, const MSTextNotes& notes) {
                             "; the text after it was not loaded.");
   }
   if (notes.linesBeforeFirstScan > 0) {
-    logMessage("Alert", std::to_string(notes.linesBeforeFirstScan) + " lines of " + path +
-                            " come before any S line and were ignored.");
+    logMessage("Alert", "Lines before the first S line of " + path + " were ignored: " +
+                            std::to_string(notes.linesBeforeFirstScan) + ".");
   }
 }
 
