@@ -6,6 +6,7 @@
 
 #include "spectra/file_size.h"
 #include "spectra/ms_text_scanners.h"
+#include "spectra/read_buffer.h"
 #include "startup/run_failure.h"
 #include "startup/run_log.h"
 
@@ -56,7 +57,9 @@ void scanMS1Chunk(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1
       if (c == 'S') {
         const char* value = p + std::min<std::int64_t>(2, end - p);
         const std::uint32_t scan = scanInteger(value, end, StopAtTab{});
+        const std::size_t previousPeaks = current != nullptr ? current->peaks.size() : 0;
         current = &ms1File.spectra.emplace_back();
+        current->peaks.reserve(expectedPeakCount(previousPeaks));
         current->scanNumber = scan;
         p = skipToLineFeed(value, begin, end, notes.bareLineFeed);
       } else if (c == 'I' && byteAt(p, 1, end) == '\t' && byteAt(p, 2, end) == 'R') {
@@ -91,12 +94,12 @@ void loadMS1File(const std::string& path, MS1File& ms1File) {
 
 void loadMS1File(const std::string& path, std::int64_t chunkLimit, MS1File& ms1File) {
   const std::int64_t size = fileSize(path);
-  std::FILE* file = std::fopen(path.c_str(), "rb");
-  if (file == nullptr) throw RunFailure{"Fail to open MS1!\n"};
+  FileHandle file(std::fopen(path.c_str(), "rb"));
+  if (!file) throw RunFailure{"Fail to open MS1!\n"};
   chunkLimit = std::max<std::int64_t>(chunkLimit, 1);
   // Only what the file needs: a small file never costs a 3 GiB buffer.
   const std::int64_t capacity = std::max<std::int64_t>(1, std::min(size, chunkLimit));
-  auto buffer = std::make_unique_for_overwrite<char[]>(static_cast<std::size_t>(capacity) + 1);
+  auto buffer = std::make_unique<ReadBuffer>(static_cast<std::size_t>(capacity) + 1, path);
 
   ms1File.spectra.clear();
   std::string fileName;
@@ -104,13 +107,10 @@ void loadMS1File(const std::string& path, std::int64_t chunkLimit, MS1File& ms1F
   bool uncutChunk = false;
   std::int64_t offset = 0;
   for (;;) {
-    const std::int64_t bytesRead = readBytesAt(file, offset, buffer.get(), capacity);
-    if (bytesRead < 0) {
-      std::fclose(file);
-      throw RunFailure{"Fail to read MS1 file " + path + "!\n"};
-    }
+    const std::int64_t bytesRead = readBytesAt(file.get(), offset, buffer->data, capacity);
+    if (bytesRead < 0) throw RunFailure{"Fail to read MS1 file " + path + "!\n"};
     if (bytesRead == 0) break;
-    const std::string_view readText(buffer.get(), static_cast<std::size_t>(bytesRead));
+    const std::string_view readText(buffer->data, static_cast<std::size_t>(bytesRead));
     std::int64_t chunkLength = ms1ChunkLength(readText, chunkLimit);
     if (chunkLength == 0) {
       // No scan starts inside a full chunk: one spectrum is larger than the chunk. Take the
@@ -122,7 +122,7 @@ void loadMS1File(const std::string& path, std::int64_t chunkLimit, MS1File& ms1F
                  fileName, notes);
     offset += chunkLength;
   }
-  std::fclose(file);
+  file.reset();
   buffer.reset();
 
   ms1File.instrumentName = fileName;

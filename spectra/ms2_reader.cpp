@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <memory>
 
 #include "spectra/file_size.h"
 #include "spectra/ms_text_scanners.h"
+#include "spectra/read_buffer.h"
 #include "spectra/precursor_record.h"
 #include "startup/run_failure.h"
 #include "startup/run_log.h"
@@ -150,7 +150,9 @@ void scanMS2Text(std::string_view text, MS2File& ms2File, MSTextNotes& notes,
       if (c == 'S') {
         const char* value = stepOver(findTab(p, end), end);
         const std::uint32_t scan = scanInteger(value, end, StopAtTab{});
+        const std::size_t previousPeaks = current != nullptr ? current->peaks.size() : 0;
         current = &ms2File.spectra.emplace_back();
+        current->peaks.reserve(expectedPeakCount(previousPeaks));
         current->scanNumber = scan;
         from = value;
       } else if (c == 'Z') {
@@ -205,13 +207,13 @@ void loadMS2File(const std::string& path, MS2File& ms2File) {
     loadMS2Text({}, readCount, path, ms2File);
     return;
   }
-  std::FILE* file = std::fopen(path.c_str(), "rb");
-  if (file == nullptr) throw RunFailure{"Fail to open MS2!\n"};
-  auto buffer = std::make_unique_for_overwrite<char[]>(static_cast<std::size_t>(readCount) + 1);
-  const std::int64_t bytesRead = readBytesAt(file, 0, buffer.get(), readCount);
-  std::fclose(file);
+  FileHandle file(std::fopen(path.c_str(), "rb"));
+  if (!file) throw RunFailure{"Fail to open MS2!\n"};
+  const ReadBuffer buffer(static_cast<std::size_t>(readCount) + 1, path);
+  const std::int64_t bytesRead = readBytesAt(file.get(), 0, buffer.data, readCount);
+  file.reset();
   if (bytesRead < 0) throw RunFailure{"Fail to read MS2 file " + path + "!\n"};
-  loadMS2Text(std::string_view(buffer.get(), static_cast<std::size_t>(bytesRead)), bytesRead,
+  loadMS2Text(std::string_view(buffer.data, static_cast<std::size_t>(bytesRead)), bytesRead,
               path, ms2File);
 }
 

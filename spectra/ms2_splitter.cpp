@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 
+#include "spectra/file_size.h"
 #include "startup/run_failure.h"
 #include "startup/run_log.h"
 
@@ -14,11 +15,6 @@ namespace {
 // Reads and writes move in blocks of this size: large enough that the copy runs at disk speed,
 // small enough to be negligible next to the loaders' buffers.
 constexpr std::size_t kCopyBlockBytes = std::size_t{16} << 20;
-
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 
 struct PartWriter {
   FileHandle file;

@@ -5,7 +5,9 @@
 // character up to a terminator, without any check that a character is a digit (a stray letter
 // simply contributes its code minus '0'). Every scanner is bounded by the end of the buffer, so a
 // value running to the end of a file, a truncated file or random bytes never read past the data.
+#include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -66,13 +68,13 @@ inline constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5
 // e = 1 and comes out ten times too large ("5" reads as 50). The extractor always writes a point,
 // and files written that way must keep reading the same, so this is kept on purpose.
 //
-// While the accumulated integer stays below 2^49 it is kept in an integer register: every step
-// value x 10 + digit is then exact, exactly as in double arithmetic, and much faster. Larger
-// values continue in double arithmetic (an endless digit string ends as infinity, never UB).
-// A negative e divides by 10^-e, which equals value x 10^e and is correctly rounded for the
-// usual widths.
+// This general form handles any characters. While the accumulated integer stays below 2^49 it is
+// kept in an integer register: every step value x 10 + digit is then exact, exactly as in double
+// arithmetic. Larger values continue in double arithmetic (an endless digit string ends as
+// infinity, never UB). A negative e divides by 10^-e, which equals value x 10^e and is correctly
+// rounded for the usual widths.
 template <typename Stop>
-inline double scanDecimal(const char*& cursor, const char* end, Stop isStop) {
+inline double scanDecimalGeneral(const char*& cursor, const char* end, Stop isStop) {
   constexpr std::int64_t kExactLimit = std::int64_t{1} << 49;
   std::int64_t whole = 0;
   std::int64_t exponent = 1;
@@ -105,6 +107,32 @@ inline double scanDecimal(const char*& cursor, const char* end, Stop isStop) {
   const std::int64_t places = -exponent;
   if (places <= 22) return value / kExactPowersOfTen[places];
   return value / std::pow(10.0, static_cast<double>(places));
+}
+
+// The decimal scanner. Nearly every number in a spectrum file is plain digits with one point and
+// at most 15 digits; those take a tight loop that gives bit for bit the result of the general
+// form (the digits then form an integer below 2^53, exact in both). Anything else, such as a
+// missing terminator after the digits or a longer number, goes through the general form.
+template <typename Stop>
+inline double scanDecimal(const char*& cursor, const char* end, Stop isStop) {
+  constexpr std::ptrdiff_t kFastDigits = 15;
+  const char* p = cursor;
+  std::uint64_t whole = 0;
+  while (p != end && isDigitChar(*p)) whole = whole * 10 + static_cast<std::uint64_t>(*p++ - '0');
+  const std::ptrdiff_t integerDigits = p - cursor;
+  std::ptrdiff_t fractionDigits = -1;  // -1: no point
+  if (p != end && *p == '.') {
+    const char* fractionStart = ++p;
+    while (p != end && isDigitChar(*p)) whole = whole * 10 + static_cast<std::uint64_t>(*p++ - '0');
+    fractionDigits = p - fractionStart;
+  }
+  if ((p == end || isStop(*p)) && integerDigits + std::max<std::ptrdiff_t>(fractionDigits, 0) <= kFastDigits) {
+    cursor = p;
+    const auto value = static_cast<double>(whole);
+    if (fractionDigits < 0) return value * 10.0;
+    return value / kExactPowersOfTen[fractionDigits];
+  }
+  return scanDecimalGeneral(cursor, end, isStop);
 }
 
 // Ion injection time: digits before the '.' accumulate as value x 10 + digit; after it the k-th
@@ -144,6 +172,12 @@ inline const char* findTab(const char* p, const char* end) {
   if (p >= end) return end;
   const void* hit = std::memchr(p, '\t', static_cast<std::size_t>(end - p));
   return hit != nullptr ? static_cast<const char*>(hit) : end;
+}
+
+// Room for the peaks of a new spectrum, guessed from the one before: neighbouring scans of a run
+// have similar peak counts, so most spectra then fill their list without reallocating it.
+inline std::size_t expectedPeakCount(std::size_t previousCount) {
+  return previousCount + previousCount / 8;
 }
 
 // One step forward that never leaves the buffer.
