@@ -12,6 +12,13 @@
 namespace corvid {
 namespace {
 
+// Under AddressSanitizer every buffer comes from the heap, where overruns are caught.
+#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__)
+constexpr bool kMapLargeBuffers = true;
+#else
+constexpr bool kMapLargeBuffers = false;
+#endif
+
 // Size and alignment of a transparent huge page on x86-64 and most 64-bit ARM kernels.
 constexpr std::size_t kHugePageBytes = std::size_t{2} << 20;
 
@@ -25,7 +32,7 @@ constexpr std::size_t kHugePageBytes = std::size_t{2} << 20;
 ReadBuffer::ReadBuffer(std::size_t bytes, const std::string& path) : size(bytes) {
   if (bytes == 0) bytes = 1;
 #ifdef __linux__
-  if (bytes >= kHugePageBytes) {
+  if (kMapLargeBuffers && bytes >= kHugePageBytes) {
     // One huge page extra, so that the buffer can start on a huge-page boundary.
     mappingBytes_ = bytes + kHugePageBytes;
     void* mapping = mmap(nullptr, mappingBytes_, PROT_READ | PROT_WRITE,

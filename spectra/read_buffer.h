@@ -3,7 +3,8 @@
 //
 // Loaders fill gigabytes at a time. On Linux the buffer is mapped directly and asks for
 // transparent huge pages, so that filling it costs one page fault per 2 MiB instead of one per
-// 4 KiB; elsewhere it is plain heap memory. The contents start undefined.
+// 4 KiB; elsewhere (and under AddressSanitizer) it is plain heap memory. The contents start
+// undefined.
 #include <cstddef>
 #include <string>
 
