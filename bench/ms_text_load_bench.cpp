@@ -6,7 +6,6 @@
 // Counters: bytes_per_second (MB/s), spectra, peaks and peak_rss_MB (getrusage ru_maxrss of the
 // whole process so far; run one benchmark per process with --benchmark_filter for its own peak).
 #include <benchmark/benchmark.h>
-
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -113,6 +112,9 @@ void writeGenerated(const std::string& path, std::int64_t bytes, bool ms2) {
       block.clear();
     }
   }
+  // Written back to disk before anything is timed, so write-back does not compete with loading.
+  std::fflush(file);
+  fsync(fileno(file));
   std::fclose(file);
 }
 
@@ -156,7 +158,8 @@ void BM_LoadMS1Text(benchmark::State& state) {
     corvid::loadMS1File(path, ms1);
     spectra = ms1.spectrumCount;
     peaks = 0;
-    for (const corvid::MS1Spectrum& s : ms1.spectra) peaks += static_cast<std::int64_t>(s.peaks.size());
+    for (const corvid::MS1Spectrum& s : ms1.spectra)
+      peaks += static_cast<std::int64_t>(s.peaks.size());
     benchmark::DoNotOptimize(ms1.spectra.data());
   }
   state.SetBytesProcessed(state.iterations() * bytes);
@@ -175,7 +178,8 @@ void BM_LoadMS2Text(benchmark::State& state) {
     corvid::loadMS2File(path, ms2);
     spectra = ms2.spectrumCount;
     peaks = 0;
-    for (const corvid::MS2Spectrum& s : ms2.spectra) peaks += static_cast<std::int64_t>(s.peaks.size());
+    for (const corvid::MS2Spectrum& s : ms2.spectra)
+      peaks += static_cast<std::int64_t>(s.peaks.size());
     benchmark::DoNotOptimize(ms2.spectra.data());
   }
   state.SetBytesProcessed(state.iterations() * bytes);

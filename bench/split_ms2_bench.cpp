@@ -3,7 +3,6 @@
 // without it the benchmark is skipped. Parts of the default size (80000 scans) are written beside
 // the file and removed after each run.
 #include <benchmark/benchmark.h>
-
 #include <sys/resource.h>
 
 #include <cstdlib>

@@ -65,8 +65,10 @@ void scanMS1Chunk(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1
       } else if (c == 'I' && byteAt(p, 1, end) == '\t' && byteAt(p, 2, end) == 'R') {
         const char* value = p + std::min(kRetTimeValue, end - p);
         const double retentionTime = scanDecimal(value, end, StopAtCarriageReturn{});
-        if (current != nullptr) current->retentionTime = retentionTime;
-        else ++notes.linesBeforeFirstScan;
+        if (current != nullptr)
+          current->retentionTime = retentionTime;
+        else
+          ++notes.linesBeforeFirstScan;
         p = skipToLineFeed(value, begin, end, notes.bareLineFeed);
       } else if (c == 'I' && byteAt(p, 1, end) == '\t' && byteAt(p, 2, end) == 'I' &&
                  byteAt(p, 3, end) == 'n') {
@@ -80,8 +82,10 @@ void scanMS1Chunk(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1
     if (p < end && isDigitChar(*p)) {
       Peak peak;
       p = scanPeakLine(p, end, peak, notes.bareLineFeed);
-      if (current != nullptr) current->peaks.push_back(peak);
-      else ++notes.linesBeforeFirstScan;
+      if (current != nullptr)
+        current->peaks.push_back(peak);
+      else
+        ++notes.linesBeforeFirstScan;
     }
     p = stepOver(p, end);
   }

@@ -5,8 +5,8 @@
 
 #include "spectra/file_size.h"
 #include "spectra/ms_text_scanners.h"
-#include "spectra/read_buffer.h"
 #include "spectra/precursor_record.h"
+#include "spectra/read_buffer.h"
 #include "startup/run_failure.h"
 #include "startup/run_log.h"
 
@@ -50,7 +50,8 @@ void readInstrumentType(char letter, MS2Spectrum& spectrum, MS2File& ms2File,
   spectrum.instrumentType = fourier ? "FT" : "IT";
   spectrum.instrumentCode = fourier ? 2 : 1;
   spectrum.activationGroup = activationGroupOf(spectrum.activationCode, spectrum.instrumentCode);
-  const bool inRange = spectrum.activationGroup >= 0 && spectrum.activationGroup < kActivationGroupCount;
+  const bool inRange =
+      spectrum.activationGroup >= 0 && spectrum.activationGroup < kActivationGroupCount;
   if (inRange) ms2File.groupPresent[static_cast<std::size_t>(spectrum.activationGroup)] = 1;
   if (spectrum.activationCode < 1) {
     ++groupNotes.unknownActivation;
@@ -94,7 +95,8 @@ const char* readItemLine(const char* p, const char* end, MS2Spectrum* spectrum, 
   }
   if (key == 'P' && byteAt(p, 11, end) == 'S') {
     const char* value = valueAt(p, kPrecursorScanValue, end);
-    spectrum->precursorScan = static_cast<std::int32_t>(scanInteger(value, end, StopAtCarriageReturn{}));
+    spectrum->precursorScan =
+        static_cast<std::int32_t>(scanInteger(value, end, StopAtCarriageReturn{}));
     return value;
   }
   return p;
@@ -126,7 +128,8 @@ void reportGroupNotes(const std::string& path, const MS2GroupNotes& groupNotes) 
   if (groupNotes.unknownActivation == 0) return;
   logMessage("Alert", std::to_string(groupNotes.unknownActivation) + " MS2 scans of " + path +
                           " have no CID, ETD or HCD activation type before their InstrumentType "
-                          "line; " + std::to_string(groupNotes.unknownInOutputGroup) +
+                          "line; " +
+                          std::to_string(groupNotes.unknownInOutputGroup) +
                           " of them still fall into an output group by the group formula.");
 }
 
@@ -134,7 +137,8 @@ void reportGroupNotes(const std::string& path, const MS2GroupNotes& groupNotes) 
 
 std::int32_t ms2ScanLength(std::int64_t byteCount) {
   // Conversion modulo 2^32, as the 32-bit length of the scanner has always been computed.
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(static_cast<std::uint64_t>(byteCount)));
+  return static_cast<std::int32_t>(
+      static_cast<std::uint32_t>(static_cast<std::uint64_t>(byteCount)));
 }
 
 void scanMS2Text(std::string_view text, MS2File& ms2File, MSTextNotes& notes,
@@ -165,8 +169,10 @@ void scanMS2Text(std::string_view text, MS2File& ms2File, MSTextNotes& notes,
     if (p < end && isDigitChar(*p)) {
       Peak peak;
       p = scanPeakLine(p, end, peak, notes.bareLineFeed);
-      if (current != nullptr) current->peaks.push_back(peak);
-      else ++notes.linesBeforeFirstScan;
+      if (current != nullptr)
+        current->peaks.push_back(peak);
+      else
+        ++notes.linesBeforeFirstScan;
     }
     p = stepOver(p, end);
   }
@@ -213,8 +219,8 @@ void loadMS2File(const std::string& path, MS2File& ms2File) {
   const std::int64_t bytesRead = readBytesAt(file.get(), 0, buffer.data, readCount);
   file.reset();
   if (bytesRead < 0) throw RunFailure{"Fail to read MS2 file " + path + "!\n"};
-  loadMS2Text(std::string_view(buffer.data, static_cast<std::size_t>(bytesRead)), bytesRead,
-              path, ms2File);
+  loadMS2Text(std::string_view(buffer.data, static_cast<std::size_t>(bytesRead)), bytesRead, path,
+              ms2File);
 }
 
 }  // namespace corvid

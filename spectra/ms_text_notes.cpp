@@ -16,8 +16,8 @@ void reportTextNotes(const std::string& path, const MSTextNotes& notes) {
                             "; the text after it was not loaded.");
   }
   if (notes.linesBeforeFirstScan > 0) {
-    logMessage("Alert", "Lines before the first S line of " + path + " were ignored: " +
-                            std::to_string(notes.linesBeforeFirstScan) + ".");
+    logMessage("Alert", "Lines before the first S line of " + path +
+                            " were ignored: " + std::to_string(notes.linesBeforeFirstScan) + ".");
   }
 }
 

@@ -7,9 +7,9 @@
 namespace corvid {
 
 struct MSTextNotes {
-  bool bareLineFeed = false;             // a line ended with LF alone (the format wants CR LF)
-  std::int64_t zeroByteOffset = -1;      // file offset of the first zero byte that ended a scan
-  std::int64_t linesBeforeFirstScan = 0; // peak, I or Z lines met before any S line (ignored)
+  bool bareLineFeed = false;              // a line ended with LF alone (the format wants CR LF)
+  std::int64_t zeroByteOffset = -1;       // file offset of the first zero byte that ended a scan
+  std::int64_t linesBeforeFirstScan = 0;  // peak, I or Z lines met before any S line (ignored)
 };
 
 // One "Alert" line per kind of problem noted, naming the file.

@@ -126,7 +126,8 @@ inline double scanDecimal(const char*& cursor, const char* end, Stop isStop) {
     while (p != end && isDigitChar(*p)) whole = whole * 10 + static_cast<std::uint64_t>(*p++ - '0');
     fractionDigits = p - fractionStart;
   }
-  if ((p == end || isStop(*p)) && integerDigits + std::max<std::ptrdiff_t>(fractionDigits, 0) <= kFastDigits) {
+  if ((p == end || isStop(*p)) &&
+      integerDigits + std::max<std::ptrdiff_t>(fractionDigits, 0) <= kFastDigits) {
     cursor = p;
     const auto value = static_cast<double>(whole);
     if (fractionDigits < 0) return value * 10.0;

@@ -1,10 +1,9 @@
 #include "spectra/file_size.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <string>
-
-#include <unistd.h>
 
 #include "ms_text_test_support.h"
 #include "startup/run_failure.h"

@@ -84,7 +84,7 @@ TEST(LoadMS1File, RetTimeWithoutPointIsTenTimesLarger) {
 TEST(LoadMS1File, InstrumentLettersAndFirstTypedScanDecidesTheName) {
   TempFolder folder;
   const MS1File ms1 = loadText(folder,
-                               "S\t1\t1\r\n"                       // no type line
+                               "S\t1\t1\r\n"  // no type line
                                "S\t2\t2\r\nI\tInstrumentType\tITMS\r\n"
                                "S\t3\t3\r\nI\tInstrumentType\tFTMS\r\n"
                                "S\t4\t4\r\nI\tInstrumentType\tQTOF\r\n"
@@ -136,7 +136,8 @@ std::string manyScans(int count) {
     text += "I\tRetTime\t" + std::to_string(scan) + ".5\r\n";
     text += "I\tInstrumentType\tFTMS\r\n";
     for (int k = 0; k < scan % 4; ++k) {
-      text += std::to_string(100 + scan) + "." + std::to_string(k) + " " + std::to_string(k + 1) + ".5\r\n";
+      text += std::to_string(100 + scan) + "." + std::to_string(k) + " " + std::to_string(k + 1) +
+              ".5\r\n";
     }
   }
   return text;
@@ -188,18 +189,18 @@ TEST(LoadMS1File, SpectrumLargerThanTheChunkIsSplitWithAnAlert) {
   // The cut cannot find a scan start and the chunks run through the spectrum: nothing hangs.
   ASSERT_GE(ms1.spectra.size(), 1u);
   EXPECT_EQ(log.messages(),
-            (std::vector<std::string>{"A spectrum of " + path +
-                                          " is larger than the read chunk of 10 bytes and was "
-                                          "split between chunks.",
-                                      "Loading MS1 Spectra Number: " +
-                                          std::to_string(ms1.spectra.size())}));
+            (std::vector<std::string>{
+                "A spectrum of " + path +
+                    " is larger than the read chunk of 10 bytes and was "
+                    "split between chunks.",
+                "Loading MS1 Spectra Number: " + std::to_string(ms1.spectra.size())}));
 }
 
 TEST(MS1ChunkLength, CutsBeforeTheLastScanAtALineStart) {
   // 22 bytes; the second scan starts at 14.
   EXPECT_EQ(ms1ChunkLength("S\t1\r\n1.0 2.0\r\nS\t2\r\n3.0", 100), 22);  // short read: whole
   EXPECT_EQ(ms1ChunkLength("S\t1\r\n1.0 2.0\r\nS\t2\r\n3.0", 22), 14);
-  EXPECT_EQ(ms1ChunkLength("S\t1\r\nXS\t2\r\n", 11), 0);                // no S after a line feed
+  EXPECT_EQ(ms1ChunkLength("S\t1\r\nXS\t2\r\n", 11), 0);  // no S after a line feed
   EXPECT_EQ(ms1ChunkLength("", 5), 0);
 }
 
@@ -290,10 +291,9 @@ TEST(LoadMS1File, LinesBeforeTheFirstScanAreIgnoredWithAlert) {
   ASSERT_EQ(ms1.spectra.size(), 1u);
   EXPECT_EQ(ms1.spectra[0].retentionTime, 0.0);
   EXPECT_EQ(ms1.spectra[0].peaks.size(), 1u);
-  EXPECT_EQ(log.messages(),
-            (std::vector<std::string>{"Lines before the first S line of " + path +
-                                          " were ignored: 2.",
-                                      "Loading MS1 Spectra Number: 1"}));
+  EXPECT_EQ(log.messages(), (std::vector<std::string>{
+                                "Lines before the first S line of " + path + " were ignored: 2.",
+                                "Loading MS1 Spectra Number: 1"}));
 }
 
 TEST(LoadMS1File, RandomBytesNeverCrashOrHang) {

@@ -17,7 +17,8 @@ using testing_support::LogWatch;
 using testing_support::TempFolder;
 using testing_support::writeBytes;
 
-MS2File loadText(const TempFolder& folder, const std::string& text, std::string* pathOut = nullptr) {
+MS2File loadText(const TempFolder& folder, const std::string& text,
+                 std::string* pathOut = nullptr) {
   const std::string path = folder.file("run.ms2");
   writeBytes(path, text);
   MS2File ms2;
@@ -76,13 +77,15 @@ TEST(LoadMS2File, ReadsEveryRecognisedLine) {
   EXPECT_EQ(ms2.groupPresent, (std::array<std::uint8_t, 6>{0, 0, 0, 0, 0, 1}));
   EXPECT_EQ(ms2.scanTableSize, 200000);
   ASSERT_EQ(ms2.scanTable.size(), 200000u);
-  EXPECT_TRUE(std::all_of(ms2.scanTable.begin(), ms2.scanTable.end(), [](int v) { return v == 0; }));
+  EXPECT_TRUE(
+      std::all_of(ms2.scanTable.begin(), ms2.scanTable.end(), [](int v) { return v == 0; }));
   EXPECT_EQ(log.messages(), std::vector<std::string>{"Loading MS2 Spectra Number: 1"});
 }
 
 TEST(LoadMS2File, ChargeZeroBecomesTwoAndZeroMassIsRebuiltFromActivationCenter) {
   TempFolder folder;
-  const MS2File ms2 = loadText(folder, "S\t1\t1\t500.25\r\nI\tActivationCenter\t500.25\r\nZ\t0\t0.0\r\n");
+  const MS2File ms2 =
+      loadText(folder, "S\t1\t1\t500.25\r\nI\tActivationCenter\t500.25\r\nZ\t0\t0.0\r\n");
   ASSERT_EQ(ms2.spectra.size(), 1u);
   EXPECT_EQ(ms2.spectra[0].charge, 2);
   EXPECT_DOUBLE_EQ(ms2.spectra[0].precursorMH, 999.492724);
@@ -184,7 +187,8 @@ TEST(LoadMS2File, EveryActivationAndAnalyzerGivesItsGroup) {
   }
   const MS2File ms2 = loadText(folder, text);
   ASSERT_EQ(ms2.spectra.size(), 6u);
-  for (int g = 0; g < 6; ++g) EXPECT_EQ(ms2.spectra[static_cast<std::size_t>(g)].activationGroup, g);
+  for (int g = 0; g < 6; ++g)
+    EXPECT_EQ(ms2.spectra[static_cast<std::size_t>(g)].activationGroup, g);
   EXPECT_EQ(ms2.groupPresent, (std::array<std::uint8_t, 6>{1, 1, 1, 1, 1, 1}));
 }
 
@@ -201,14 +205,16 @@ TEST(LoadMS2File, QuadrupoleTimeOfFlightCountsAsFourierTransformAndOthersAsIonTr
 
 TEST(LoadMS2File, InstrumentTypeBeforeActivationTypeComputesTheGroupFromCodeZero) {
   TempFolder folder;
-  const MS2File ms2 = loadText(folder, "S\t1\t1\r\nI\tInstrumentType\tFTMS\r\nI\tActivationType\tCID\r\n");
+  const MS2File ms2 =
+      loadText(folder, "S\t1\t1\r\nI\tInstrumentType\tFTMS\r\nI\tActivationType\tCID\r\n");
   EXPECT_EQ(ms2.spectra[0].activationCode, 1);
   EXPECT_EQ(ms2.spectra[0].activationGroup, 2);  // 0 - 4 + 3 x 2
 }
 
 TEST(LoadMS2File, RetTimeWithoutPointIsTenTimesLarger) {
   TempFolder folder;
-  const MS2File ms2 = loadText(folder, "S\t1\t1\r\nI\tRetTime\t12\r\nS\t2\t2\r\nI\tRetTime\t12.0\r\n");
+  const MS2File ms2 =
+      loadText(folder, "S\t1\t1\r\nI\tRetTime\t12\r\nS\t2\t2\r\nI\tRetTime\t12.0\r\n");
   EXPECT_EQ(ms2.spectra[0].retentionTime, 120.0);
   EXPECT_EQ(ms2.spectra[1].retentionTime, 12.0);
 }
@@ -365,10 +371,9 @@ TEST(LoadMS2File, LinesBeforeTheFirstScanAreIgnoredWithAlert) {
                                &path);
   EXPECT_EQ(ms2.spectrumCount, 1);
   EXPECT_EQ(ms2.spectra[0].charge, 0);
-  EXPECT_EQ(log.messages(),
-            (std::vector<std::string>{"Lines before the first S line of " + path +
-                                          " were ignored: 3.",
-                                      "Loading MS2 Spectra Number: 1"}));
+  EXPECT_EQ(log.messages(), (std::vector<std::string>{
+                                "Lines before the first S line of " + path + " were ignored: 3.",
+                                "Loading MS2 Spectra Number: 1"}));
 }
 
 TEST(LoadMS2File, RandomBytesNeverCrashOrHang) {

@@ -46,9 +46,8 @@ TEST(SplitMS2, TwentyScansInPartsOfEightGiveEightEightFour) {
   std::vector<std::string> parts;
   LogWatch log;
   ASSERT_EQ(splitMS2(path, 8, parts), 3);
-  const std::vector<std::string> expectedPaths = {folder.file("run1_ID_0.ms2"),
-                                                  folder.file("run1_ID_1.ms2"),
-                                                  folder.file("run1_ID_2.ms2")};
+  const std::vector<std::string> expectedPaths = {
+      folder.file("run1_ID_0.ms2"), folder.file("run1_ID_1.ms2"), folder.file("run1_ID_2.ms2")};
   EXPECT_EQ(parts, expectedPaths);
   const std::string part0 = readBytes(parts[0]);
   const std::string part1 = readBytes(parts[1]);
@@ -62,9 +61,10 @@ TEST(SplitMS2, TwentyScansInPartsOfEightGiveEightEightFour) {
   EXPECT_EQ(part1.rfind("S\t9\t", 0), 0u);
   EXPECT_EQ(part2.rfind("S\t17\t", 0), 0u);
   EXPECT_EQ(part0 + part1 + part2, text);
-  EXPECT_EQ(log.messages(), (std::vector<std::string>{"File 0: " + expectedPaths[0] + " complete!",
-                                                      "File 1: " + expectedPaths[1] + " complete!",
-                                                      "File 2: " + expectedPaths[2] + " complete!"}));
+  EXPECT_EQ(log.messages(),
+            (std::vector<std::string>{"File 0: " + expectedPaths[0] + " complete!",
+                                      "File 1: " + expectedPaths[1] + " complete!",
+                                      "File 2: " + expectedPaths[2] + " complete!"}));
 }
 
 TEST(SplitMS2, ExactMultipleOfThePartSizeMakesNoEmptyPart) {

@@ -104,9 +104,10 @@ double plainDoubleDecimal(const std::string& text) {
 }
 
 TEST(ScanDecimal, LongDigitStringsMatchPlainDoubleArithmetic) {
-  for (const std::string text : {"12345678901234567890.5", "98765432109876543210987.25",
-                                 "1-2-3-4-5-6-7-8-9-0-1-2-3-4-5-6-7-8.5", "0.000000000000000000000001",
-                                 "4503599627370497.5", "562949953421312.9"}) {
+  for (const std::string text :
+       {"12345678901234567890.5", "98765432109876543210987.25",
+        "1-2-3-4-5-6-7-8-9-0-1-2-3-4-5-6-7-8.5", "0.000000000000000000000001", "4503599627370497.5",
+        "562949953421312.9"}) {
     EXPECT_EQ(decimalUntilCr(text + "\r").value, plainDoubleDecimal(text)) << text;
   }
 }

@@ -2,6 +2,7 @@
 // Helpers for the spectrum text tests: a private temporary folder, file writing and the log
 // messages a call produced.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdio>
@@ -10,8 +11,6 @@
 #include <iterator>
 #include <string>
 #include <vector>
-
-#include <unistd.h>
 
 #include "startup/run_log.h"
 
