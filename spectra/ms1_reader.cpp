@@ -20,7 +20,7 @@ constexpr std::int64_t kInstrumentLetter = 17;
 
 // "F" or "Q" (Fourier-transform or quadrupole time-of-flight analyzers) is an FTMS scan, "I" an
 // ion trap scan, anything else unknown.
-void readInstrumentLetter(char letter, MS1Spectrum* current, std::string& fileName) {
+void readInstrumentLetter(char letter, MS1Spectrum& spectrum, std::string& fileName) {
   char shortName = 'U';
   std::string_view longName = "Unknown";
   if (letter == 'F' || letter == 'Q') {
@@ -30,7 +30,7 @@ void readInstrumentLetter(char letter, MS1Spectrum* current, std::string& fileNa
     shortName = 'I';
     longName = "ITMS";
   }
-  if (current != nullptr) current->instrumentLetter.assign(1, shortName);
+  spectrum.instrumentLetter.assign(1, shortName);
   if (fileName.empty()) fileName.assign(longName);
 }
 
@@ -65,15 +65,19 @@ void scanMS1Chunk(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1
       } else if (c == 'I' && byteAt(p, 1, end) == '\t' && byteAt(p, 2, end) == 'R') {
         const char* value = p + std::min(kRetTimeValue, end - p);
         const double retentionTime = scanDecimal(value, end, StopAtCarriageReturn{});
-        if (current != nullptr)
+        if (current != nullptr) {
           current->retentionTime = retentionTime;
-        else
+        } else {
           ++notes.linesBeforeFirstScan;
+        }
         p = skipToLineFeed(value, begin, end, notes.bareLineFeed);
       } else if (c == 'I' && byteAt(p, 1, end) == '\t' && byteAt(p, 2, end) == 'I' &&
                  byteAt(p, 3, end) == 'n') {
-        if (current == nullptr) ++notes.linesBeforeFirstScan;
-        readInstrumentLetter(byteAt(p, kInstrumentLetter, end), current, fileName);
+        if (current != nullptr) {
+          readInstrumentLetter(byteAt(p, kInstrumentLetter, end), *current, fileName);
+        } else {
+          ++notes.linesBeforeFirstScan;
+        }
         p = skipToLineFeed(p, begin, end, notes.bareLineFeed);
       } else {
         p = skipToLineFeed(p, begin, end, notes.bareLineFeed);
@@ -82,10 +86,11 @@ void scanMS1Chunk(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1
     if (p < end && isDigitChar(*p)) {
       Peak peak;
       p = scanPeakLine(p, end, peak, notes.bareLineFeed);
-      if (current != nullptr)
+      if (current != nullptr) {
         current->peaks.push_back(peak);
-      else
+      } else {
         ++notes.linesBeforeFirstScan;
+      }
     }
     p = stepOver(p, end);
   }

@@ -169,10 +169,11 @@ void scanMS2Text(std::string_view text, MS2File& ms2File, MSTextNotes& notes,
     if (p < end && isDigitChar(*p)) {
       Peak peak;
       p = scanPeakLine(p, end, peak, notes.bareLineFeed);
-      if (current != nullptr)
+      if (current != nullptr) {
         current->peaks.push_back(peak);
-      else
+      } else {
         ++notes.linesBeforeFirstScan;
+      }
     }
     p = stepOver(p, end);
   }

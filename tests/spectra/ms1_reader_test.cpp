@@ -286,13 +286,16 @@ TEST(LoadMS1File, LinesBeforeTheFirstScanAreIgnoredWithAlert) {
   TempFolder folder;
   std::string path;
   LogWatch log;
-  const MS1File ms1 =
-      loadText(folder, "100.5 1.0\r\nI\tRetTime\t1.0\r\nS\t1\t1\r\n200.5 2.0\r\n", 0, &path);
+  const MS1File ms1 = loadText(folder,
+                               "100.5 1.0\r\nI\tRetTime\t1.0\r\nI\tInstrumentType\tITMS\r\n"
+                               "S\t1\t1\r\nI\tInstrumentType\tFTMS\r\n200.5 2.0\r\n",
+                               0, &path);
   ASSERT_EQ(ms1.spectra.size(), 1u);
   EXPECT_EQ(ms1.spectra[0].retentionTime, 0.0);
   EXPECT_EQ(ms1.spectra[0].peaks.size(), 1u);
+  EXPECT_EQ(ms1.instrumentName, "FTMS");  // a type line outside any scan decides nothing
   EXPECT_EQ(log.messages(), (std::vector<std::string>{
-                                "Lines before the first S line of " + path + " were ignored: 2.",
+                                "Lines before the first S line of " + path + " were ignored: 3.",
                                 "Loading MS1 Spectra Number: 1"}));
 }
 
