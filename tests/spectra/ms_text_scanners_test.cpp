@@ -112,6 +112,30 @@ TEST(ScanDecimal, LongDigitStringsMatchPlainDoubleArithmetic) {
   }
 }
 
+TEST(ScanDecimal, PlainNumbersGiveTheGeneralFormBitForBit) {
+  std::uint64_t state = 12345;
+  auto next = [&state] {
+    state = state * 6364136223846793005ULL + 1442695040888963407ULL;
+    return static_cast<unsigned>(state >> 40);
+  };
+  for (int i = 0; i < 20000; ++i) {
+    std::string text;
+    const unsigned integerDigits = next() % 9;
+    const unsigned fractionDigits = next() % 9;
+    for (unsigned k = 0; k < integerDigits; ++k) text += static_cast<char>('0' + next() % 10);
+    if (next() % 4 != 0) text += '.';
+    for (unsigned k = 0; k < fractionDigits; ++k) text += static_cast<char>('0' + next() % 10);
+    text += '\r';
+    const char* fast = text.data();
+    const char* general = text.data();
+    const char* end = text.data() + text.size();
+    const double fastValue = scanDecimal(fast, end, StopAtCarriageReturn{});
+    const double generalValue = scanDecimalGeneral(general, end, StopAtCarriageReturn{});
+    ASSERT_EQ(fastValue, generalValue) << text;
+    ASSERT_EQ(fast, general) << text;
+  }
+}
+
 TEST(ScanDecimal, HugeDigitStringsOverflowToInfinityWithoutUndefinedBehaviour) {
   EXPECT_TRUE(std::isinf(decimalUntilCr(std::string(400, '9') + ".\r").value));
   EXPECT_EQ(decimalUntilCr("0." + std::string(400, '0') + "1\r").value, 0.0);
