@@ -1,0 +1,30 @@
+#pragma once
+// Loads an extracted .ms1 text file (S, I and peak lines with CR LF line ends) into an MS1File.
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "spectra/ms_text_notes.h"
+#include "spectra/spectrum_records.h"
+
+namespace corvid {
+
+// Fills spectra, spectrumCount and instrumentName, reading the file in chunks of at most
+// 3 GiB. Throws RunFailure when the file is missing or cannot be opened or read. Announces
+// "Loading MS1 Spectra Number: <count>" with label "Infor".
+void loadMS1File(const std::string& path, MS1File& ms1File);
+
+// The same with another chunk limit (bytes per read); chunk boundaries move with it.
+void loadMS1File(const std::string& path, std::int64_t chunkLimit, MS1File& ms1File);
+
+// Length of the chunk to scan out of bytesRead bytes just read. A read that filled the whole
+// limit is cut back to the last "S" that follows a line feed, so that no spectrum is split
+// between chunks; 0 when the read filled the limit and no such "S" exists.
+std::int64_t ms1ChunkLength(std::string_view bytesRead, std::int64_t chunkLimit);
+
+// Scans one chunk into ms1File. fileName collects the first instrument name met (it is only
+// written while empty); chunkOffset is the chunk's position in the file, for the notes.
+void scanMS1Chunk(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1File,
+                  std::string& fileName, MSTextNotes& notes);
+
+}  // namespace corvid

@@ -1,0 +1,18 @@
+#pragma once
+// What the MS1/MS2 text scanners noticed about a file while loading it, and the "Alert" lines
+// that tell the user when the file's shape makes values read wrongly or lines go unread.
+#include <cstdint>
+#include <string>
+
+namespace corvid {
+
+struct MSTextNotes {
+  bool bareLineFeed = false;              // a line ended with LF alone (the format wants CR LF)
+  std::int64_t zeroByteOffset = -1;       // file offset of the first zero byte that ended a scan
+  std::int64_t linesBeforeFirstScan = 0;  // peak, I or Z lines met before any S line (ignored)
+};
+
+// One "Alert" line per kind of problem noted, naming the file.
+void reportTextNotes(const std::string& path, const MSTextNotes& notes);
+
+}  // namespace corvid

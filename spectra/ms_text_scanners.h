@@ -1,0 +1,214 @@
+#pragma once
+// Digit scanners and line helpers shared by the MS1 and MS2 text loaders.
+//
+// The loaders never use the C library to read numbers: each value is accumulated character by
+// character up to a terminator, without any check that a character is a digit (a stray letter
+// simply contributes its code minus '0'). Every scanner is bounded by the end of the buffer, so a
+// value running to the end of a file, a truncated file or random bytes never read past the data.
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "spectra/spectrum_records.h"
+
+namespace corvid {
+
+// Spectrum text files are read into one buffer of at most 3 GiB: the size Corvid has always used
+// for its read buffer, so chunk boundaries and size limits fall at the same bytes everywhere.
+inline constexpr std::int64_t kSpectrumReadBufferBytes = 3221225472;
+
+inline bool isUpperLetter(char c) { return c >= 'A' && c <= 'Z'; }
+inline bool isDigitChar(char c) { return c >= '0' && c <= '9'; }
+
+// The contribution of one character: its code minus '0', taken as a signed byte so that every
+// platform gives the same value for bytes above 127.
+inline int digitValue(char c) { return static_cast<int>(static_cast<signed char>(c)) - '0'; }
+
+// Terminator sets of the scanners.
+struct StopAtTab {
+  bool operator()(char c) const { return c == '\t'; }
+};
+struct StopAtCarriageReturn {
+  bool operator()(char c) const { return c == '\r'; }
+};
+// The m/z of a peak line ends at its separator: one blank or one TAB.
+struct StopAtPeakSeparator {
+  bool operator()(char c) const { return c == '\t' || c == ' '; }
+};
+// The intensity of a peak line ends at a carriage return, TAB, line feed or blank.
+struct StopAtIntensityEnd {
+  bool operator()(char c) const { return c == '\r' || c == '\t' || c == '\n' || c == ' '; }
+};
+
+// Integer scanner (scan numbers, charge, precursor scan): value = value x 10 + (c - '0') for every
+// character before the terminator. Unsigned arithmetic, so an over-long digit string wraps
+// around modulo 2^32 instead of overflowing. Leaves the cursor on the terminator (or at end).
+template <typename Stop>
+inline std::uint32_t scanInteger(const char*& cursor, const char* end, Stop isStop) {
+  std::uint32_t value = 0;
+  const char* p = cursor;
+  for (; p != end && !isStop(*p); ++p) {
+    value = value * 10u + static_cast<std::uint32_t>(digitValue(*p));
+  }
+  cursor = p;
+  return value;
+}
+
+// Divisors 10^k that are exact in a double; beyond them the power is computed.
+inline constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                               1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                               1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
+// Decimal scanner (retention time, activation center, [M+H]+, peak m/z and intensity).
+// Starts with value 0 and exponent e = 1. A '.' lowers e by one; any other character gives
+// value = value x 10 + (c - '0') and lowers e by one unless e is 1. The result is value x 10^e.
+// A number with a point reads as written (12.34, and "5." as 5); a number without any point keeps
+// e = 1 and comes out ten times too large ("5" reads as 50). The extractor always writes a point,
+// and files written that way must keep reading the same, so this is kept on purpose.
+//
+// This general form handles any characters. While the accumulated integer stays below 2^49 it is
+// kept in an integer register: every step value x 10 + digit is then exact, exactly as in double
+// arithmetic. Larger values continue in double arithmetic (an endless digit string ends as
+// infinity, never UB). A negative e divides by 10^-e, which equals value x 10^e and is correctly
+// rounded for the usual widths.
+template <typename Stop>
+inline double scanDecimalGeneral(const char*& cursor, const char* end, Stop isStop) {
+  constexpr std::int64_t kExactLimit = std::int64_t{1} << 49;
+  std::int64_t whole = 0;
+  std::int64_t exponent = 1;
+  const char* p = cursor;
+  for (; p != end && !isStop(*p); ++p) {
+    const char c = *p;
+    if (c == '.') {
+      --exponent;
+      continue;
+    }
+    whole = whole * 10 + digitValue(c);
+    if (exponent != 1) --exponent;
+    if (whole > kExactLimit || whole < -kExactLimit) break;
+  }
+  double value = static_cast<double>(whole);
+  if (p != end && !isStop(*p)) {
+    // The integer part would no longer be exact: continue in doubles from the next character.
+    for (++p; p != end && !isStop(*p); ++p) {
+      const char c = *p;
+      if (c == '.') {
+        --exponent;
+        continue;
+      }
+      value = value * 10.0 + static_cast<double>(digitValue(c));
+      if (exponent != 1) --exponent;
+    }
+  }
+  cursor = p;
+  if (exponent == 1) return value * 10.0;
+  const std::int64_t places = -exponent;
+  if (places <= 22) return value / kExactPowersOfTen[places];
+  return value / std::pow(10.0, static_cast<double>(places));
+}
+
+// The decimal scanner. Nearly every number in a spectrum file is plain digits with one point and
+// at most 15 digits; those take a tight loop that gives bit for bit the result of the general
+// form (the digits then form an integer below 2^53, exact in both). Anything else, such as a
+// missing terminator after the digits or a longer number, goes through the general form.
+template <typename Stop>
+inline double scanDecimal(const char*& cursor, const char* end, Stop isStop) {
+  constexpr std::ptrdiff_t kFastDigits = 15;
+  const char* p = cursor;
+  std::uint64_t whole = 0;
+  while (p != end && isDigitChar(*p)) whole = whole * 10 + static_cast<std::uint64_t>(*p++ - '0');
+  const std::ptrdiff_t integerDigits = p - cursor;
+  std::ptrdiff_t fractionDigits = -1;  // -1: no point
+  if (p != end && *p == '.') {
+    const char* fractionStart = ++p;
+    while (p != end && isDigitChar(*p)) whole = whole * 10 + static_cast<std::uint64_t>(*p++ - '0');
+    fractionDigits = p - fractionStart;
+  }
+  if ((p == end || isStop(*p)) &&
+      integerDigits + std::max<std::ptrdiff_t>(fractionDigits, 0) <= kFastDigits) {
+    cursor = p;
+    const auto value = static_cast<double>(whole);
+    if (fractionDigits < 0) return value * 10.0;
+    return value / kExactPowersOfTen[fractionDigits];
+  }
+  return scanDecimalGeneral(cursor, end, isStop);
+}
+
+// Ion injection time: digits before the '.' accumulate as value x 10 + digit; after it the k-th
+// character adds digit x 0.1^k. No tenfold rule here: "12" reads as 12.
+template <typename Stop>
+inline double scanIonInjectionTime(const char*& cursor, const char* end, Stop isStop) {
+  double value = 0.0;
+  double scale = 1.0;
+  bool afterPoint = false;
+  const char* p = cursor;
+  for (; p != end && !isStop(*p); ++p) {
+    const char c = *p;
+    if (c == '.') {
+      afterPoint = true;
+      continue;
+    }
+    if (afterPoint) {
+      scale *= 0.1;
+      value += static_cast<double>(digitValue(c)) * scale;
+    } else {
+      value = value * 10.0 + static_cast<double>(digitValue(c));
+    }
+  }
+  cursor = p;
+  return value;
+}
+
+// The position of the next line feed at or after p, or end when there is none.
+inline const char* findLineFeed(const char* p, const char* end) {
+  if (p >= end) return end;
+  const void* hit = std::memchr(p, '\n', static_cast<std::size_t>(end - p));
+  return hit != nullptr ? static_cast<const char*>(hit) : end;
+}
+
+// The position of the next TAB at or after p, or end when there is none.
+inline const char* findTab(const char* p, const char* end) {
+  if (p >= end) return end;
+  const void* hit = std::memchr(p, '\t', static_cast<std::size_t>(end - p));
+  return hit != nullptr ? static_cast<const char*>(hit) : end;
+}
+
+// Room for the peaks of a new spectrum, guessed from the one before: neighbouring scans of a run
+// have similar peak counts, so most spectra then fill their list without reallocating it.
+inline std::size_t expectedPeakCount(std::size_t previousCount) {
+  return previousCount + previousCount / 8;
+}
+
+// One step forward that never leaves the buffer.
+inline const char* stepOver(const char* p, const char* end) { return p < end ? p + 1 : end; }
+
+// The byte at p + offset, or 0 when that lies outside the buffer (positions of a short line at
+// the end of a file read as nothing rather than past the data).
+inline char byteAt(const char* p, std::int64_t offset, const char* end) {
+  return offset < end - p ? p[offset] : '\0';
+}
+
+// Reads one peak line starting at p (a digit): the m/z up to a TAB or blank, one step over that
+// separator, the intensity up to a carriage return, TAB, line feed or blank, and one step over
+// that terminator. Returns the position after the terminator. sawBareLineFeed is set when the
+// intensity ended at a line feed: the caller's own step then skips the next line's first byte.
+inline const char* scanPeakLine(const char* p, const char* end, Peak& peak, bool& sawBareLineFeed) {
+  peak.mz = scanDecimal(p, end, StopAtPeakSeparator{});
+  p = stepOver(p, end);
+  peak.intensity = scanDecimal(p, end, StopAtIntensityEnd{});
+  if (p != end && *p == '\n') sawBareLineFeed = true;
+  return stepOver(p, end);
+}
+
+// Moves from p to the line feed ending its line; notes a line feed without a carriage return.
+// begin is the start of the buffer, so the byte before the line feed is only looked at inside it.
+inline const char* skipToLineFeed(const char* p, const char* begin, const char* end,
+                                  bool& sawBareLineFeed) {
+  const char* lineFeed = findLineFeed(p, end);
+  if (lineFeed != end && (lineFeed == begin || lineFeed[-1] != '\r')) sawBareLineFeed = true;
+  return lineFeed;
+}
+
+}  // namespace corvid

@@ -1,0 +1,64 @@
+#include "spectra/file_size.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "ms_text_test_support.h"
+#include "startup/run_failure.h"
+
+namespace corvid {
+namespace {
+
+using testing_support::TempFolder;
+
+std::string failureText(const std::string& path) {
+  try {
+    fileSize(path);
+  } catch (const RunFailure& failure) {
+    return failure.text;
+  }
+  return "no failure";
+}
+
+TEST(FileSize, ReturnsTheSizeInBytes) {
+  TempFolder folder;
+  testing_support::writeBytes(folder.file("a.ms1"), std::string(12345, 'x'));
+  testing_support::writeBytes(folder.file("empty.ms1"), "");
+  EXPECT_EQ(fileSize(folder.file("a.ms1")), 12345);
+  EXPECT_EQ(fileSize(folder.file("empty.ms1")), 0);
+}
+
+TEST(FileSize, MissingFileRaisesTheDoesNotExistText) {
+  TempFolder folder;
+  const std::string path = folder.file("gone.ms2");
+  EXPECT_EQ(failureText(path), "\nDear User:\n Corvid.exe failed to open " + path +
+                                   ", this file does not exist any more!\n");
+}
+
+TEST(FileSize, FolderIsTreatedAsAFileThatCannotBeOpened) {
+  TempFolder folder;
+  const std::string path = folder.path.string();
+  EXPECT_EQ(failureText(path), "\nDear User:\n Corvid.exe failed to open " + path +
+                                   ", this file does not exist any more!\n");
+}
+
+#ifdef __linux__
+TEST(FileSize, FailedSeekPrintsErrorIn180AndRaisesEndOfFileText) {
+  // A pipe opens like a file but cannot seek.
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const std::string path = "/proc/self/fd/" + std::to_string(ends[0]);
+  testing::internal::CaptureStdout();
+  const std::string text = failureText(path);
+  const std::string printed = testing::internal::GetCapturedStdout();
+  close(ends[0]);
+  close(ends[1]);
+  EXPECT_EQ(printed, "Error in 180filesize\n");
+  EXPECT_EQ(text, "Fail to find end of file. Corvid exits.");
+}
+#endif
+
+}  // namespace
+}  // namespace corvid
