@@ -49,14 +49,15 @@ void readInstrumentType(char letter, MS2Spectrum& spectrum, MS2File& ms2File,
   const bool fourier = letter == 'F' || letter == 'Q';
   spectrum.instrumentType = fourier ? "FT" : "IT";
   spectrum.instrumentCode = fourier ? 2 : 1;
-  spectrum.activationGroup = activationGroupOf(spectrum.activationCode, spectrum.instrumentCode);
-  const bool inRange =
-      spectrum.activationGroup >= 0 && spectrum.activationGroup < kActivationGroupCount;
-  if (inRange) ms2File.groupPresent[static_cast<std::size_t>(spectrum.activationGroup)] = 1;
+  // An unknown (or not yet read) activation must never land in an output group: the bare
+  // formula would put PQD on an Orbitrap (-1 - 4 + 6) into the ETD/IT group.
   if (spectrum.activationCode < 1) {
+    spectrum.activationGroup = kNoActivationGroup;
     ++groupNotes.unknownActivation;
-    if (inRange) ++groupNotes.unknownInOutputGroup;
+    return;
   }
+  spectrum.activationGroup = activationGroupOf(spectrum.activationCode, spectrum.instrumentCode);
+  ms2File.groupPresent[static_cast<std::size_t>(spectrum.activationGroup)] = 1;
 }
 
 // One I line at p; returns the position from which to look for the line feed.
@@ -124,13 +125,18 @@ const char* readChargeLine(const char* p, const char* end, MS2Spectrum* spectrum
   return value;
 }
 
-void reportGroupNotes(const std::string& path, const MS2GroupNotes& groupNotes) {
-  if (groupNotes.unknownActivation == 0) return;
-  logMessage("Alert", std::to_string(groupNotes.unknownActivation) + " MS2 scans of " + path +
-                          " have no CID, ETD or HCD activation type before their InstrumentType "
-                          "line; " +
-                          std::to_string(groupNotes.unknownInOutputGroup) +
-                          " of them still fall into an output group by the group formula.");
+void reportGroupNotes(const std::string& path, const MS2File& ms2File, const MS2GroupNotes& groupNotes) {
+  if (groupNotes.unknownActivation > 0) {
+    logMessage("Alert", std::to_string(groupNotes.unknownActivation) + " MS2 scans of " + path +
+                            " have no CID, ETD or HCD activation type before their InstrumentType "
+                            "line; they belong to no output group and are not processed.");
+  }
+  std::int64_t untyped = 0;
+  for (const MS2Spectrum& spectrum : ms2File.spectra) untyped += spectrum.instrumentCode == 0 ? 1 : 0;
+  if (untyped > 0) {
+    logMessage("Alert", std::to_string(untyped) + " MS2 scans of " + path +
+                            " have no InstrumentType line; they stay in the CID/IT group.");
+  }
 }
 
 }  // namespace
@@ -201,7 +207,7 @@ void loadMS2Text(std::string_view text, std::int64_t byteCount, const std::strin
   }
   ms2File.spectrumCount = static_cast<std::int32_t>(ms2File.spectra.size());
   reportTextNotes(path, notes);
-  reportGroupNotes(path, groupNotes);
+  reportGroupNotes(path, ms2File, groupNotes);
   logMessage("Infor", "Loading MS2 Spectra Number: " + std::to_string(ms2File.spectrumCount));
 }
 

@@ -27,7 +27,6 @@ void loadMS2Text(std::string_view text, std::int64_t byteCount, const std::strin
 // Counts of scans whose activation type was not CID, ETD or HCD at their InstrumentType line.
 struct MS2GroupNotes {
   std::int64_t unknownActivation = 0;     // activationCode -1 or 0 when the group was computed
-  std::int64_t unknownInOutputGroup = 0;  // of those, scans whose group still falls in 0 to 5
 };
 
 // Scans text (already limited to the scan length) into ms2File.spectra and groupPresent.

@@ -40,6 +40,9 @@ inline constexpr std::array<const char*, kActivationGroupCount> kGroupSuffixes =
 inline constexpr std::array<const char*, 3> kActivationNames = {"CID", "ETD", "HCD"};
 inline constexpr std::array<const char*, 2> kAnalyzerNames = {"IT", "FT"};
 
+// The group of a scan whose activation is unknown: matches no output group, never processed.
+inline constexpr int kNoActivationGroup = -1;
+
 inline int activationGroupOf(int activationCode, int instrumentCode) {
   return activationCode - 4 + 3 * instrumentCode;
 }

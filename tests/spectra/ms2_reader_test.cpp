@@ -136,34 +136,39 @@ TEST(LoadMS2File, PqdOnIonTrapGetsCodeMinusOneAndNoGroup) {
   EXPECT_EQ(ms2.spectra[0].activationType, "PQD");
   EXPECT_EQ(ms2.spectra[0].activationCode, -1);
   EXPECT_EQ(ms2.spectra[0].instrumentCode, 1);
-  EXPECT_EQ(ms2.spectra[0].activationGroup, -2);
+  EXPECT_EQ(ms2.spectra[0].activationGroup, kNoActivationGroup);
   EXPECT_EQ(ms2.groupPresent, (std::array<std::uint8_t, 6>{}));
   EXPECT_EQ(log.messages(),
             (std::vector<std::string>{"1 MS2 scans of " + path +
                                           " have no CID, ETD or HCD activation type before their "
-                                          "InstrumentType line; 0 of them still fall into an "
-                                          "output group by the group formula.",
+                                          "InstrumentType line; they belong to no output group "
+                                          "and are not processed.",
                                       "Loading MS2 Spectra Number: 1"}));
 }
 
-TEST(LoadMS2File, PqdOnFourierTransformFallsIntoGroupOneByTheFormulaWithAlert) {
+TEST(LoadMS2File, PqdOnFourierTransformBelongsToNoGroup) {
   TempFolder folder;
   std::string path;
   LogWatch log;
   const MS2File ms2 =
       loadText(folder, "S\t1\t1\r\nI\tActivationType\tPQD\r\nI\tInstrumentType\tFTMS\r\n", &path);
   EXPECT_EQ(ms2.spectra[0].activationCode, -1);
-  EXPECT_EQ(ms2.spectra[0].activationGroup, 1);  // -1 - 4 + 3 x 2, applied as it stands
-  EXPECT_EQ(ms2.groupPresent, (std::array<std::uint8_t, 6>{0, 1, 0, 0, 0, 0}));
+  // The bare formula (-1 - 4 + 3 x 2) would file it under ETD/IT.
+  EXPECT_EQ(ms2.spectra[0].activationGroup, kNoActivationGroup);
+  EXPECT_EQ(ms2.groupPresent, (std::array<std::uint8_t, 6>{}));
   EXPECT_EQ(log.messages().front(), "1 MS2 scans of " + path +
                                         " have no CID, ETD or HCD activation type before their "
-                                        "InstrumentType line; 1 of them still fall into an "
-                                        "output group by the group formula.");
+                                        "InstrumentType line; they belong to no output group "
+                                        "and are not processed.");
 }
 
 TEST(LoadMS2File, NoInstrumentTypeLineKeepsGroupZeroWithoutSettingItsFlag) {
   TempFolder folder;
-  const MS2File ms2 = loadText(folder, "S\t1\t1\r\nI\tActivationType\tETD\r\n100.5 1.0\r\n");
+  std::string path;
+  LogWatch log;
+  const MS2File ms2 = loadText(folder, "S\t1\t1\r\nI\tActivationType\tETD\r\n100.5 1.0\r\n", &path);
+  EXPECT_EQ(log.messages().front(),
+            "1 MS2 scans of " + path + " have no InstrumentType line; they stay in the CID/IT group.");
   EXPECT_EQ(ms2.spectra[0].activationCode, 2);
   EXPECT_EQ(ms2.spectra[0].activationGroup, 0);
   EXPECT_EQ(ms2.spectra[0].instrumentType, "");
@@ -203,12 +208,15 @@ TEST(LoadMS2File, QuadrupoleTimeOfFlightCountsAsFourierTransformAndOthersAsIonTr
   EXPECT_EQ(ms2.spectra[1].activationGroup, 0);
 }
 
-TEST(LoadMS2File, InstrumentTypeBeforeActivationTypeComputesTheGroupFromCodeZero) {
+TEST(LoadMS2File, InstrumentTypeBeforeActivationTypeBelongsToNoGroup) {
   TempFolder folder;
   const MS2File ms2 =
       loadText(folder, "S\t1\t1\r\nI\tInstrumentType\tFTMS\r\nI\tActivationType\tCID\r\n");
   EXPECT_EQ(ms2.spectra[0].activationCode, 1);
-  EXPECT_EQ(ms2.spectra[0].activationGroup, 2);  // 0 - 4 + 3 x 2
+  // The group is fixed at the InstrumentType line, where no activation was known yet: the bare
+  // formula (0 - 4 + 3 x 2) would file this CID scan under HCD/IT.
+  EXPECT_EQ(ms2.spectra[0].activationGroup, kNoActivationGroup);
+  EXPECT_EQ(ms2.groupPresent, (std::array<std::uint8_t, 6>{}));
 }
 
 TEST(LoadMS2File, RetTimeWithoutPointIsTenTimesLarger) {
@@ -296,6 +304,7 @@ TEST(LoadMS2File, BareLineFeedsLoseTheFirstCharacterAfterAPeakLineWithAlert) {
             (std::vector<std::string>{"The line ends of " + path +
                                           " are not CR LF; values may be read wrongly (the first "
                                           "character of a line after a peak line is lost).",
+                                      "1 MS2 scans of " + path + " have no InstrumentType line; they stay in the CID/IT group.",
                                       "Loading MS2 Spectra Number: 1"}));
 }
 
@@ -358,6 +367,7 @@ TEST(LoadMS2File, ZeroByteEndsTheScanWithAlert) {
             (std::vector<std::string>{"Reading of " + path +
                                           " stopped at a zero byte at offset 7; the text after it "
                                           "was not loaded.",
+                                      "1 MS2 scans of " + path + " have no InstrumentType line; they stay in the CID/IT group.",
                                       "Loading MS2 Spectra Number: 1"}));
 }
 
@@ -373,6 +383,7 @@ TEST(LoadMS2File, LinesBeforeTheFirstScanAreIgnoredWithAlert) {
   EXPECT_EQ(ms2.spectra[0].charge, 0);
   EXPECT_EQ(log.messages(), (std::vector<std::string>{
                                 "Lines before the first S line of " + path + " were ignored: 3.",
+                                "1 MS2 scans of " + path + " have no InstrumentType line; they stay in the CID/IT group.",
                                 "Loading MS2 Spectra Number: 1"}));
 }
 
