@@ -89,6 +89,11 @@ std::string_view dropLast(std::string_view text, std::size_t count) {
   return text.substr(0, text.size() > count ? text.size() - count : 0);
 }
 
+// The text from position on; empty when the text is shorter.
+std::string_view from(std::string_view text, std::size_t position) {
+  return position < text.size() ? text.substr(position) : std::string_view();
+}
+
 bool startsWith(std::string_view text, std::string_view prefix) {
   return text.substr(0, prefix.size()) == prefix;
 }
@@ -149,7 +154,7 @@ struct ReaderState {
 
 void readTitle(std::string_view line, MGFFile& mgfFile, ReaderState& state) {
   line = dropLast(line, 1);
-  MGFTitle title = parseMGFTitle(line.size() > 6 ? line.substr(6) : std::string_view());
+  MGFTitle title = parseMGFTitle(from(line, 6));
   if (!title.scanValid) failOnTitle();
   MS2Spectrum spectrum;
   spectrum.scanNumber = static_cast<std::uint32_t>(title.scan);
@@ -165,17 +170,13 @@ void readTitle(std::string_view line, MGFFile& mgfFile, ReaderState& state) {
   }
 }
 
-void readPeak(std::string_view line, MS2Spectrum* spectrum, ReaderState& state) {
-  if (spectrum == nullptr) {
-    ++state.orphanPeaks;
-    return;
-  }
+void readPeak(std::string_view line, MS2Spectrum& spectrum) {
   line = dropLast(line, 1);
   std::size_t separator = line.find_first_of("\t ");
   Peak peak;
   peak.mz = lenientReal(line.substr(0, separator));
   if (separator != std::string_view::npos) peak.intensity = lenientReal(line.substr(separator + 1));
-  spectrum->peaks.push_back(peak);
+  spectrum.peaks.push_back(peak);
 }
 
 void readPiece(std::string_view line, MGFFile& mgfFile, ReaderState& state) {
@@ -183,7 +184,7 @@ void readPiece(std::string_view line, MGFFile& mgfFile, ReaderState& state) {
       mgfFile.currentIndex >= 0 ? &mgfFile.spectra[static_cast<std::size_t>(mgfFile.currentIndex)] : nullptr;
   if (state.mode == ReadMode::Peaks) {
     if (!line.empty() && isDigit(line[0])) {
-      readPeak(line, current, state);
+      readPeak(line, *current);
       return;
     }
     state.mode = ReadMode::SkipToEnd;
@@ -198,19 +199,21 @@ void readPiece(std::string_view line, MGFFile& mgfFile, ReaderState& state) {
   } else if (startsWith(line, "TITLE=")) {
     readTitle(line, mgfFile, state);
   } else if (startsWith(line, "CHARGE=")) {
-    std::int32_t charge = lenientInteger(dropLast(line, 2).substr(7));
+    std::int32_t charge = lenientInteger(from(dropLast(line, 2), 7));
     state.charge = charge == 0 ? 2 : charge;
     if (current != nullptr) current->charge = state.charge;
   } else if (startsWith(line, "PEPMASS=")) {
-    state.pendingMz = lenientReal(dropLast(line, 1).substr(8));
+    state.pendingMz = lenientReal(from(dropLast(line, 1), 8));
   } else if (!line.empty() && isDigit(line[0])) {
-    if (current != nullptr) {
-      current->precursorMH = mhFromMz(state.pendingMz, state.charge);
-      // A block without a CHARGE line is read with the charge its mass was computed with.
-      if (current->charge == 0) current->charge = state.charge;
+    if (current == nullptr) {
+      ++state.orphanPeaks;  // no spectrum to hold it: dropped, reported at the end
+      return;
     }
+    current->precursorMH = mhFromMz(state.pendingMz, state.charge);
+    // A block without a CHARGE line is read with the charge its mass was computed with.
+    if (current->charge == 0) current->charge = state.charge;
     state.mode = ReadMode::Peaks;
-    readPeak(line, current, state);
+    readPeak(line, *current);
   }
 }
 
