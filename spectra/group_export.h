@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "spectra/precursor_record.h"
+#include "spectra/spectrum_records.h"
 
 namespace corvid {
 
@@ -33,6 +34,13 @@ inline std::int32_t chargeOfRow(const PrecursorRecord& row) {
   if (!(row.charge > -kLimit)) return static_cast<std::int32_t>(-kLimit);
   if (row.charge > kLimit) return static_cast<std::int32_t>(kLimit);
   return static_cast<std::int32_t>(row.charge);
+}
+
+// The m/z of the precursor the instrument recorded: (MH + (z - 1) * proton) / z. The charge is
+// widened first, so even a nonsensical charge read from a damaged file cannot overflow.
+inline double recordedMz(const MS2Spectrum& spectrum) {
+  double charge = spectrum.charge;
+  return (spectrum.precursorMH + (charge - 1) * kProtonMass) / charge;
 }
 
 // How the accepted rows under a forward-only cursor relate to the spectrum being written.

@@ -124,7 +124,7 @@ bool writeKX2(GroupExport& group, const MS2File& ms2File, const std::string& pat
     RowMatch match = matchRows(group.accepted, cursor, spectrum.scanNumber, rowCount);
     if (match == RowMatch::None) {
       putU32(data, 1);
-      putF64(data, mzFromMH(spectrum.precursorMH, spectrum.charge));
+      putF64(data, recordedMz(spectrum));
       putU32(data, static_cast<std::uint32_t>(spectrum.charge));
       ++group.writtenCount;
     } else if (match == RowMatch::BehindCursor) {

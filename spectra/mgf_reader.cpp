@@ -57,7 +57,8 @@ std::int32_t lenientInteger(std::string_view text) {
   bool found = false;
   std::int64_t value = readLeadingInteger(text, found);
   if (value > std::numeric_limits<std::int32_t>::max()) return std::numeric_limits<std::int32_t>::max();
-  if (value < std::numeric_limits<std::int32_t>::min()) return std::numeric_limits<std::int32_t>::min();
+  // One above the 32-bit minimum, so that charge - 1 stays representable.
+  if (value <= std::numeric_limits<std::int32_t>::min()) return std::numeric_limits<std::int32_t>::min() + 1;
   return static_cast<std::int32_t>(value);
 }
 

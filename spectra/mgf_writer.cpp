@@ -100,7 +100,7 @@ bool writeMGF(GroupExport& group, const MS2File& ms2File, const ParameterTable& 
       continue;
     }
     block.charge = spectrum.charge;
-    block.pepMass = mzFromMH(spectrum.precursorMH, spectrum.charge);
+    block.pepMass = recordedMz(spectrum);
     if (writeBlocks) putBlock(group.rawName, block, spectrum, out);
     ++group.writtenCount;
   }

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <random>
 
 #include "spectra/precursor_record.h"
 #include "startup/run_failure.h"
@@ -368,6 +369,24 @@ TEST(OpenKX, DamagedFilesRaiseAClearFailure) {
   openKX(second, path);
   EXPECT_EQ(failureText([&] { readKXHeader(second); }),
             "KX file " + path + " is damaged: its title length 4000000000 exceeds the file size 11");
+  ::testing::internal::GetCapturedStdout();
+}
+
+TEST(MergeKX2Parts, RandomBytesFailCleanlyOrMerge) {
+  TempFolder folder;
+  std::mt19937 generator(7);
+  ::testing::internal::CaptureStdout();
+  for (int round = 0; round < 40; ++round) {
+    std::string path = folder.file("noise.kx2");
+    std::string data(generator() % 64, '\0');
+    for (char& c : data) c = static_cast<char>(generator() % 8);  // small values: short titles
+    std::string index(generator() % 40, '\0');
+    for (char& c : index) c = static_cast<char>(generator());
+    writeBytes(path, data);
+    writeBytes(path + "idx", index);
+    std::string outcome = failureText([&] { mergeKX2Parts({path, path}, folder.file("merged.kx2")); });
+    EXPECT_TRUE(outcome == "(no failure)" || outcome.find("is damaged") != std::string::npos) << outcome;
+  }
   ::testing::internal::GetCapturedStdout();
 }
 

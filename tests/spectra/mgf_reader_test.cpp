@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdio>
 #include <random>
 
@@ -116,6 +117,20 @@ TEST(ReadMGF, ChargeZeroPlusBecomesTwo) {
   ASSERT_EQ(file.spectra.size(), 1u);
   EXPECT_EQ(file.spectra[0].charge, 2);
   EXPECT_DOUBLE_EQ(file.spectra[0].precursorMH, 800.0 - kProtonMass);
+}
+
+TEST(ReadMGF, HugeChargesAndMassesAreClampedNotOverflowed) {
+  TempFolder folder;
+  MGFFile file = readText(folder,
+                          "BEGIN IONS\nTITLE=r.5.5.0.dta\nCHARGE=-99999999999+\nPEPMASS=1e999\n"
+                          "1e400 5\nEND IONS\nBEGIN IONS\nTITLE=r.6.6.0.dta\nCHARGE=99999999999+\n"
+                          "PEPMASS=x\n7 8\nEND IONS\n");
+  ASSERT_EQ(file.spectra.size(), 2u);
+  EXPECT_EQ(file.spectra[0].charge, -2147483647);
+  EXPECT_TRUE(std::isinf(file.spectra[0].peaks.at(0).mz));
+  EXPECT_EQ(file.spectra[1].charge, 2147483647);
+  EXPECT_EQ(file.spectra[1].peaks.at(0).mz, 7.0);
+  EXPECT_EQ(file.spectra[1].peaks.at(0).intensity, 8.0);
 }
 
 TEST(ReadMGF, BlockWithoutChargeUsesDefaultCharge) {
