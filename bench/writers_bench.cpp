@@ -59,7 +59,8 @@ struct BenchInput {
     }
     file.spectrumCount = kSpectra;
     group.rawName = "bench_run";
-    folder = std::filesystem::temp_directory_path() / ("corvid_writers_bench_" + std::to_string(::getpid()));
+    folder = std::filesystem::temp_directory_path() /
+             ("corvid_writers_bench_" + std::to_string(::getpid()));
     std::filesystem::create_directories(folder);
   }
   ~BenchInput() {
@@ -172,7 +173,8 @@ void BM_WriteKX2FromMGF(benchmark::State& state) {
     readMGF(file);
   }
   for (auto _ : state) writeKX2FromMGF(file);
-  reportThroughput(state, data.path("bench_convert.kx2"), static_cast<std::int64_t>(file.spectra.size()));
+  reportThroughput(state, data.path("bench_convert.kx2"),
+                   static_cast<std::int64_t>(file.spectra.size()));
 }
 BENCHMARK(BM_WriteKX2FromMGF)->Unit(benchmark::kMillisecond);
 

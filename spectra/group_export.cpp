@@ -10,7 +10,8 @@ void reportSkippedSpectra(const std::string& path, const SkippedSpectra& skipped
   logMessage("Alert", std::to_string(skipped.count) + " spectra " + effect + " in " + path +
                           ": the accepted precursor of scan " + std::to_string(skipped.rowScan) +
                           " has no spectrum at its place in the group (first spectrum affected: "
-                          "scan " + std::to_string(skipped.firstScan) + ")");
+                          "scan " +
+                          std::to_string(skipped.firstScan) + ")");
 }
 
 }  // namespace corvid

@@ -12,11 +12,11 @@
 namespace corvid {
 
 struct GroupExport {
-  std::string rawName;                          // acquisition name, written into titles and headers
-  std::vector<std::size_t> spectrumPositions;   // positions in MS2File::spectra, file order
-  std::vector<PrecursorRecord> accepted;        // grouped by scan in spectrum order, best score
-                                                // first within a scan (index 0 = best)
-  std::int64_t writtenCount = 0;                // blocks/records written by the last writer call
+  std::string rawName;                         // acquisition name, written into titles and headers
+  std::vector<std::size_t> spectrumPositions;  // positions in MS2File::spectra, file order
+  std::vector<PrecursorRecord> accepted;       // grouped by scan in spectrum order, best score
+                                               // first within a scan (index 0 = best)
+  std::int64_t writtenCount = 0;               // blocks/records written by the last writer call
 };
 
 // The scan number of an accepted row as the writers compare it: truncated to an integer. Rows
@@ -63,8 +63,8 @@ inline RowMatch matchRows(const std::vector<PrecursorRecord>& rows, std::size_t 
 // Tally of spectra that met RowMatch::BehindCursor during one writer call; reported once.
 struct SkippedSpectra {
   std::int64_t count = 0;
-  std::int64_t firstScan = 0;   // scan of the first spectrum affected
-  std::int64_t rowScan = 0;     // scan of the row that held the cursor back
+  std::int64_t firstScan = 0;  // scan of the first spectrum affected
+  std::int64_t rowScan = 0;    // scan of the row that held the cursor back
 };
 
 inline void noteSkipped(std::int64_t scan, std::int64_t rowScan, SkippedSpectra& skipped) {

@@ -189,7 +189,8 @@ void writeKX2FromMGF(const MGFFile& mgfFile) {
     gathered.clear();
     for (; i < spectra.size() && spectra[i].scanNumber == first.scanNumber; ++i) {
       const MS2Spectrum& block = spectra[i];
-      Precursor precursor{(block.precursorMH - kProtonMass) / block.charge + kProtonMass, block.charge};
+      Precursor precursor{(block.precursorMH - kProtonMass) / block.charge + kProtonMass,
+                          block.charge};
       std::int32_t k = block.precursorIndex;
       if (k >= 0 && static_cast<std::size_t>(k) < gathered.size()) {
         gathered[static_cast<std::size_t>(k)] = precursor;
@@ -209,7 +210,8 @@ void writeKX2FromMGF(const MGFFile& mgfFile) {
   if (overwritten > 0) {
     logMessage("Alert", std::to_string(overwritten) + " precursors of " + mgfFile.path +
                             " replaced an earlier block of the same scan with the same precursor "
-                            "index and are missing from " + data.path);
+                            "index and are missing from " +
+                            data.path);
   }
   closePair(data, index);
 }
@@ -238,11 +240,13 @@ void openKX(KXReader& reader, const std::string& path) {
   const std::string indexPath = path + "idx";
   logMessage("Info", "Loading KXIDX file " + indexPath);
   loadKXFile(indexPath, reader.indexSize, reader.index);
-  reader.spectrumCount = static_cast<std::int32_t>(readKXValue(reader.data, reader.dataSize, 0, path));
+  reader.spectrumCount =
+      static_cast<std::int32_t>(readKXValue(reader.data, reader.dataSize, 0, path));
 }
 
 void readKXHeader(KXReader& reader) {
-  reader.spectrumCount = static_cast<std::int32_t>(readKXValue(reader.data, reader.dataSize, 0, reader.path));
+  reader.spectrumCount =
+      static_cast<std::int32_t>(readKXValue(reader.data, reader.dataSize, 0, reader.path));
   reader.titleLength = readKXValue(reader.data, reader.dataSize, 4, reader.path);
   reader.headerLength = static_cast<std::int64_t>(reader.titleLength) + 8;
   if (reader.headerLength > reader.dataSize) {
@@ -270,8 +274,10 @@ void appendKX(const KXReader& reader, OutputFile& outData, OutputFile& outIndex,
   OffsetGuard guard;
   const std::int64_t entries = reader.indexSize / 8;
   for (std::int64_t entry = 0; entry < entries; ++entry) {
-    std::uint32_t scan = readKXValue(reader.index, reader.indexSize, entry * 8, reader.path + "idx");
-    std::uint32_t offset = readKXValue(reader.index, reader.indexSize, entry * 8 + 4, reader.path + "idx");
+    std::uint32_t scan =
+        readKXValue(reader.index, reader.indexSize, entry * 8, reader.path + "idx");
+    std::uint32_t offset =
+        readKXValue(reader.index, reader.indexSize, entry * 8 + 4, reader.path + "idx");
     std::int64_t merged = static_cast<std::int64_t>(offset) + shift;
     checkOffset(merged, scan, outData.path, guard);
     putU32(outIndex, scan);
@@ -280,7 +286,8 @@ void appendKX(const KXReader& reader, OutputFile& outData, OutputFile& outIndex,
   }
   if (reader.indexSize % 8 != 0) {
     logMessage("Alert", "KX index file " + reader.path + "idx ends with " +
-                            std::to_string(reader.indexSize % 8) + " stray bytes; they are ignored");
+                            std::to_string(reader.indexSize % 8) +
+                            " stray bytes; they are ignored");
   }
   outPosition += reader.dataSize - headerLength;
 }

@@ -42,14 +42,14 @@ void writeKX2FromMGF(const MGFFile& mgfFile);
 // A KX data file and its index, read whole.
 struct KXReader {
   std::string path;
-  std::int32_t spectrumCount = 0;    // first field of the data file
-  std::uint32_t titleLength = 0;     // with the terminating zero byte
-  std::string title;                 // up to the zero byte
-  std::int64_t headerLength = 0;     // titleLength + 8
+  std::int32_t spectrumCount = 0;  // first field of the data file
+  std::uint32_t titleLength = 0;   // with the terminating zero byte
+  std::string title;               // up to the zero byte
+  std::int64_t headerLength = 0;   // titleLength + 8
   std::int64_t dataSize = 0;
   std::int64_t indexSize = 0;
-  std::vector<char> data;            // the data file plus one zero byte
-  std::vector<char> index;           // the index file plus one zero byte
+  std::vector<char> data;   // the data file plus one zero byte
+  std::vector<char> index;  // the index file plus one zero byte
 };
 
 // Loads path and path + "idx" (announced with label "Info"). Throws RunFailure: the missing-file

@@ -23,7 +23,9 @@ constexpr std::int64_t kProgressScanStep = 91;
 
 namespace {
 
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r'; }
+bool isBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 std::string_view skipBlanks(std::string_view text) {
@@ -56,9 +58,11 @@ std::int64_t readLeadingInteger(std::string_view text, bool& found) {
 std::int32_t lenientInteger(std::string_view text) {
   bool found = false;
   std::int64_t value = readLeadingInteger(text, found);
-  if (value > std::numeric_limits<std::int32_t>::max()) return std::numeric_limits<std::int32_t>::max();
+  if (value > std::numeric_limits<std::int32_t>::max())
+    return std::numeric_limits<std::int32_t>::max();
   // One above the 32-bit minimum, so that charge - 1 stays representable.
-  if (value <= std::numeric_limits<std::int32_t>::min()) return std::numeric_limits<std::int32_t>::min() + 1;
+  if (value <= std::numeric_limits<std::int32_t>::min())
+    return std::numeric_limits<std::int32_t>::min() + 1;
   return static_cast<std::int32_t>(value);
 }
 
@@ -85,7 +89,8 @@ std::string_view asCString(std::string_view piece) {
   return zero == std::string_view::npos ? piece : piece.substr(0, zero);
 }
 
-// Drops the last `count` characters (the line feed, or "+" and line feed), as the reader always has.
+// Drops the last `count` characters (the line feed, or "+" and line feed), as the reader always
+// has.
 std::string_view dropLast(std::string_view text, std::size_t count) {
   return text.substr(0, text.size() > count ? text.size() - count : 0);
 }
@@ -146,11 +151,11 @@ enum class ReadMode { Blocks, Peaks, SkipToEnd };
 
 struct ReaderState {
   ReadMode mode = ReadMode::Blocks;
-  std::int32_t charge = 2;          // default charge, and the last CHARGE read since
-  double pendingMz = 0.0;           // PEPMASS of the current block
+  std::int32_t charge = 2;  // default charge, and the last CHARGE read since
+  double pendingMz = 0.0;   // PEPMASS of the current block
   std::int64_t previousScan = std::numeric_limits<std::int64_t>::min();  // no title yet
-  std::int64_t swallowedTitles = 0; // titles passed over while looking for END IONS
-  std::int64_t orphanPeaks = 0;     // peak lines before the first title
+  std::int64_t swallowedTitles = 0;  // titles passed over while looking for END IONS
+  std::int64_t orphanPeaks = 0;      // peak lines before the first title
 };
 
 void readTitle(std::string_view line, MGFFile& mgfFile, ReaderState& state) {
@@ -181,8 +186,9 @@ void readPeak(std::string_view line, MS2Spectrum& spectrum) {
 }
 
 void readPiece(std::string_view line, MGFFile& mgfFile, ReaderState& state) {
-  MS2Spectrum* current =
-      mgfFile.currentIndex >= 0 ? &mgfFile.spectra[static_cast<std::size_t>(mgfFile.currentIndex)] : nullptr;
+  MS2Spectrum* current = mgfFile.currentIndex >= 0
+                             ? &mgfFile.spectra[static_cast<std::size_t>(mgfFile.currentIndex)]
+                             : nullptr;
   if (state.mode == ReadMode::Peaks) {
     if (!line.empty() && isDigit(line[0])) {
       readPeak(line, *current);
@@ -191,8 +197,10 @@ void readPiece(std::string_view line, MGFFile& mgfFile, ReaderState& state) {
     state.mode = ReadMode::SkipToEnd;
   }
   if (state.mode == ReadMode::SkipToEnd) {
-    if (line == "END IONS\n") state.mode = ReadMode::Blocks;
-    else if (startsWith(line, "TITLE=")) ++state.swallowedTitles;
+    if (line == "END IONS\n")
+      state.mode = ReadMode::Blocks;
+    else if (startsWith(line, "TITLE="))
+      ++state.swallowedTitles;
     return;
   }
   if (line == "BEGIN IONS\n") {
@@ -241,7 +249,8 @@ MGFTitle parseMGFTitle(std::string_view title) {
   for (std::size_t dot = 0; dots < 3 && (dot = tail.find('.')) != std::string_view::npos; ++dots) {
     tail = tail.substr(dot + 1);
   }
-  if (dots == 3 && tail != "dta") parts.precursorIndex = lenientInteger(tail.substr(0, tail.find('.')));
+  if (dots == 3 && tail != "dta")
+    parts.precursorIndex = lenientInteger(tail.substr(0, tail.find('.')));
   return parts;
 }
 
@@ -257,7 +266,8 @@ void readMGF(MGFFile& mgfFile) {
   std::string_view rest(text);
   while (!rest.empty()) {
     std::size_t lineFeed = rest.substr(0, kLinePiece).find('\n');
-    std::size_t length = lineFeed == std::string_view::npos ? std::min(rest.size(), kLinePiece) : lineFeed + 1;
+    std::size_t length =
+        lineFeed == std::string_view::npos ? std::min(rest.size(), kLinePiece) : lineFeed + 1;
     readPiece(asCString(rest.substr(0, length)), mgfFile, state);
     rest.remove_prefix(length);
   }

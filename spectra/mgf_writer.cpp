@@ -23,7 +23,8 @@ struct MGFBlock {
   double retentionTime = 0.0;
   double pepMass = 0.0;
   std::int32_t precursorIndex = 0;
-  bool indexed = false;  // five-field title with k, else the ".0.dta" title of the recorded precursor
+  bool indexed =
+      false;  // five-field title with k, else the ".0.dta" title of the recorded precursor
 };
 
 void putBlock(const std::string& rawName, const MGFBlock& block, const MS2Spectrum& spectrum,

@@ -116,8 +116,7 @@ bool writeMS2(GroupExport& group, const MS2File& ms2File, const ParameterTable& 
       continue;
     }
     if (writeBlocks) {
-      putScanBlock(spectrum, recordedMz(spectrum), spectrum.charge,
-                   spectrum.precursorMH, out);
+      putScanBlock(spectrum, recordedMz(spectrum), spectrum.charge, spectrum.precursorMH, out);
     }
     ++group.writtenCount;
   }

@@ -13,9 +13,9 @@ namespace corvid {
 struct OutputFile {
   std::string path;
   std::FILE* file = nullptr;
-  std::string buffer;            // pending bytes, written once it grows past the block size
-  std::uint64_t position = 0;    // bytes written to the file plus bytes pending in the buffer
-  bool failed = false;           // a write or the close failed
+  std::string buffer;          // pending bytes, written once it grows past the block size
+  std::uint64_t position = 0;  // bytes written to the file plus bytes pending in the buffer
+  bool failed = false;         // a write or the close failed
 
   OutputFile() = default;
   OutputFile(const OutputFile&) = delete;

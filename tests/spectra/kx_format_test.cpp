@@ -21,7 +21,8 @@ using testing_support::readBytes;
 using testing_support::TempFolder;
 using testing_support::writeBytes;
 
-GroupExport groupOf(const MS2File& file, std::string rawName, std::vector<PrecursorRecord> accepted) {
+GroupExport groupOf(const MS2File& file, std::string rawName,
+                    std::vector<PrecursorRecord> accepted) {
   GroupExport group;
   group.rawName = std::move(rawName);
   for (std::size_t i = 0; i < file.spectra.size(); ++i) group.spectrumPositions.push_back(i);
@@ -120,7 +121,8 @@ TEST(WriteKX2, UncreatableFileLogsErrorAndReturnsFalse) {
   std::size_t mark = logMark();
   ::testing::internal::CaptureStdout();
   EXPECT_FALSE(writeKX2(group, file, path));
-  EXPECT_EQ(::testing::internal::GetCapturedStdout(), "[Corvid] Fail to create KX file " + path + " \n");
+  EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+            "[Corvid] Fail to create KX file " + path + " \n");
   EXPECT_EQ(logMessagesSince(mark), std::vector<std::string>{"Fail to create KX file " + path});
 }
 
@@ -163,10 +165,12 @@ TEST(WriteKX1, GoldenBytesWithRetentionTimeInThePrecursorSlot) {
 TEST(WriteKX2FromMGF, BlocksOfOneScanMergeByPrecursorIndex) {
   TempFolder folder;
   std::string mgfPath = folder.file("sample.MGF");
-  writeBytes(mgfPath,
-             "BEGIN IONS\nTITLE=sample.100.100.2.0.dta\nCHARGE=2+\nPEPMASS=500.5\n10.0 1.0\n20.0 2.0\nEND IONS\n"
-             "BEGIN IONS\nTITLE=sample.100.100.3.1.dta\nCHARGE=3+\nPEPMASS=333.25\n30.0 3.0\nEND IONS\n"
-             "BEGIN IONS\nTITLE=sample.101.101.2.dta\nCHARGE=2+\nPEPMASS=600.0\n40.0 4.0\nEND IONS\n");
+  writeBytes(
+      mgfPath,
+      "BEGIN IONS\nTITLE=sample.100.100.2.0.dta\nCHARGE=2+\nPEPMASS=500.5\n10.0 1.0\n20.0 2.0\nEND "
+      "IONS\n"
+      "BEGIN IONS\nTITLE=sample.100.100.3.1.dta\nCHARGE=3+\nPEPMASS=333.25\n30.0 3.0\nEND IONS\n"
+      "BEGIN IONS\nTITLE=sample.101.101.2.dta\nCHARGE=2+\nPEPMASS=600.0\n40.0 4.0\nEND IONS\n");
   MGFFile mgf;
   mgf.path = mgfPath;
   readMGF(mgf);
@@ -200,7 +204,13 @@ TEST(WriteKX2FromMGF, RepeatedPrecursorIndexReplacesWithAlert) {
   writeKX2FromMGF(mgf);
   ::testing::internal::GetCapturedStdout();
   ByteBuilder data;
-  data.u32(1).title("rep").u32(5).u32(0).u32(1).f64((1200.0 - kProtonMass) / 3 + kProtonMass).u32(3);
+  data.u32(1)
+      .title("rep")
+      .u32(5)
+      .u32(0)
+      .u32(1)
+      .f64((1200.0 - kProtonMass) / 3 + kProtonMass)
+      .u32(3);
   EXPECT_EQ(readBytes(folder.file("rep.kx2")), data.bytes);
   EXPECT_EQ(logMessagesSince(mark).size(), 1u);
 }
@@ -209,7 +219,8 @@ TEST(OpenKX, RoundTripOfWriteKX2) {
   TempFolder folder;
   MS2File file;
   for (std::uint32_t scan = 20; scan < 26; ++scan) {
-    file.spectra.push_back(makeSpectrum(scan, 2, 900.0, std::vector<Peak>(scan - 19, Peak{1.0, 2.0})));
+    file.spectra.push_back(
+        makeSpectrum(scan, 2, 900.0, std::vector<Peak>(scan - 19, Peak{1.0, 2.0})));
   }
   GroupExport group = groupOf(file, "roundtrip", {{22.0, 3.0, 300.0}});
   std::string path = folder.file("rt.kx2");
@@ -242,8 +253,9 @@ std::string writePart(const TempFolder& folder, const std::string& name, std::ui
                       int count, const std::string& title) {
   MS2File file;
   for (int i = 0; i < count; ++i) {
-    file.spectra.push_back(makeSpectrum(firstScan + i, 2, 700.0 + i,
-                                        std::vector<Peak>(static_cast<std::size_t>(i % 3), Peak{5.0, 6.0})));
+    file.spectra.push_back(
+        makeSpectrum(firstScan + i, 2, 700.0 + i,
+                     std::vector<Peak>(static_cast<std::size_t>(i % 3), Peak{5.0, 6.0})));
   }
   GroupExport group = groupOf(file, title, {});
   std::string path = folder.file(name);
@@ -303,7 +315,8 @@ TEST(MergeKX2Parts, NoPartIsAnError) {
   ::testing::internal::CaptureStdout();
   EXPECT_FALSE(mergeKX2Parts({}, folder.file("t.kx2")));
   ::testing::internal::GetCapturedStdout();
-  EXPECT_EQ(logMessagesSince(mark), std::vector<std::string>{"No KX2 part to merge into " + folder.file("t.kx2")});
+  EXPECT_EQ(logMessagesSince(mark),
+            std::vector<std::string>{"No KX2 part to merge into " + folder.file("t.kx2")});
 }
 
 TEST(AppendKX, OffsetsPastTwoGibibytesRaiseAnAlert) {
@@ -347,7 +360,8 @@ TEST(OpenKX, MissingFilesRaiseTheMissingFileText) {
   KXReader reader;
   ::testing::internal::CaptureStdout();
   EXPECT_EQ(failureText([&] { openKX(reader, path); }),
-            "\nDear User:\n Corvid.exe failed to open " + path + ", this file does not exist any more!\n");
+            "\nDear User:\n Corvid.exe failed to open " + path +
+                ", this file does not exist any more!\n");
   writeBytes(path, ByteBuilder().u32(0).title("x").bytes);
   EXPECT_EQ(failureText([&] { openKX(reader, path); }),
             "\nDear User:\n Corvid.exe failed to open " + path +
@@ -367,8 +381,9 @@ TEST(OpenKX, DamagedFilesRaiseAClearFailure) {
   writeBytes(path, ByteBuilder().u32(1).u32(4000000000u).raw("xyz").bytes);
   KXReader second;
   openKX(second, path);
-  EXPECT_EQ(failureText([&] { readKXHeader(second); }),
-            "KX file " + path + " is damaged: its title length 4000000000 exceeds the file size 11");
+  EXPECT_EQ(
+      failureText([&] { readKXHeader(second); }),
+      "KX file " + path + " is damaged: its title length 4000000000 exceeds the file size 11");
   ::testing::internal::GetCapturedStdout();
 }
 
@@ -384,8 +399,11 @@ TEST(MergeKX2Parts, RandomBytesFailCleanlyOrMerge) {
     for (char& c : index) c = static_cast<char>(generator());
     writeBytes(path, data);
     writeBytes(path + "idx", index);
-    std::string outcome = failureText([&] { mergeKX2Parts({path, path}, folder.file("merged.kx2")); });
-    EXPECT_TRUE(outcome == "(no failure)" || outcome.find("is damaged") != std::string::npos) << outcome;
+    std::string outcome = failureText([&] {
+      mergeKX2Parts({path, path}, folder.file("merged.kx2"));
+    });
+    EXPECT_TRUE(outcome == "(no failure)" || outcome.find("is damaged") != std::string::npos)
+        << outcome;
   }
   ::testing::internal::GetCapturedStdout();
 }

@@ -24,7 +24,8 @@ std::string blocksFor(const std::string& raw, std::initializer_list<int> scans) 
     previous = scan;
     std::string number = std::to_string(scan);
     text += "BEGIN IONS\r\nTITLE=" + raw + "." + number + "." + number + ".2." +
-            std::to_string(index) + ".dta\r\nCHARGE=2+\r\n"
+            std::to_string(index) +
+            ".dta\r\nCHARGE=2+\r\n"
             "PEPMASS=450.5\r\n100.0 5.0\r\nEND IONS\r\n";
   }
   return text;
@@ -37,9 +38,10 @@ TEST(RunMGFPipeline, TwoFilesGiveTwoKX2PairsNamedAfterThem) {
   ParameterTable parameters{{"datapath", folder.path.string() + "/"}};
   ::testing::internal::CaptureStdout();
   runMGFPipeline(parameters, {"first.mgf", "SECOND.MGF"});
-  EXPECT_EQ(::testing::internal::GetCapturedStdout(),
-            "[Corvid] Processing first.mgf \n[Corvid] Loading MGF... \n[Corvid] Writing KX2... \n"
-            "[Corvid] Processing SECOND.MGF \n[Corvid] Loading MGF... \n[Corvid] Writing KX2... \n");
+  EXPECT_EQ(
+      ::testing::internal::GetCapturedStdout(),
+      "[Corvid] Processing first.mgf \n[Corvid] Loading MGF... \n[Corvid] Writing KX2... \n"
+      "[Corvid] Processing SECOND.MGF \n[Corvid] Loading MGF... \n[Corvid] Writing KX2... \n");
   for (const char* stem : {"first", "SECOND"}) {
     EXPECT_TRUE(std::filesystem::exists(folder.file(std::string(stem) + ".kx2"))) << stem;
     EXPECT_TRUE(std::filesystem::exists(folder.file(std::string(stem) + ".kx2idx"))) << stem;

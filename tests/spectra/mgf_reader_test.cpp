@@ -112,8 +112,9 @@ TEST(ReadMGF, CrLfLineEndsReadLikeLineFeeds) {
 
 TEST(ReadMGF, ChargeZeroPlusBecomesTwo) {
   TempFolder folder;
-  MGFFile file = readText(folder, "BEGIN IONS\nTITLE=r.5.5.0.dta\nCHARGE=0+\nPEPMASS=400.0\n"
-                                  "100.0 1.0\nEND IONS\n");
+  MGFFile file = readText(folder,
+                          "BEGIN IONS\nTITLE=r.5.5.0.dta\nCHARGE=0+\nPEPMASS=400.0\n"
+                          "100.0 1.0\nEND IONS\n");
   ASSERT_EQ(file.spectra.size(), 1u);
   EXPECT_EQ(file.spectra[0].charge, 2);
   EXPECT_DOUBLE_EQ(file.spectra[0].precursorMH, 800.0 - kProtonMass);
@@ -135,7 +136,8 @@ TEST(ReadMGF, HugeChargesAndMassesAreClampedNotOverflowed) {
 
 TEST(ReadMGF, BlockWithoutChargeUsesDefaultCharge) {
   TempFolder folder;
-  MGFFile file = readText(folder, "BEGIN IONS\nTITLE=r.5.5.0.dta\nPEPMASS=400.0\n100.0 1.0\nEND IONS\n");
+  MGFFile file =
+      readText(folder, "BEGIN IONS\nTITLE=r.5.5.0.dta\nPEPMASS=400.0\n100.0 1.0\nEND IONS\n");
   ASSERT_EQ(file.spectra.size(), 1u);
   EXPECT_EQ(file.spectra[0].charge, 2);
   EXPECT_DOUBLE_EQ(file.spectra[0].precursorMH, 800.0 - kProtonMass);
@@ -155,7 +157,8 @@ TEST(ReadMGF, DistinctScanCountCountsScanChanges) {
 
 TEST(ReadMGF, BlockWithoutPeaksKeepsZeroMass) {
   TempFolder folder;
-  MGFFile file = readText(folder, "BEGIN IONS\nTITLE=r.5.5.2.dta\nCHARGE=2+\nPEPMASS=400.0\nEND IONS\n");
+  MGFFile file =
+      readText(folder, "BEGIN IONS\nTITLE=r.5.5.2.dta\nCHARGE=2+\nPEPMASS=400.0\nEND IONS\n");
   ASSERT_EQ(file.spectra.size(), 1u);
   EXPECT_TRUE(file.spectra[0].peaks.empty());
   EXPECT_EQ(file.spectra[0].precursorMH, 0.0);
@@ -164,7 +167,8 @@ TEST(ReadMGF, BlockWithoutPeaksKeepsZeroMass) {
 TEST(ReadMGF, ScanMultipleOfNinetyOnePrintsProgress) {
   TempFolder folder;
   std::string console;
-  readText(folder, "BEGIN IONS\nTITLE=r.182.182.2.dta\nEND IONS\nBEGIN IONS\nTITLE=r.183.183.2.dta\n",
+  readText(folder,
+           "BEGIN IONS\nTITLE=r.182.182.2.dta\nEND IONS\nBEGIN IONS\nTITLE=r.183.183.2.dta\n",
            &console);
   EXPECT_EQ(console, "\r[Corvid] Extracting MS2, Scan Num = 182");
 }
@@ -172,10 +176,11 @@ TEST(ReadMGF, ScanMultipleOfNinetyOnePrintsProgress) {
 TEST(ReadMGF, MissingEndIonsSwallowsTheNextBlockWithAlert) {
   TempFolder folder;
   std::size_t mark = logMark();
-  MGFFile file = readText(folder,
-                          "BEGIN IONS\nTITLE=r.1.1.2.dta\nCHARGE=2+\nPEPMASS=300.0\n10.0 1.0\n"
-                          "BEGIN IONS\nTITLE=r.2.2.2.dta\nCHARGE=2+\nPEPMASS=300.0\n10.0 1.0\nEND IONS\n"
-                          "BEGIN IONS\nTITLE=r.3.3.2.dta\nEND IONS\n");
+  MGFFile file =
+      readText(folder,
+               "BEGIN IONS\nTITLE=r.1.1.2.dta\nCHARGE=2+\nPEPMASS=300.0\n10.0 1.0\n"
+               "BEGIN IONS\nTITLE=r.2.2.2.dta\nCHARGE=2+\nPEPMASS=300.0\n10.0 1.0\nEND IONS\n"
+               "BEGIN IONS\nTITLE=r.3.3.2.dta\nEND IONS\n");
   ASSERT_EQ(file.spectra.size(), 2u);
   EXPECT_EQ(file.spectra[0].scanNumber, 1u);
   EXPECT_EQ(file.spectra[1].scanNumber, 3u);
@@ -193,7 +198,8 @@ TEST(ReadMGF, PeaksBeforeAnyTitleAreIgnoredWithAlert) {
   EXPECT_TRUE(file.spectra[0].peaks.empty());
   std::vector<std::string> messages = logMessagesSince(mark);
   ASSERT_EQ(messages.size(), 1u);
-  EXPECT_EQ(messages[0], "2 peak lines of " + file.path + " come before any TITLE and were ignored");
+  EXPECT_EQ(messages[0],
+            "2 peak lines of " + file.path + " come before any TITLE and were ignored");
 }
 
 TEST(ReadMGF, LongLinesArriveInPiecesOf1023Characters) {
@@ -209,7 +215,8 @@ TEST(ReadMGF, LongLinesArriveInPiecesOf1023Characters) {
   EXPECT_EQ(file.spectra[0].peaks[0].intensity, 0.0);
   EXPECT_DOUBLE_EQ(file.spectra[0].peaks[1].mz, 5.5);
   // A line of exactly 1023 characters and its line feed: the line feed comes as an empty piece.
-  std::string exact = "BEGIN IONS\nTITLE=r.4.4.2.dta\n" + std::string(1023, '#') + "\nCHARGE=3+\nEND IONS\n";
+  std::string exact =
+      "BEGIN IONS\nTITLE=r.4.4.2.dta\n" + std::string(1023, '#') + "\nCHARGE=3+\nEND IONS\n";
   MGFFile second = readText(folder, exact);
   ASSERT_EQ(second.spectra.size(), 1u);
   EXPECT_EQ(second.spectra[0].charge, 3);
@@ -217,7 +224,8 @@ TEST(ReadMGF, LongLinesArriveInPiecesOf1023Characters) {
 
 TEST(ReadMGF, TruncatedLastLineLosesItsLastCharacter) {
   TempFolder folder;
-  MGFFile file = readText(folder, "BEGIN IONS\nTITLE=r.1.1.2.dta\nCHARGE=2+\nPEPMASS=300.0\n100.5 27");
+  MGFFile file =
+      readText(folder, "BEGIN IONS\nTITLE=r.1.1.2.dta\nCHARGE=2+\nPEPMASS=300.0\n100.5 27");
   ASSERT_EQ(file.spectra.size(), 1u);
   ASSERT_EQ(file.spectra[0].peaks.size(), 1u);
   EXPECT_DOUBLE_EQ(file.spectra[0].peaks[0].mz, 100.5);
@@ -238,7 +246,8 @@ TEST(ReadMGF, RandomBytesWithoutTitlesDoNotCrash) {
   std::string noise(200000, '\0');
   for (char& c : noise) c = static_cast<char>(generator() % 256);
   // Keep "T" out so that no accidental title line ends the test process.
-  for (char& c : noise) if (c == 'T') c = 't';
+  for (char& c : noise)
+    if (c == 'T') c = 't';
   MGFFile file = readText(folder, "BEGIN IONS\nTITLE=r.1.1.2.dta\n" + noise);
   EXPECT_EQ(file.spectra.size(), 1u);
 }

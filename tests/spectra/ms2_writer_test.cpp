@@ -199,11 +199,14 @@ TEST(WriteMS2, ProgressTextAndSkippedSpectraAlert) {
   std::size_t mark = logMark();
   std::string console;
   std::string path = folder.file("p.ms2");
-  std::string text = writeWithoutDate(group, file, ParameterTable{{"output_ms2", "1"}}, path, &console);
+  std::string text =
+      writeWithoutDate(group, file, ParameterTable{{"output_ms2", "1"}}, path, &console);
   EXPECT_EQ(console,
             "\r[Corvid] <Writing MS2>: 0%\r[Corvid] <Writing MS2>: 67%[Corvid] 2 spectra not "
-            "written in " + path + ": the accepted precursor of scan 15 has no spectrum at its "
-            "place in the group (first spectrum affected: scan 20) \n");
+            "written in " +
+                path +
+                ": the accepted precursor of scan 15 has no spectrum at its "
+                "place in the group (first spectrum affected: scan 20) \n");
   EXPECT_EQ(logMessagesSince(mark).size(), 1u);
   EXPECT_NE(text.find("S\t000010\t"), std::string::npos);
   EXPECT_EQ(text.find("S\t000020\t"), std::string::npos);

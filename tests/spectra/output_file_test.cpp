@@ -31,8 +31,19 @@ std::string printed(const char* format, double value) {
 
 TEST(OutputFile, NumbersMatchPrintfFormats) {
   TempFolder folder;
-  const double values[] = {0.0, -0.0, 0.05, 0.25, 2.5, 20.25, 1497.985448, 500.256, 1e-7,
-                           123456789.123456789, 1e22, -3.75, std::numeric_limits<double>::infinity(),
+  const double values[] = {0.0,
+                           -0.0,
+                           0.05,
+                           0.25,
+                           2.5,
+                           20.25,
+                           1497.985448,
+                           500.256,
+                           1e-7,
+                           123456789.123456789,
+                           1e22,
+                           -3.75,
+                           std::numeric_limits<double>::infinity(),
                            std::nan("")};
   for (double value : values) {
     OutputFile out;
