@@ -14,8 +14,9 @@ namespace corvid {
 inline constexpr const char* kMS2FallbackPath = "C:\\test.ms2";
 
 // Writes the five header lines and, when `output_ms2` is "1", the scan blocks.
-// group.writtenCount gets the number of blocks. When the file cannot be created, prints
-// "Fail to Create MS2 file! Please Check your disk!" on standard error and returns false.
+// group.writtenCount gets the number of blocks the group exports, counted with the switch off too.
+// When the file cannot be created, prints "Fail to Create MS2 file! Please Check your disk!" on
+// standard error and returns false.
 bool writeMS2(GroupExport& group, const MS2File& ms2File, const ParameterTable& parameters,
               const std::string& path);
 

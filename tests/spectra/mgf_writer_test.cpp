@@ -112,6 +112,7 @@ TEST(WriteMGF, OutputSwitchOffLeavesEmptyFile) {
   ::testing::internal::GetCapturedStdout();
   ASSERT_TRUE(std::filesystem::exists(path));
   EXPECT_EQ(std::filesystem::file_size(path), 0u);
+  EXPECT_EQ(group.writtenCount, 2);  // the exported precursors are still counted
   // The switch is read without being inserted into the caller's table.
   EXPECT_EQ(table.size(), 1u);
 }

@@ -126,6 +126,7 @@ TEST(WriteMS2, SwitchOffLeavesOnlyTheFiveHeaderLines) {
   std::string text =
       writeWithoutDate(group, file, ParameterTable{{"output_ms2", "0"}}, folder.file("o.ms2"));
   EXPECT_EQ(text, kHeaderAfterDate);
+  EXPECT_EQ(group.writtenCount, 2);
 }
 
 TEST(WriteMS2, SpectrumWithoutPeaksHasZeroPeakCountAndNoPeakLines) {
