@@ -215,6 +215,19 @@ TEST(WriteKX2FromMGF, RepeatedPrecursorIndexReplacesWithAlert) {
   EXPECT_EQ(logMessagesSince(mark).size(), 1u);
 }
 
+TEST(WriteKX2FromMGF, UncreatableOutputLogsError) {
+  TempFolder folder;
+  std::filesystem::create_directories(folder.file("c.kx2"));  // a folder where the file should go
+  MGFFile mgf;
+  mgf.path = folder.file("c.mgf");
+  std::size_t mark = logMark();
+  ::testing::internal::CaptureStdout();
+  writeKX2FromMGF(mgf);
+  ::testing::internal::GetCapturedStdout();
+  EXPECT_EQ(logMessagesSince(mark),
+            std::vector<std::string>{"Fail to create KX file " + folder.file("c.kx2")});
+}
+
 TEST(OpenKX, RoundTripOfWriteKX2) {
   TempFolder folder;
   MS2File file;

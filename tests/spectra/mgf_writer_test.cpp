@@ -188,6 +188,17 @@ TEST(WriteMGF, UncreatableFileLogsErrorAndReturnsFalse) {
   EXPECT_FALSE(std::filesystem::exists(path));
 }
 
+TEST(WriteMGF, FullDiskLogsWriteErrorAndReturnsFalse) {
+  if (!std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no /dev/full on this system";
+  MS2File file = twoPeakFile({100});
+  GroupExport group = wholeFileGroup(file, {});
+  std::size_t mark = logMark();
+  ::testing::internal::CaptureStdout();
+  EXPECT_FALSE(writeMGF(group, file, mgfOn(), "/dev/full"));
+  ::testing::internal::GetCapturedStdout();
+  EXPECT_EQ(logMessagesSince(mark), std::vector<std::string>{"Fail to write MGF file /dev/full"});
+}
+
 TEST(WriteMGF, EmptyPathWritesTheFallbackFile) {
   TempFolder folder;
   std::filesystem::path previous = std::filesystem::current_path();
