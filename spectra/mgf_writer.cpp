@@ -10,11 +10,6 @@ namespace corvid {
 // The console progress line is refreshed every this many spectra (and at the last one).
 constexpr std::size_t kProgressStep = 41;
 
-bool switchIsOn(const ParameterTable& parameters, const std::string& key) {
-  auto found = parameters.find(key);
-  return found != parameters.end() && isOn(found->second);
-}
-
 namespace {
 
 struct MGFBlock {
@@ -70,7 +65,7 @@ bool writeMGF(GroupExport& group, const MS2File& ms2File, const ParameterTable& 
     logMessage("Error", "Fail to create MGF file " + target);
     return false;
   }
-  const bool writeBlocks = switchIsOn(parameters, "output_mgf");
+  const bool writeBlocks = exportSwitchOn(parameters, "output_mgf");
   const std::size_t count = group.spectrumPositions.size();
   std::size_t cursor = 0;
   SkippedSpectra skipped;

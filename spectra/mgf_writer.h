@@ -19,7 +19,4 @@ inline constexpr const char* kMGFFallbackPath = "F:\\test.mgf";
 bool writeMGF(GroupExport& group, const MS2File& ms2File, const ParameterTable& parameters,
               const std::string& path);
 
-// The value of a switch without inserting the key into a table we only read.
-bool switchIsOn(const ParameterTable& parameters, const std::string& key);
-
 }  // namespace corvid

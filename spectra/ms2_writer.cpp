@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <ctime>
 
-#include "spectra/mgf_writer.h"
 #include "spectra/output_file.h"
 #include "startup/run_log.h"
 
@@ -90,7 +89,7 @@ bool writeMS2(GroupExport& group, const MS2File& ms2File, const ParameterTable& 
     return false;
   }
   putHeader(out);
-  const bool writeBlocks = switchIsOn(parameters, "output_ms2");
+  const bool writeBlocks = exportSwitchOn(parameters, "output_ms2");
   const std::size_t count = group.spectrumPositions.size();
   std::size_t cursor = 0;
   SkippedSpectra skipped;
