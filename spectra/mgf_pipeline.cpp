@@ -1,0 +1,23 @@
+#include "spectra/mgf_pipeline.h"
+
+#include "spectra/kx_format.h"
+#include "spectra/mgf_reader.h"
+#include "startup/run_log.h"
+
+namespace corvid {
+
+void runMGFPipeline(const ParameterTable& parameters, const std::vector<std::string>& mgfNames) {
+  auto found = parameters.find("datapath");
+  const std::string folder = found == parameters.end() ? std::string() : found->second;
+  for (const std::string& name : mgfNames) {
+    logMessage("State", "Processing " + name);
+    logMessage("Infor", "Loading MGF...");
+    MGFFile mgfFile;  // released at the end of each pass, before the next file
+    mgfFile.path = folder + name;
+    readMGF(mgfFile);
+    logMessage("Infor", "Writing KX2...");
+    writeKX2FromMGF(mgfFile);
+  }
+}
+
+}  // namespace corvid

@@ -1,0 +1,111 @@
+#include "spectra/mgf_writer.h"
+
+#include <cstdio>
+
+#include "spectra/output_file.h"
+#include "startup/run_log.h"
+
+namespace corvid {
+
+// The console progress line is refreshed every this many spectra (and at the last one).
+constexpr std::size_t kProgressStep = 41;
+
+namespace {
+
+struct MGFBlock {
+  std::int64_t scan = 0;
+  std::int32_t charge = 0;
+  double retentionTime = 0.0;
+  double pepMass = 0.0;
+  std::int32_t precursorIndex = 0;
+  bool indexed =
+      false;  // five-field title with k, else the ".0.dta" title of the recorded precursor
+};
+
+void putBlock(const std::string& rawName, const MGFBlock& block, const MS2Spectrum& spectrum,
+              OutputFile& out) {
+  // Scans are printed as the 32-bit integers they are stored as.
+  std::int32_t scan = static_cast<std::int32_t>(block.scan);
+  putText(out, "BEGIN IONS\r\nTITLE=");
+  putText(out, rawName);
+  putText(out, ".");
+  putInt(out, scan);
+  putText(out, ".");
+  putInt(out, scan);
+  putText(out, ".");
+  putInt(out, block.charge);
+  putText(out, ".");
+  putInt(out, block.indexed ? block.precursorIndex : 0);
+  putText(out, ".dta\r\nCHARGE=");
+  putInt(out, block.charge);
+  putText(out, "+\r\nRTINSECONDS=");
+  putFixed(out, block.retentionTime, 7);
+  putText(out, "\r\nPEPMASS=");
+  putFixed(out, block.pepMass, 6);
+  putLineEnd(out);
+  for (const Peak& peak : spectrum.peaks) {
+    putFixed(out, peak.mz, 6);
+    putText(out, " ");
+    putFixed(out, peak.intensity, 1);
+    putLineEnd(out);
+    flushIfLarge(out);
+  }
+  putText(out, "END IONS\r\n");
+  flushIfLarge(out);
+}
+
+}  // namespace
+
+bool writeMGF(GroupExport& group, const MS2File& ms2File, const ParameterTable& parameters,
+              const std::string& path) {
+  const std::string& target = path.empty() ? std::string(kMGFFallbackPath) : path;
+  group.writtenCount = 0;
+  OutputFile out;
+  if (!openOutputFile(target, out)) {
+    logMessage("Error", "Fail to create MGF file " + target);
+    return false;
+  }
+  const bool writeBlocks = exportSwitchOn(parameters, "output_mgf");
+  const std::size_t count = group.spectrumPositions.size();
+  std::size_t cursor = 0;
+  SkippedSpectra skipped;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (i % kProgressStep == 0 || i + 1 == count) {
+      std::printf("\r[Corvid] <Writing MGF>: %.0lf%%", static_cast<double>(i) * 100.0 / count);
+    }
+    const MS2Spectrum& spectrum = ms2File.spectra.at(group.spectrumPositions[i]);
+    MGFBlock block;
+    block.scan = spectrum.scanNumber;
+    block.retentionTime = spectrum.retentionTime;
+    std::size_t rowCount = 0;
+    RowMatch match = matchRows(group.accepted, cursor, block.scan, rowCount);
+    if (match == RowMatch::BehindCursor) {
+      noteSkipped(block.scan, scanOfRow(group.accepted[cursor]), skipped);
+      continue;
+    }
+    if (match == RowMatch::Rows) {
+      block.indexed = true;
+      for (std::size_t k = 0; k < rowCount; ++k, ++cursor) {
+        const PrecursorRecord& row = group.accepted[cursor];
+        block.charge = chargeOfRow(row);
+        block.pepMass = row.mz;
+        block.precursorIndex = static_cast<std::int32_t>(k);
+        if (writeBlocks) putBlock(group.rawName, block, spectrum, out);
+        ++group.writtenCount;
+      }
+      continue;
+    }
+    block.charge = spectrum.charge;
+    block.pepMass = recordedMz(spectrum);
+    if (writeBlocks) putBlock(group.rawName, block, spectrum, out);
+    ++group.writtenCount;
+  }
+  reportSkippedSpectra(target, skipped, "not written");
+  if (!closeOutputFile(out)) {
+    logMessage("Error", "Fail to write MGF file " + target);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace corvid

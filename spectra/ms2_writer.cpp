@@ -1,0 +1,130 @@
+#include "spectra/ms2_writer.h"
+
+#include <cstdio>
+#include <ctime>
+
+#include "spectra/output_file.h"
+#include "startup/run_log.h"
+
+namespace corvid {
+
+// The console progress line is refreshed every this many spectra (and at the last one).
+constexpr std::size_t kProgressStep = 41;
+
+namespace {
+
+// The C library's ascii time text of the local time, with its own line feed turned into CR LF.
+void putCreationDate(OutputFile& out) {
+  std::time_t now = std::time(nullptr);
+  std::tm local{};
+  localtime_r(&now, &local);
+  char text[64];
+  // asctime's fixed layout ("Www Mmm dd hh:mm:ss yyyy\n"), without its static buffer.
+  std::strftime(text, sizeof text, "%a %b %e %H:%M:%S %Y", &local);
+  putText(out, "H\tCreationDate\t");
+  putText(out, text);
+  putLineEnd(out);
+}
+
+void putHeader(OutputFile& out) {
+  putCreationDate(out);
+  putText(out,
+          "H\tExtractor\tCorvid\r\n"
+          "H\tExtractorVersion\t2.0.1\r\n"
+          "H\tComments\tOwned by Halcyon Studio, 2016\r\n"
+          "H\tDataType\tCentroided\r\n");
+}
+
+// One scan block; mz is the precursor m/z of the S and MonoiosotopicMz lines.
+void putScanBlock(const MS2Spectrum& spectrum, double mz, std::int32_t charge, double mh,
+                  OutputFile& out) {
+  std::int32_t scan = static_cast<std::int32_t>(spectrum.scanNumber);
+  putText(out, "S\t");
+  putZeroPadded(out, scan, 6);
+  putText(out, "\t");
+  putZeroPadded(out, scan, 6);
+  putText(out, "\t");
+  putGeneral(out, mz, 10);
+  putText(out, "\r\nI\tNumberOfPeaks\t");
+  putInt(out, static_cast<std::int32_t>(spectrum.peaks.size()));
+  putText(out, "\r\nI\tRetTime\t");
+  putFixed(out, spectrum.retentionTime, 6);
+  putText(out, "\r\nI\tIonInjectionTime\t");
+  putFixed(out, spectrum.ionInjectionTime, 6);
+  putText(out, "\r\nI\tActivationType\t");
+  putText(out, spectrum.activationType);
+  putText(out, "\r\nI\tInstrumentType\t");
+  putText(out, spectrum.instrumentType);
+  putText(out, "\r\nI\tPrecursorScan\t");
+  putInt(out, spectrum.precursorScan);
+  putText(out, "\r\nI\tActivationCenter\t");
+  putFixed(out, spectrum.activationCenter, 2);
+  putText(out, "\r\nI\tMonoiosotopicMz\t");
+  putGeneral(out, mz, 10);
+  putText(out, "\r\nZ\t");
+  putInt(out, charge);
+  putText(out, "\t");
+  putFixed(out, mh, 6);
+  putLineEnd(out);
+  for (const Peak& peak : spectrum.peaks) {
+    putFixed(out, peak.mz, 6);
+    putText(out, " ");
+    putFixed(out, peak.intensity, 1);
+    putLineEnd(out);
+    flushIfLarge(out);
+  }
+  flushIfLarge(out);
+}
+
+}  // namespace
+
+bool writeMS2(GroupExport& group, const MS2File& ms2File, const ParameterTable& parameters,
+              const std::string& path) {
+  const std::string& target = path.empty() ? std::string(kMS2FallbackPath) : path;
+  group.writtenCount = 0;
+  OutputFile out;
+  if (!openOutputFile(target, out)) {
+    std::fflush(stdout);
+    std::fputs("Fail to Create MS2 file! Please Check your disk!\n", stderr);
+    return false;
+  }
+  putHeader(out);
+  const bool writeBlocks = exportSwitchOn(parameters, "output_ms2");
+  const std::size_t count = group.spectrumPositions.size();
+  std::size_t cursor = 0;
+  SkippedSpectra skipped;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (i % kProgressStep == 0 || i + 1 == count) {
+      std::printf("\r[Corvid] <Writing MS2>: %.0lf%%", static_cast<double>(i) * 100.0 / count);
+    }
+    const MS2Spectrum& spectrum = ms2File.spectra.at(group.spectrumPositions[i]);
+    const std::int64_t scan = spectrum.scanNumber;
+    std::size_t rowCount = 0;
+    RowMatch match = matchRows(group.accepted, cursor, scan, rowCount);
+    if (match == RowMatch::BehindCursor) {
+      noteSkipped(scan, scanOfRow(group.accepted[cursor]), skipped);
+      continue;
+    }
+    if (match == RowMatch::Rows) {
+      for (std::size_t k = 0; k < rowCount; ++k, ++cursor) {
+        const PrecursorRecord& row = group.accepted[cursor];
+        std::int32_t charge = chargeOfRow(row);
+        if (writeBlocks) putScanBlock(spectrum, row.mz, charge, mhFromMz(row.mz, charge), out);
+        ++group.writtenCount;
+      }
+      continue;
+    }
+    if (writeBlocks) {
+      putScanBlock(spectrum, recordedMz(spectrum), spectrum.charge, spectrum.precursorMH, out);
+    }
+    ++group.writtenCount;
+  }
+  reportSkippedSpectra(target, skipped, "not written");
+  if (!closeOutputFile(out)) {
+    logMessage("Error", "Fail to write MS2 file " + target);
+    return false;
+  }
+  return true;
+}
+
+}  // namespace corvid
