@@ -35,6 +35,12 @@ inline ParameterTable defaultParameters() {
   return table;
 }
 
+// Sets a value by moving a whole string in: GCC 12 warns falsely (-Wrestrict) about assigning a
+// short literal to a map's string at -O2.
+inline void setParameter(ParameterTable& table, const std::string& key, std::string value) {
+  table[key] = std::move(value);
+}
+
 // Clears every row of the process-wide isotope table and sets the given ones.
 inline void resetIsotopeTable() {
   for (IsotopePattern& row : isotopePatternTable().rows) row = IsotopePattern{};

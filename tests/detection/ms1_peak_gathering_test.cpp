@@ -182,7 +182,7 @@ TEST(GatherMs1Peaks, GathersPrecedingRelatedAndFollowingScansInThatOrder) {
   }
   const MS1File file = makeMs1File(scans);
   ParameterTable parameters = defaultParameters();
-  parameters["check_activationcenter"] = "0";
+  testing::setParameter(parameters, "check_activationcenter", "0");
   DetectionContext context = makeDetectionContext(parameters, file);
   std::vector<Peak> gathered;
   gatherMs1Peaks(context, 55, 500.0, gathered);  // related = scan 50, index 4
@@ -260,7 +260,7 @@ TEST(GatherMs1Peaks, ActivationCenterNowhereKeepsAllThreeScans) {
 TEST(GatherMs1Peaks, ActivationCenterCheckOffKeepsAllThreeScans) {
   const MS1File file = centerCheckFile(true, true);
   ParameterTable parameters = defaultParameters();
-  parameters["check_activationcenter"] = "0";
+  testing::setParameter(parameters, "check_activationcenter", "0");
   DetectionContext context = makeDetectionContext(parameters, file);
   std::vector<Peak> gathered;
   gatherMs1Peaks(context, 4, 500.0, gathered);
@@ -290,8 +290,8 @@ TEST(GatherMs1Peaks, DebugModeWritesThePeakFileAndPrintsTheScans) {
   std::filesystem::create_directories(folder);
   const MS1File file = makeMs1File({makeScan(7, {{499.5, 10.0}, {500.25, 2.0}})});
   ParameterTable parameters = defaultParameters();
-  parameters["debug_mode"] = "1";
-  parameters["datapath"] = folder.string() + "/";
+  testing::setParameter(parameters, "debug_mode", "1");
+  testing::setParameter(parameters, "datapath", folder.string() + "/");
   DetectionContext context = makeDetectionContext(parameters, file);
   std::vector<Peak> gathered;
   testing::StdoutCapture capture;
@@ -319,8 +319,8 @@ TEST(GatherMs1Peaks, DebugModeTwoWritesThePeakFileWithoutPrinting) {
   std::filesystem::create_directories(folder);
   const MS1File file = makeMs1File({makeScan(1, {}), makeScan(3, {{500.0, 1.0}})});
   ParameterTable parameters = defaultParameters();
-  parameters["debug_mode"] = "2";
-  parameters["datapath"] = folder.string() + "/";
+  testing::setParameter(parameters, "debug_mode", "2");
+  testing::setParameter(parameters, "datapath", folder.string() + "/");
   DetectionContext context = makeDetectionContext(parameters, file);
   std::vector<Peak> gathered;
   testing::StdoutCapture capture;
