@@ -81,9 +81,16 @@ void collectReferenceEntries(DetectionContext& context, std::int32_t scanNumber)
   ReferencePrecursorList* reference = context.reference;
   if (reference == nullptr) return;
   if (reference->found.size() < reference->size()) reference->found.resize(reference->size(), 0);
-  for (std::size_t i = 0; i < reference->size(); ++i) {
-    if (reference->scans[i] == scanNumber) context.scanReferenceEntries.push_back(i);
+  auto& index = context.referenceByScan;
+  if (context.indexedReference != reference || context.indexedReferenceSize != reference->size()) {
+    index.clear();
+    for (std::size_t i = 0; i < reference->size(); ++i) index.emplace_back(reference->scans[i], i);
+    std::sort(index.begin(), index.end());
+    context.indexedReference = reference;
+    context.indexedReferenceSize = reference->size();
   }
+  auto entry = std::lower_bound(index.begin(), index.end(), std::make_pair(scanNumber, std::size_t{0}));
+  for (; entry != index.end() && entry->first == scanNumber; ++entry) context.scanReferenceEntries.push_back(entry->second);
 }
 
 void markReference(DetectionContext& context, double mz, std::int32_t charge) {

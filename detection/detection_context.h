@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "scoring/precursor_features.h"
@@ -95,6 +96,11 @@ struct DetectionContext {
   std::vector<Peak> takenPeaks;                // one scan's peaks inside the gathering window
   std::vector<std::uint8_t> removalMarks;      // near-peak merging
   std::vector<std::size_t> scanReferenceEntries;  // reference entries of the current scan
+  // (scan, entry) pairs of the reference list sorted by scan; rebuilt when the list or its size
+  // changes.
+  std::vector<std::pair<std::int32_t, std::size_t>> referenceByScan;
+  const ReferencePrecursorList* indexedReference = nullptr;
+  std::size_t indexedReferenceSize = 0;
   std::vector<PrecursorCandidate> scanCandidates;
   std::vector<std::array<double, 16>> rankingRows;
   std::vector<PrecursorCandidate> rankedCandidates;

@@ -23,13 +23,14 @@ void binIsotopeProfile(const ProfileGrid& grid, const IsotopeProbe& probe, int f
   const int gridRows = std::min(grid.rows, kElutionRows);
   for (int isotope = firstIsotope; isotope <= lastIsotope; ++isotope) {
     const double offset = isotope * kIsotopeSpacing / probe.charge;
-    const auto b0 = static_cast<std::int64_t>(
-        (probe.mz - probe.tolerance + offset - probe.center + grid.halfWidth) * grid.binsPerTh);
-    const auto b1 = static_cast<std::int64_t>(
-        (probe.mz + probe.tolerance + offset - probe.center + grid.halfWidth) * grid.binsPerTh);
-    if (b0 >= grid.bins) break;  // the isotopes above lie further out
-    if (b0 < 1) continue;
-    const std::int64_t last = std::min<std::int64_t>(b1, grid.bins - 1);
+    // Bin positions stay doubles until they are known to lie inside the grid; truncation toward
+    // zero then gives the bins (b0 >= 1 exactly when the position is at least 1).
+    const double first = (probe.mz - probe.tolerance + offset - probe.center + grid.halfWidth) * grid.binsPerTh;
+    const double end = (probe.mz + probe.tolerance + offset - probe.center + grid.halfWidth) * grid.binsPerTh;
+    if (!(first < grid.bins)) break;  // the isotopes above lie further out (or nothing is finite)
+    if (!(first >= 1.0)) continue;
+    const auto b0 = static_cast<std::int64_t>(first);
+    const std::int64_t last = end >= grid.bins - 1 ? grid.bins - 1 : static_cast<std::int64_t>(end);
     const int slot = isotope - firstIsotope;
     const double isotopeMz = probe.mz + offset;
     for (int row = 0; row < gridRows; ++row) {

@@ -28,9 +28,11 @@ constexpr double kCenterTolerance = 2e-5;
 
 bool mzBelow(const Peak& peak, double mz) { return peak.mz < mz; }
 
-// The bin of an m/z, truncated toward zero as an integer conversion does.
+// The bin of an m/z, truncated toward zero as an integer conversion does; -1 far outside.
 std::int64_t binOf(const ProfileGrid& grid, double mz, double center) {
-  return static_cast<std::int64_t>((mz - center + grid.halfWidth) * grid.binsPerTh);
+  const double position = (mz - center + grid.halfWidth) * grid.binsPerTh;
+  if (!(position > -1.0 && position < grid.bins + 1.0)) return -1;
+  return static_cast<std::int64_t>(position);
 }
 
 // The peaks of one scan inside center +- 3 Th, walking from the first peak and stopping at the
@@ -154,6 +156,8 @@ void gatherMs1Peaks(DetectionContext& context, std::int32_t ms2ScanNumber, doubl
   context.relatedScan = related;
   clearProfileGrid(context.filteredGrid);
   clearProfileGrid(context.wideGrid);
+  // No finite m/z lies within 3 Th of an infinite or undefined center.
+  if (!std::isfinite(center)) return;
   fillWideGrid(context, related, center);
 
   TextWriter debugFile;

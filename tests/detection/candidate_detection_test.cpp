@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
+#include <limits>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -221,6 +223,27 @@ TEST_F(DetectCandidates, ReferenceEntriesAreMarkedForEveryTriedPair) {
   EXPECT_EQ(list.found, (std::vector<std::int32_t>{1, 0, 0, 1, 0}));
 }
 
+TEST_F(DetectCandidates, ReferenceEntriesAddedLaterAreFoundToo) {
+  ReferencePrecursorList list;
+  for (std::int32_t scan = 1; scan <= 40; ++scan) {
+    list.scans.push_back(scan);
+    list.mzs.push_back(500.0);
+    list.charges.push_back(2);
+    list.values.push_back(0.0);
+  }
+  reference = &list;  // found is sized by detection when the loader left it short
+  const MS1File file = flatFile({{500.0, 1000.0}, {500.5015, 800.0}});
+  run(file, defaultParameters(), 500.25);
+  ASSERT_EQ(list.found.size(), 40u);
+  for (std::size_t i = 0; i < 40; ++i) EXPECT_EQ(list.found[i], i == 19 ? 1 : 0) << i;
+  list.scans.push_back(kMs2Scan);
+  list.mzs.push_back(500.0);
+  list.charges.push_back(3);
+  list.values.push_back(0.0);
+  run(file, defaultParameters(), 500.25);
+  EXPECT_EQ(list.found.back(), 1);
+}
+
 TEST_F(DetectCandidates, CutSimiliarMonoZeroKeepsNearPeaks) {
   ParameterTable parameters = defaultParameters();
   testing::setParameter(parameters, "cut_similiar_mono", "0");
@@ -314,6 +337,42 @@ TEST(ReadDetectionSettings, SwitchesAreOnOnlyForTheTextOne) {
   EXPECT_EQ(settings.debugMode, DebugMode::kOff);
   EXPECT_EQ(settings.coElute, 0);
   EXPECT_EQ(settings.recalibrateWindow, 7.0);
+}
+
+}  // namespace
+}  // namespace corvid
+
+namespace corvid {
+namespace {
+
+TEST(DetectCandidatesBadInput, NonFiniteCentersAndValuesNeitherCrashNorInventCandidates) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  std::vector<MS1Spectrum> scans;
+  for (int i = 0; i < 12; ++i) {
+    scans.push_back(testing::makeScan(static_cast<std::uint32_t>(2 * i + 1),
+                                      {{499.0, -5.0}, {500.0, inf}, {500.001, inf}, {500.5015, 1e308},
+                                       {500.6, 0.0}, {nan, 1.0}, {1e308, 1.0}}));
+  }
+  const MS1File file = testing::makeMs1File(scans);
+  for (const double center : {inf, -inf, nan, 500.25, -500.0, 0.0, 1e308}) {
+    DetectionContext context = makeDetectionContext(testing::defaultParameters(), file);
+    std::vector<Peak> gathered;
+    gatherMs1Peaks(context, 20, center, gathered);
+    detectCandidates(context, center, 20, gathered);
+    if (!std::isfinite(center)) {
+      EXPECT_TRUE(gathered.empty());
+      EXPECT_TRUE(context.contextPeaks.empty());
+      EXPECT_TRUE(context.records.empty());
+    }
+    for (const PrecursorRecord& record : context.records) EXPECT_TRUE(record.charge >= 2 && record.charge <= 6);
+  }
+  // Peaks handed over directly with a non-finite center.
+  DetectionContext context = makeDetectionContext(testing::defaultParameters(), file);
+  std::vector<Peak> direct = {{500.0, 1.0}, {500.5, 1.0}, {501.0, 1.0}};
+  detectCandidates(context, inf, 20, direct);
+  detectCandidates(context, nan, 20, direct);
+  EXPECT_TRUE(context.records.empty());
 }
 
 }  // namespace
