@@ -86,8 +86,6 @@ struct DetectionContext {
   std::vector<Peak> contextPeaks;
   std::array<std::int32_t, 3> gatheredCounts{};  // peaks from the preceding, related, following scan
   std::int64_t relatedScan = -1;
-  std::size_t wideGuess = 0;       // last window start found, a starting point for the next scan
-  std::size_t wideGuessSize = 0;   // size of the scan it was found in
 
   // Working vectors of candidate detection, overwritten for every (peak, charge) pair.
   std::array<double, kIsotopeProfileSize> isotopeProfile{};

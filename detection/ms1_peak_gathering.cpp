@@ -37,31 +37,20 @@ std::int64_t binOf(const ProfileGrid& grid, double mz, double center) {
 
 // The peaks of one scan inside center +- 3 Th, walking from the first peak and stopping at the
 // first peak above the window (a sorted search gives the same peaks on an ascending list).
-// guess is where the window's first peak is expected; the found position is returned through it.
 void takeWindowPeaks(const DetectionContext& context, std::size_t scanIndex, double low, double high,
-                     std::size_t& guess, std::vector<Peak>& taken) {
+                     std::vector<Peak>& taken) {
   taken.clear();
   const std::vector<Peak>& peaks = context.ms1->spectra[scanIndex].peaks;
   if (scanIndex < context.ms1PeaksAscending.size() && context.ms1PeaksAscending[scanIndex] != 0) {
-    std::size_t last = lowerBoundFrom(peaks, low, guess);
-    const std::size_t first = last;
-    while (last < peaks.size() && peaks[last].mz <= high) ++last;
-    taken.insert(taken.end(), peaks.begin() + static_cast<std::ptrdiff_t>(first),
-                 peaks.begin() + static_cast<std::ptrdiff_t>(last));
-    guess = first;
+    const PeakRange range = peaksWithin(peaks, low, high);
+    taken.insert(taken.end(), peaks.begin() + static_cast<std::ptrdiff_t>(range.first),
+                 peaks.begin() + static_cast<std::ptrdiff_t>(range.last));
     return;
   }
   for (const Peak& peak : peaks) {
     if (peak.mz > high) break;
     if (peak.mz >= low) taken.push_back(peak);
   }
-}
-
-// Scales a position in one scan to the same relative position in a scan of another size.
-std::size_t scaledGuess(std::size_t position, std::size_t fromSize, std::size_t toSize) {
-  if (fromSize == 0) return toSize / 2;
-  return static_cast<std::size_t>(static_cast<double>(position) * static_cast<double>(toSize) /
-                                  static_cast<double>(fromSize));
 }
 
 void fillWideGrid(DetectionContext& context, std::int64_t related, double center) {
@@ -71,24 +60,13 @@ void fillWideGrid(DetectionContext& context, std::int64_t related, double center
   const auto scanCount = static_cast<std::int64_t>(context.ms1->spectra.size());
   const std::int64_t first = std::max<std::int64_t>(related + kWideFirstOffset, 0);
   const std::int64_t last = std::min<std::int64_t>(related + kWideLastOffset, scanCount - 1);
-  std::size_t guess = 0;
-  std::size_t previousSize = 0;
-  bool searched = false;
   for (std::int64_t index = first; index <= last; ++index) {
-    const std::size_t size = context.ms1->spectra[static_cast<std::size_t>(index)].peaks.size();
-    // The first scan is searched from its middle; the others start where the previous one's
-    // window began.
-    guess = searched ? scaledGuess(guess, previousSize, size) : size / 2;
-    takeWindowPeaks(context, static_cast<std::size_t>(index), low, high, guess, context.takenPeaks);
-    searched = true;
-    previousSize = size;
+    takeWindowPeaks(context, static_cast<std::size_t>(index), low, high, context.takenPeaks);
     const std::int64_t row = index - related - 1 + grid.centerRow;
     for (const Peak& peak : context.takenPeaks) {
       addToProfileGrid(grid, row, binOf(grid, peak.mz, center), peak.intensity);
     }
   }
-  context.wideGuess = guess;
-  context.wideGuessSize = previousSize;
 }
 
 // Removes, from the last peak to the first, the peaks below 2 % of the local maximum or below
@@ -155,37 +133,6 @@ std::int64_t findRelatedScan(const DetectionContext& context, std::int64_t ms2Sc
   return -1;
 }
 
-std::size_t lowerBoundFrom(const std::vector<Peak>& peaks, double mz, std::size_t guess) {
-  const std::size_t n = peaks.size();
-  if (n == 0) return 0;
-  guess = std::min(guess, n - 1);
-  const auto begin = peaks.begin();
-  std::size_t lo = 0;
-  std::size_t hi = n;
-  if (peaks[guess].mz < mz) {
-    // Everything up to guess is below mz: double the step until a peak reaches mz.
-    lo = guess + 1;
-    std::size_t step = 1;
-    while (lo + step - 1 < n && peaks[lo + step - 1].mz < mz) {
-      lo += step;
-      step *= 2;
-    }
-    hi = std::min(lo + step, n);
-  } else {
-    // peaks[guess] reaches mz, and so does everything after it.
-    hi = guess;
-    std::size_t step = 1;
-    while (hi >= step && !(peaks[hi - step].mz < mz)) {
-      hi -= step;
-      step *= 2;
-    }
-    lo = hi >= step ? hi - step + 1 : 0;
-  }
-  return static_cast<std::size_t>(std::lower_bound(begin + static_cast<std::ptrdiff_t>(lo),
-                                                   begin + static_cast<std::ptrdiff_t>(hi), mz, mzBelow) -
-                                  begin);
-}
-
 PeakRange peaksWithin(const std::vector<Peak>& peaks, double low, double high) {
   PeakRange range;
   range.first = static_cast<std::size_t>(std::lower_bound(peaks.begin(), peaks.end(), low, mzBelow) -
@@ -228,11 +175,7 @@ void gatherMs1Peaks(DetectionContext& context, std::int32_t ms2ScanNumber, doubl
     if (index < 0) {
       taken.clear();
     } else {
-      const std::size_t size = scan.peaks.size();
-      std::size_t guess = scaledGuess(context.wideGuess, context.wideGuessSize, size);
-      takeWindowPeaks(context, static_cast<std::size_t>(index), low, high, guess, taken);
-      context.wideGuess = guess;
-      context.wideGuessSize = size;
+      takeWindowPeaks(context, static_cast<std::size_t>(index), low, high, taken);
     }
 
     if (debugMode != DebugMode::kOff) {

@@ -19,11 +19,6 @@ struct PeakRange {
 };
 PeakRange peaksWithin(const std::vector<Peak>& peaks, double low, double high);
 
-// std::lower_bound on m/z of an ascending peak list, searched outwards from a guessed index with
-// doubling steps: neighbouring MS1 scans hold their peaks at similar positions, so the answer is
-// usually a few peaks away and the search stays within a cache line or two.
-std::size_t lowerBoundFrom(const std::vector<Peak>& peaks, double mz, std::size_t guess);
-
 // Fills both grids, the context peak list (sorted by m/z at the end) and gatheredPeaks
 // (preceding scan's peaks, then the related scan's, then the following scan's).
 void gatherMs1Peaks(DetectionContext& context, std::int32_t ms2ScanNumber, double activationCenter,
