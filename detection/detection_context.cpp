@@ -1,6 +1,7 @@
 #include "detection/detection_context.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <string>
 
@@ -16,9 +17,12 @@ const std::string& valueOf(const ParameterTable& parameters, const std::string& 
   return found == parameters.end() ? kEmpty : found->second;
 }
 
+// Ascending and free of undefined m/z (with which no order is meaningful).
 bool peaksAscending(const std::vector<Peak>& peaks) {
-  return std::is_sorted(peaks.begin(), peaks.end(),
-                        [](const Peak& a, const Peak& b) { return a.mz < b.mz; });
+  for (std::size_t i = 0; i < peaks.size(); ++i) {
+    if (std::isnan(peaks[i].mz) || (i > 0 && peaks[i].mz < peaks[i - 1].mz)) return false;
+  }
+  return true;
 }
 
 }  // namespace

@@ -96,6 +96,54 @@ TEST(PeaksWithin, SortedSearchMatchesLinearWalkOnRandomPeaks) {
   }
 }
 
+TEST(GatherMs1Peaks, SortedSearchGathersWhatTheLinearWalkGathers) {
+  std::mt19937 random(5);
+  std::uniform_real_distribution<double> mzOf(480.0, 520.0);
+  std::vector<MS1Spectrum> scans;
+  for (int i = 0; i < 120; ++i) {
+    std::vector<Peak> peaks(random() % 400);
+    for (Peak& peak : peaks) peak = {mzOf(random), 1.0 + static_cast<double>(random() % 1000)};
+    std::sort(peaks.begin(), peaks.end(), [](const Peak& a, const Peak& b) { return a.mz < b.mz; });
+    scans.push_back(makeScan(static_cast<std::uint32_t>(2 * i + 1), peaks));
+  }
+  const MS1File file = makeMs1File(scans);
+  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  std::vector<Peak> gathered;
+  for (int trial = 0; trial < 100; ++trial) {
+    const double center = 485.0 + 30.0 * (random() % 1000) / 1000.0;
+    const auto ms2 = static_cast<std::int32_t>(random() % 250);
+    gatherMs1Peaks(context, ms2, center, gathered);
+    // The same peaks and wide grid by linear walks over the scans.
+    const std::int64_t related = findRelatedScan(context, ms2);
+    std::vector<Peak> expected;
+    std::vector<double> wide(static_cast<std::size_t>(kWideGridRows) * 600, 0.0);
+    for (std::int64_t index = related - 49; index <= related + 50; ++index) {
+      if (index < 0 || index >= 120) continue;
+      for (const Peak& peak : scans[static_cast<std::size_t>(index)].peaks) {
+        if (peak.mz > center + 3.0) break;
+        if (peak.mz < center - 3.0) continue;
+        if (index >= related - 4 && index <= related + 5) expected.push_back(peak);
+        const auto bin = static_cast<std::int64_t>((peak.mz - center + 3.0) * 100);
+        if (bin >= 0 && bin < 600) wide[static_cast<std::size_t>((index - related + 49) * 600 + bin)] += peak.intensity;
+      }
+    }
+    std::sort(expected.begin(), expected.end(),
+              [](const Peak& a, const Peak& b) { return a.mz < b.mz || (a.mz == b.mz && a.intensity < b.intensity); });
+    ASSERT_EQ(context.contextPeaks.size(), expected.size()) << trial;
+    for (std::size_t i = 0; i < expected.size(); ++i) ASSERT_EQ(context.contextPeaks[i].mz, expected[i].mz);
+    ASSERT_EQ(context.wideGrid.matrix, wide) << trial;
+  }
+}
+
+TEST(GatherMs1Peaks, NanPeakMakesTheScanUseTheLinearWalk) {
+  const MS1File file = makeMs1File({makeScan(1, {{499.0, 1.0}, {std::nan(""), 1.0}, {500.0, 1.0}})});
+  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  EXPECT_EQ(context.ms1PeaksAscending[0], 0);
+  std::vector<Peak> gathered;
+  gatherMs1Peaks(context, 2, 500.0, gathered);
+  EXPECT_EQ(context.contextPeaks.size(), 2u);
+}
+
 TEST(GatherMs1Peaks, NoRelatedScanGathersNothingFromOffsetsBeforeTheFirstScan) {
   const MS1File file = oddNumberedFile(3, {{500.0, 100.0}});
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
