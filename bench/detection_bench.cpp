@@ -1,6 +1,6 @@
 // Gathering and candidate detection per MS2 scan on a generated run: MS1 scans of 3 000 peaks
 // with planted isotope envelopes that elute over about twenty scans, and MS2 scans whose
-// activation centers sit mostly on planted precursors.
+// activation centers sit mostly on planted precursors, walked in acquisition order.
 //
 // Default size: 1 000 MS1 scans, 10 000 MS2 scans. CORVID_BENCH_SCALE=10 gives the full run of
 // 10 000 MS1 scans (about 480 MB of peaks) and 100 000 MS2 scans.
@@ -101,9 +101,10 @@ const GeneratedRun& generatedRun() {
     r.ms1.spectrumCount = ms1Count;
     r.ms1.instrumentName = "FTMS";
 
+    // MS2 scans in acquisition order, as the per-file driver walks them: ten after each MS1 scan.
     for (int i = 0; i < ms2Count; ++i) {
-      const int ms1Index = static_cast<int>(random() % static_cast<std::uint64_t>(ms1Count));
-      r.ms2Scans.push_back(ms1Index * (kMs2PerMs1 + 1) + 2 + static_cast<int>(random() % kMs2PerMs1));
+      const int ms1Index = static_cast<int>(static_cast<std::int64_t>(i) * ms1Count / ms2Count);
+      r.ms2Scans.push_back(ms1Index * (kMs2PerMs1 + 1) + 2 + i % kMs2PerMs1);
       // Most centers sit on an eluting precursor's isotope; the rest anywhere.
       const std::vector<Peak>& peaks = r.ms1.spectra[static_cast<std::size_t>(ms1Index)].peaks;
       const auto from = peaks.begin() + static_cast<std::ptrdiff_t>(random() % (kPeaksPerScan - 100));
