@@ -204,6 +204,28 @@ TEST(GatherMs1Peaks, PeakAtExactlyTwoPercentOfTheLocalMaximumIsKept) {
   EXPECT_EQ(context.contextPeaks.size(), 4u);  // the list is filled before filtering
 }
 
+TEST(GatherMs1Peaks, PeakAtTheLowerLocalMaximumBoundTakesPart) {
+  const double center = 500.0;
+  const double edge = center - 1.05;
+  const MS1File file = oddNumberedFile(1, {{edge, 1000.0}, {499.5, 19.0}, {500.5, 20.0}});
+  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  std::vector<Peak> gathered;
+  gatherMs1Peaks(context, 2, center, gathered);
+  ASSERT_EQ(gathered.size(), 2u);
+  EXPECT_EQ(gathered[0].mz, edge);
+  EXPECT_EQ(gathered[1].mz, 500.5);
+}
+
+TEST(GatherMs1Peaks, EmptyFileGathersNothing) {
+  const MS1File file;
+  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  std::vector<Peak> gathered = {{1.0, 1.0}};
+  gatherMs1Peaks(context, 5, 500.0, gathered);
+  EXPECT_EQ(context.relatedScan, -1);
+  EXPECT_TRUE(gathered.empty());
+  EXPECT_TRUE(context.contextPeaks.empty());
+}
+
 TEST(GatherMs1Peaks, LocalMaximumIgnoresPeaksBeyondOnePointZeroFiveTh) {
   const double center = 500.0;
   const MS1File file = oddNumberedFile(1, {{498.9, 1000.0}, {499.5, 10.0}, {501.2, 1000.0}});
