@@ -1,0 +1,27 @@
+#pragma once
+// Candidate precursor detection for one MS2 scan: every (gathered peak, charge 2..6) pair is
+// measured against the filtered grid and the isotope pattern table, passed through the
+// preliminary filters, and the survivors are ranked and appended to the run's lists.
+#include <cstdint>
+#include <vector>
+
+#include "detection/detection_context.h"
+
+namespace corvid {
+
+// The isolation width W of the settings (m/z).
+double isolationWidth(const DetectionContext& context);
+
+// Intensity-weighted mean m/z of the context peaks within mz +- recalibrate_window ppm; mz itself
+// when their intensity sum is 0.
+double recalibratedMz(const DetectionContext& context, double mz);
+
+// gatheredPeaks is sorted and, with cut_similiar_mono "1", merged in place.
+void detectCandidates(DetectionContext& context, double activationCenter, std::int32_t scanNumber,
+                      std::vector<Peak>& gatheredPeaks);
+
+// Near-peak merging: adjacent peaks closer than 20 ppm of the lowest peak's m/z are combined
+// into the more intense one (the right one on a tie); the other is removed.
+void mergeNearPeaks(std::vector<Peak>& ascendingPeaks, std::vector<std::uint8_t>& marks);
+
+}  // namespace corvid

@@ -1,0 +1,81 @@
+#pragma once
+// Builders shared by the detection tests: small MS1 files, parameter tables with the defaults,
+// and a console capture for the debug traces.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "detection/detection_context.h"
+#include "detection/isotope_pattern_table.h"
+#include "startup/parameter_table.h"
+
+namespace corvid::testing {
+
+inline MS1Spectrum makeScan(std::uint32_t scanNumber, std::vector<Peak> peaks) {
+  MS1Spectrum scan;
+  scan.scanNumber = scanNumber;
+  scan.peaks = std::move(peaks);
+  return scan;
+}
+
+inline MS1File makeMs1File(std::vector<MS1Spectrum> scans) {
+  MS1File file;
+  file.spectra = std::move(scans);
+  file.spectrumCount = static_cast<std::int64_t>(file.spectra.size());
+  file.instrumentName = "FTMS";
+  return file;
+}
+
+inline ParameterTable defaultParameters() {
+  ParameterTable table;
+  setDefaults(table);
+  return table;
+}
+
+// Sets a value by moving a whole string in: GCC 12 warns falsely (-Wrestrict) about assigning a
+// short literal to a map's string at -O2.
+inline void setParameter(ParameterTable& table, const std::string& key, std::string value) {
+  table[key] = std::move(value);
+}
+
+// Clears every row of the process-wide isotope table and sets the given ones.
+inline void resetIsotopeTable() {
+  for (IsotopePattern& row : isotopePatternTable().rows) row = IsotopePattern{};
+}
+
+// Captures what is printed on stdout between construction and text().
+class StdoutCapture {
+ public:
+  StdoutCapture() {
+    std::fflush(stdout);
+    file_ = std::tmpfile();
+    saved_ = dup(fileno(stdout));
+    dup2(fileno(file_), fileno(stdout));
+  }
+  ~StdoutCapture() { restore(); if (file_ != nullptr) std::fclose(file_); }
+  std::string text() {
+    restore();
+    std::string out;
+    std::rewind(file_);
+    char buffer[4096];
+    std::size_t n = 0;
+    while ((n = std::fread(buffer, 1, sizeof buffer, file_)) > 0) out.append(buffer, n);
+    return out;
+  }
+
+ private:
+  void restore() {
+    if (saved_ < 0) return;
+    std::fflush(stdout);
+    dup2(saved_, fileno(stdout));
+    close(saved_);
+    saved_ = -1;
+  }
+  std::FILE* file_ = nullptr;
+  int saved_ = -1;
+};
+
+}  // namespace corvid::testing
