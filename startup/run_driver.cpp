@@ -112,6 +112,11 @@ void dispatchRun(ParameterTable& table) {
     splitFolderAndFile(table, fileName);
     ms1Names = extractOpenFormatFiles(table, {fileName});
   } else if (isAnyOf(format, {"Raw", "RAW", "raw"})) {
+    if (containsAny(dataPath, kWiffSpellings)) {
+      logMessage("Alert", "The data path " + dataPath + " names a WIFF file, but input_format is \"" + format +
+                              "\": the RAW files of its folder are processed instead and the WIFF file is "
+                              "not. Give -F wiff to process it.");
+    }
     std::vector<std::string> rawNames = listRawFiles(dataPath);
     if (rawNames.empty()) {
       logMessage("Error", "No Raw files in datapath!\n" + dataPath);

@@ -1,0 +1,249 @@
+#include "detection/per_file_driver.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+
+#include "detection/candidate_detection.h"
+#include "detection/debug_scan_input.h"
+#include "detection/detection_context.h"
+#include "detection/isotope_pattern_table.h"
+#include "detection/ms1_peak_gathering.h"
+#include "platform/msvc_random.h"
+#include "platform/paths.h"
+#include "platform/process.h"
+#include "platform/text_file.h"
+#include "scoring/peak_difference_statistics.h"
+#include "scoring/reference_list_loader.h"
+#include "scoring/result_report.h"
+#include "scoring/score_candidates.h"
+#include "scoring/threshold_filter.h"
+#include "spectra/group_export.h"
+#include "spectra/kx_format.h"
+#include "spectra/mgf_writer.h"
+#include "spectra/ms1_reader.h"
+#include "spectra/ms2_reader.h"
+#include "spectra/ms2_writer.h"
+#include "startup/run_log.h"
+
+namespace corvid {
+namespace {
+
+// Scans outside -3200..3400000 are skipped: one unsigned comparison of scan + 3200.
+constexpr std::uint32_t kScanRangeOffset = 3200;
+constexpr std::uint32_t kScanRangeLimit = 3403200;
+// Progress is printed every 41 scans: often enough to see, rarely enough to cost nothing.
+constexpr std::size_t kProgressStride = 41;
+
+std::string withoutExtension(const std::string& name) {
+  return name.size() >= 4 ? name.substr(0, name.size() - 4) : std::string();
+}
+
+struct PairOutputs {
+  std::string resultStem;  // outputpath + MS2 file name less its extension
+  std::string csvPath;
+};
+
+PairOutputs outputsFor(ParameterTable& parameters, const std::string& ms2Path) {
+  PairOutputs outputs;
+  outputs.resultStem = parameters["outputpath"] + withoutExtension(fileNameOf(ms2Path));
+  outputs.csvPath = outputs.resultStem + ".csv";
+  return outputs;
+}
+
+void reportFoundCount(const ReferencePrecursorList& reference, const char* closing) {
+  logMessage("Infor", "Check " + std::to_string(countFound(reference)) + closing);
+}
+
+// The positions of one activation group's spectra, in file order.
+std::vector<std::size_t> groupPositions(const MS2File& ms2File, int group) {
+  std::vector<std::size_t> positions;
+  for (std::size_t i = 0; i < ms2File.spectra.size(); ++i) {
+    if (ms2File.spectra[i].activationGroup == group) positions.push_back(i);
+  }
+  return positions;
+}
+
+struct ScanLoopState {
+  std::size_t taken = 0;                 // scans taken so far over all groups
+  std::uint32_t previousScan = 0;
+  bool hasPrevious = false;
+  std::int64_t duplicates = 0;
+};
+
+bool inDebugScanList(const std::vector<std::uint32_t>& list, std::uint32_t scan) {
+  return std::find(list.begin(), list.end(), scan) != list.end();
+}
+
+// Gathers and detects candidates for every MS2 scan of one group.
+void detectGroup(const MS2File& ms2File, const std::vector<std::size_t>& positions, int group,
+                 const DebugSelection& debug, DetectionContext& context, ScanLoopState& state) {
+  const char* activation = kActivationNames[group % 3];
+  const char* analyzer = kAnalyzerNames[group / 3];
+  const std::size_t total = ms2File.spectra.size();
+  std::vector<Peak> gathered;
+  for (std::size_t position : positions) {
+    const MS2Spectrum& spectrum = ms2File.spectra[position];
+    ++state.taken;
+    if (position % kProgressStride == 0 || state.taken == total) {
+      std::printf("\r[Corvid] <Exporting %s%s>: %.0f%%", activation, analyzer,
+                  static_cast<double>(state.taken) * 100.0 / static_cast<double>(total));
+      std::fflush(stdout);
+    }
+    const std::uint32_t scan = spectrum.scanNumber;
+    const int charge = spectrum.charge;
+    const double headerMz = charge == 0 ? 0.0 : mzFromMH(spectrum.precursorMH, charge);
+    if (state.hasPrevious && scan == state.previousScan) {
+      ++state.duplicates;
+      continue;
+    }
+    state.previousScan = scan;
+    state.hasPrevious = true;
+    if (scan + kScanRangeOffset > kScanRangeLimit) continue;
+    const double center = std::fabs(spectrum.activationCenter) < 1e-6 ? headerMz : spectrum.activationCenter;
+    if (debug.mode == DebugMode::kSingleScan) {
+      if (scan != debug.scan) continue;
+      logMessage("Infor", "ActivationCenter: " + std::to_string(center));
+    } else if (debug.mode == DebugMode::kScanList) {
+      if (!inDebugScanList(debug.scans, scan)) continue;
+      logMessage("Infor", "ActivationCenter:" + std::to_string(center));
+    }
+    gatherMs1Peaks(context, static_cast<std::int32_t>(scan), center, gathered);
+    detectCandidates(context, center, static_cast<std::int32_t>(scan), gathered);
+  }
+}
+
+void writeGroupSpectra(ParameterTable& parameters, const MS2File& ms2File, GroupExport& exported,
+                       const std::string& groupStem, std::vector<std::string>& outputList) {
+  if (isOn(parameters["output_mgf"]) && writeMGF(exported, ms2File, parameters, groupStem + ".mgf")) {
+    outputList.push_back(groupStem + ".mgf");
+  }
+  if (isOn(parameters["output_kx"]) && writeKX2(exported, ms2File, groupStem + ".kx2")) {
+    outputList.push_back(groupStem + ".kx2");
+  }
+  if (isOn(parameters["output_ms2"]) && writeMS2(exported, ms2File, parameters, groupStem + ".ms2")) {
+    outputList.push_back(groupStem + ".ms2");
+  }
+}
+
+}  // namespace
+
+void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, const std::string& ms2Path,
+                         std::vector<std::string>& outputList) {
+  const PairOutputs outputs = outputsFor(parameters, ms2Path);
+  DebugSelection debug = readDebugMode(parameters);
+  if (debug.mode == DebugMode::kSingleScan) debug.scan = askDebugScan();
+  if (parameters["rewrite_files"] == "0" && parameters["debug_mode"] == "0" &&
+      canOpenForReading(outputs.csvPath)) {
+    logMessage("Infor", "CSV file already exists, Corvid Complete!");
+    return;
+  }
+
+  logMessage("Infor", "Loading MS1 and MS2 files...");
+  MS1File ms1File;
+  loadMS1File(ms1Path, ms1File);
+  if (ms1File.instrumentName != "FTMS") {
+    // Ion-trap survey scans carry no isotope resolution: the extractor exports the MGF itself.
+    logMessage("Infor", "ITMS encountered.. use quarry_raw.exe...");
+    runChildProcess({toolPath(parameters["binpath"], "quarry_raw"),
+                     {"-mgf", withoutExtension(ms1Path) + ".Raw", "-m", parameters["m/z"], "-i",
+                      parameters["Intensity"]}});
+    return;
+  }
+
+  MS2File ms2File;
+  loadMS2File(ms2Path, ms2File);
+  if (isOn(parameters["output_freq"])) {
+    writePeakDifferenceStatistics(ms2File, ms2Path);
+    std::exit(0);
+  }
+  if (debug.mode == DebugMode::kScanList) debug.scans = askDebugScanList();
+
+  DetectionContext context = makeDetectionContext(parameters, ms1File);
+  ReferencePrecursorList reference;
+  if (parameters["trainingset"] != kEmptyPath) {
+    reference = loadReferencePrecursorList(parameters["trainingset"]);
+    context.reference = &reference;
+  }
+  context.debugScans.assign(debug.scans.begin(), debug.scans.end());
+
+  loadIsotopePatternTable(parameters["binpath"] + parameters["ipv_file"]);
+
+  ms1File.rawName = withoutExtension(fileNameOf(ms2Path));
+  if (isOn(parameters["output_kx"])) {
+    logMessage("Infor", "Writing MS1 to KX...");
+    writeKX1(ms1File, parameters["outputpath"] + withoutExtension(fileNameOf(ms1Path)) + ".kx1");
+  }
+  processRandom().seed(static_cast<std::uint32_t>(std::time(nullptr)));
+
+  std::string report;
+  startReportText(report);
+  ScanLoopState state;
+  for (int group = 0; group < kActivationGroupCount; ++group) {
+    if (ms2File.groupPresent[group] == 0) continue;
+    context.features.clear();
+    context.records.clear();
+    std::vector<double> scores;
+    const std::vector<std::size_t> positions = groupPositions(ms2File, group);
+    detectGroup(ms2File, positions, group, debug, context, state);
+    std::printf("\n");
+    if (isOn(parameters["outputsvmlight"])) {
+      logMessage("Error", "The external SVM classifier is not available in this build: the MARS model scores the candidates.");
+    }
+    if (context.reference != nullptr) {
+      logMessage("Infor", "Writing TrainingSet...");
+      reportFoundCount(reference, " Precursors. ");
+      if (isOn(parameters["export_unchecked_mono"])) {
+        writeUncheckedList(reference, outputs.resultStem + "_BeforeMARS_unchecked.csv");
+      }
+    }
+    logMessage("Infor", "Evaluting by the classifier...");
+    scoreCandidates(parameters, context.features, scores);
+    if (context.reference != nullptr) {
+      logMessage("Infor", "Writing TrainingSet...");
+      reportFoundCount(reference, " Precursors. ");
+    }
+    logMessage("Infor", "Filtering by the threshold...");
+    filterByThreshold(parameters, scores, context.records);
+
+    GroupExport exported;
+    exported.rawName = ms1File.rawName;
+    exported.spectrumPositions = positions;
+    exported.accepted = context.records;
+    if (parameters["debug_mode"] == "0") {
+      writeGroupSpectra(parameters, ms2File, exported, outputs.resultStem + kGroupSuffixes[group], outputList);
+    }
+    if (context.reference != nullptr) resetFound(reference);
+    logMessage("Infor", "Writing CSV...");
+    const std::size_t scansWithoutPrecursor =
+        writeReportRows(ms2File, positions, context.records, group,
+                        debug.mode == DebugMode::kScanList ? &debug.scans : nullptr, context.reference, report);
+    if (scansWithoutPrecursor > 0) {
+      logMessage("Alert", std::to_string(scansWithoutPrecursor) +
+                              " MS2 scans were reported with 0 precursors: their kept precursors were out of scan order.");
+    }
+    if (context.reference != nullptr) {
+      reportFoundCount(reference, " Precursors.");
+      if (isOn(parameters["export_unchecked_mono"])) {
+        writeUncheckedList(reference, outputs.resultStem + "_unchecked.csv");
+      }
+    }
+  }
+  logMessage("Infor", "Releasing resources...");
+  logMessage("Infor", "Saving CSV to disk...");
+  if (!writeTextFile(outputs.csvPath, report)) {
+    logMessage("Error", "Fail to write the CSV report " + outputs.csvPath);
+  }
+  if (isOn(parameters["delete_msn"])) {
+    logMessage("Infor", "Deleting MS1 & MS2...");
+    std::error_code ignored;
+    std::filesystem::remove(ms1Path, ignored);
+    std::filesystem::remove(ms2Path, ignored);
+  }
+  logMessage("Infor", "Exported " + std::to_string(context.exportedPrecursorCount) + " precursors.");
+  logMessage("Infor", "Found " + std::to_string(state.duplicates) + " duplicate scans.");
+}
+
+}  // namespace corvid

@@ -1,0 +1,24 @@
+#include <string>
+#include <vector>
+
+#include "spectra/kx_format.h"
+#include "spectra/mgf_pipeline.h"
+#include "spectra/mgf_reader.h"
+#include "startup/pipelines.h"
+#include "startup/run_log.h"
+
+namespace corvid {
+
+void runMgfFiles(ParameterTable parameters, const std::vector<std::string>& mgfNames) {
+  runMGFPipeline(parameters, mgfNames);
+}
+
+void convertMgfToKx2(const std::string& mgfPath) {
+  MGFFile mgfFile;
+  mgfFile.path = mgfPath;
+  readMGF(mgfFile);
+  logMessage("Infor", "Printing KX2...");
+  writeKX2FromMGF(mgfFile);
+}
+
+}  // namespace corvid

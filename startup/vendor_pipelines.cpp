@@ -1,0 +1,122 @@
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "detection/per_file_driver.h"
+#include "platform/file_patterns.h"
+#include "platform/paths.h"
+#include "spectra/file_size.h"
+#include "spectra/kx_format.h"
+#include "spectra/ms2_splitter.h"
+#include "spectra/spectrum_records.h"
+#include "startup/pipelines.h"
+#include "startup/run_log.h"
+
+namespace corvid {
+namespace {
+
+enum class VendorKind { Raw, Wiff };
+
+// Internal settings, for tests of the split path on small files: read from a parameter file
+// only, never listed as options; the built-in values apply when they are absent.
+std::int64_t internalSetting(const ParameterTable& parameters, const char* key, std::int64_t fallback) {
+  const auto entry = parameters.find(key);
+  if (entry == parameters.end() || entry->second.empty()) return fallback;
+  const long long value = std::atoll(entry->second.c_str());
+  return value > 0 ? value : fallback;
+}
+
+std::string withoutExtension(const std::string& name) {
+  return name.size() >= 4 ? name.substr(0, name.size() - 4) : std::string();
+}
+
+// Joins the part outputs "<stem>_ID_*<ending>" of the output folder into "<stem><ending>".
+void joinParts(const std::string& outputStem, const std::string& ending) {
+  const std::string pattern = outputStem + "_ID_*" + ending;
+  if (filesMatching(pattern).empty()) return;
+  if (concatenateMatching(pattern, outputStem + ending) < 0) {
+    logMessage("Error", "Fail to join the parts " + pattern + " into " + outputStem + ending);
+    return;
+  }
+  deleteMatching(pattern);
+}
+
+void mergeKx2Parts(const std::string& outputStem, int partCount) {
+  for (const char* suffix : kGroupSuffixes) {
+    std::vector<std::string> parts;
+    for (int k = 0; k < partCount; ++k) {
+      const std::string part = outputStem + "_ID_" + std::to_string(k) + suffix + ".kx2";
+      if (canOpenForReading(part)) parts.push_back(part);
+    }
+    if (parts.empty()) continue;
+    mergeKX2Parts(parts, outputStem + suffix + ".kx2");
+    deleteMatching(outputStem + "_ID_*" + suffix + ".kx2");
+    deleteMatching(outputStem + "_ID_*" + suffix + ".kx2idx");
+  }
+}
+
+void processSplit(ParameterTable& parameters, const std::string& ms1Path, const std::string& ms2Path,
+                  const std::string& stem) {
+  logMessage("Infor", "Start spliting MS2...");
+  std::vector<std::string> partPaths;
+  const std::int64_t partSize = internalSetting(parameters, "ms2_part_scans", ms2PartSize(parameters));
+  const int partCount = splitMS2(ms2Path, partSize, partPaths);
+  std::vector<std::string> outputList;
+  for (const std::string& part : partPaths) {
+    processSpectrumPair(parameters, ms1Path, part, outputList);
+    deleteMatching(part);
+  }
+  // Outputs of the parts are written to the output folder, named after each part.
+  const std::string outputStem = parameters["outputpath"] + stem;
+  if (isOn(parameters["output_mgf"])) {
+    for (const char* suffix : kGroupSuffixes) joinParts(outputStem, std::string(suffix) + ".mgf");
+  }
+  if (isOn(parameters["output_ms2"])) {
+    for (const char* suffix : kGroupSuffixes) joinParts(outputStem, std::string(suffix) + ".ms2");
+  }
+  // The reference lists of each part are joined first, so that the report join takes parts only.
+  joinParts(outputStem, "_BeforeMARS_unchecked.csv");
+  joinParts(outputStem, "_unchecked.csv");
+  joinParts(outputStem, ".csv");
+  if (isOn(parameters["output_kx"])) mergeKx2Parts(outputStem, partCount);
+  deleteMatching(parameters["datapath"] + stem + "_ID_*");
+}
+
+void runVendorPipeline(ParameterTable& parameters, const std::string& ms1Name, VendorKind kind) {
+  logMessage("State", "Processing " + ms1Name);
+  const std::string folder = parameters["datapath"];
+  const std::string stem = withoutExtension(ms1Name);
+  if (!canOpenForReading(folder + stem + ".quarry")) {
+    logMessage("Error", "MS1 Or MS2 files not completely extracted! " + stem);
+    if (kind == VendorKind::Raw) {
+      runRawExtractor(parameters, stem + ".raw");
+    } else {
+      runWiffExtractor(parameters, stem + ".wiff");
+    }
+  }
+  const std::string ms1Path = resolveLetterCase(folder + ms1Name);
+  const std::string ms2Path = resolveLetterCase(folder + stem + (kind == VendorKind::Raw ? ".ms2" : ".MS2"));
+  if (kind == VendorKind::Wiff) {
+    std::printf("-> hello, %s\n", ms2Path.c_str());
+    std::fflush(stdout);
+  }
+  if (fileSize(ms2Path) <= internalSetting(parameters, "ms2_split_threshold", kMs2SplitThreshold)) {
+    std::vector<std::string> outputList;
+    processSpectrumPair(parameters, ms1Path, ms2Path, outputList);
+    return;
+  }
+  processSplit(parameters, ms1Path, ms2Path, stem);
+}
+
+}  // namespace
+
+void runRawPipeline(ParameterTable parameters, const std::string& ms1Name) {
+  runVendorPipeline(parameters, ms1Name, VendorKind::Raw);
+}
+
+void runWiffPipeline(ParameterTable parameters, const std::string& ms1Name) {
+  runVendorPipeline(parameters, ms1Name, VendorKind::Wiff);
+}
+
+}  // namespace corvid
