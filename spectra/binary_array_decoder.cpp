@@ -83,41 +83,44 @@ bool decodeNumpress(const std::string& bytes, NumpressKind kind, std::vector<dou
 }  // namespace
 
 bool decodeBase64(std::string_view text, std::string& bytes, std::string& error) {
-  bytes.clear();
-  bytes.reserve(text.size() / 4 * 3 + 3);
+  bytes.resize(text.size() / 4 * 3 + 3);
+  char* out = bytes.data();
   std::uint32_t group = 0;
   int filled = 0;
   std::size_t padding = 0;
   for (char c : text) {
     std::uint8_t value = kBase64[static_cast<unsigned char>(c)];
+    if (value < kSkip && padding == 0) {
+      group = (group << 6) | value;
+      if (++filled == 4) {
+        out[0] = static_cast<char>(group >> 16);
+        out[1] = static_cast<char>((group >> 8) & 0xFF);
+        out[2] = static_cast<char>(group & 0xFF);
+        out += 3;
+        group = 0;
+        filled = 0;
+      }
+      continue;
+    }
     if (value == kSkip) continue;
     if (c == '=') {
       ++padding;
       continue;
     }
-    if (value == kInvalid || padding > 0) {
-      error = "invalid base64 text";
-      return false;
-    }
-    group = (group << 6) | value;
-    if (++filled == 4) {
-      bytes += static_cast<char>(group >> 16);
-      bytes += static_cast<char>((group >> 8) & 0xFF);
-      bytes += static_cast<char>(group & 0xFF);
-      group = 0;
-      filled = 0;
-    }
+    error = "invalid base64 text";
+    return false;
   }
   if (filled == 1 || padding > 2 || (filled == 0 && padding > 0) ||
       (filled > 0 && padding > 0 && filled + padding != 4)) {
     error = "invalid base64 text";
     return false;
   }
-  if (filled == 2) bytes += static_cast<char>(group >> 4);
+  if (filled == 2) *out++ = static_cast<char>(group >> 4);
   if (filled == 3) {
-    bytes += static_cast<char>(group >> 10);
-    bytes += static_cast<char>((group >> 2) & 0xFF);
+    *out++ = static_cast<char>(group >> 10);
+    *out++ = static_cast<char>((group >> 2) & 0xFF);
   }
+  bytes.resize(static_cast<std::size_t>(out - bytes.data()));
   return true;
 }
 

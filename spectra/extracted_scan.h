@@ -1,9 +1,10 @@
 #pragma once
-// What the open-format extractor keeps of each spectrum once its peaks are written: the header
-// values of its MS1/MS2 block and where its peak lines lie. Fixed size, so that a file of a
-// million spectra costs about a hundred megabytes at most.
+// What the open-format extractor records of each spectrum once its peaks are written: the header
+// values of its MS1/MS2 block and where its peak lines lie. Fixed size and trivially copyable: the
+// extractor keeps these records in a working file, not in memory, and reads them back by position.
 #include <array>
 #include <cstdint>
+#include <type_traits>
 
 #include "spectra/open_format_spectrum.h"
 
@@ -23,11 +24,13 @@ struct ExtractedScan {
   std::array<char, 4> activation{};  // "CID", "ETD", "HCD" or another three letters; NUL-ended
   std::uint64_t idHash = 0;          // hash of the native id, for precursor references
   std::uint64_t precursorRefHash = 0;  // hash of the referenced precursor id, 0 when none
-  std::uint64_t idOffset = 0;        // native id text in the extractor's id store
+  std::uint64_t idOffset = 0;        // native id text in the extractor's id file
   std::uint32_t idLength = 0;
   std::uint32_t peakCount = 0;
   std::uint64_t peakOffset = 0;      // peak lines in the level's working file
   std::uint64_t peakBytes = 0;
 };
+
+static_assert(std::is_trivially_copyable_v<ExtractedScan>, "records are stored as bytes");
 
 }  // namespace corvid

@@ -1,10 +1,11 @@
 #include "spectra/open_format_extractor.h"
 
+#include <algorithm>
 #include <array>
+#include <cstring>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
-#include <unordered_map>
 #include <vector>
 
 #include "platform/paths.h"
@@ -70,13 +71,13 @@ bool seekTo(std::FILE* file, std::uint64_t offset) {
 }
 
 struct OutputPaths {
-  std::string ms1, ms2, summary, marker, ms1Work, ms2Work;
+  std::string ms1, ms2, summary, marker, ms1Work, ms2Work, recordWork, idWork;
 };
 
 OutputPaths outputPathsOf(const std::string& folder, const std::string& stem) {
   std::string base = folder + stem;
-  return {base + ".ms1", base + ".ms2", base + "_scans.csv", base + ".quarry",
-          base + ".ms1.part", base + ".ms2.part"};
+  return {base + ".ms1",      base + ".ms2",      base + "_scans.csv",   base + ".quarry",
+          base + ".ms1.part", base + ".ms2.part", base + ".scans.part", base + ".ids.part"};
 }
 
 void removeFile(const std::string& path) {
@@ -84,10 +85,14 @@ void removeFile(const std::string& path) {
   std::filesystem::remove(path, ignored);
 }
 
-void removeOutputs(const OutputPaths& paths) {
-  for (const std::string* path : {&paths.ms1, &paths.ms2, &paths.summary, &paths.marker,
-                                  &paths.ms1Work, &paths.ms2Work})
+void removeWorkFiles(const OutputPaths& paths) {
+  for (const std::string* path : {&paths.ms1Work, &paths.ms2Work, &paths.recordWork, &paths.idWork})
     removeFile(*path);
+}
+
+void removeOutputs(const OutputPaths& paths) {
+  for (const std::string* path : {&paths.ms1, &paths.ms2, &paths.summary, &paths.marker}) removeFile(*path);
+  removeWorkFiles(paths);
 }
 
 bool containsAny(std::string_view text, const std::array<std::string_view, 3>& spellings) {
@@ -102,20 +107,20 @@ bool endsWithAny(std::string_view text, const std::array<std::string_view, 3>& s
   return false;
 }
 
-// Everything one extraction keeps while the spectra stream past.
+// Everything one extraction keeps while the spectra stream past. Per spectrum only its ScanKey
+// stays in memory; the full record, the native id and the text go to working files.
 struct Extraction {
   std::string inputPath;
   OutputPaths paths;
-  BlockFile ms1, ms2;
-  std::vector<ExtractedScan> scans;
-  std::string ids;                                   // native ids, one after another
-  std::unordered_map<std::uint64_t, std::uint32_t> streamedScans;  // id hash -> written number
-  bool nativeOrder = true;                           // native numbers still usable
-  std::int32_t lastMS1 = 0;
+  BlockFile ms1, ms2, records, ids;
+  std::vector<ScanKey> keys;
+  bool nativeOrder = true;     // native numbers still usable
+  std::int32_t lastMS1 = 0;    // scan written for the last MS1 spectrum so far
+  std::size_t ms1Count = 0;
   std::size_t higherLevels = 0;
   std::size_t unknownActivations = 0;
+  std::size_t unknownAnalyzers = 0;
   std::size_t negativeIntensities = 0;
-  std::string header;                                // reused block text
 };
 
 ExtractedScan describe(const OpenSpectrum& spectrum, Extraction& x) {
@@ -133,9 +138,9 @@ ExtractedScan describe(const OpenSpectrum& spectrum, Extraction& x) {
   for (std::size_t i = 0; i < 3 && i < activation.size(); ++i) e.activation[i] = activation[i];
   e.idHash = nativeIdHash(spectrum.nativeId);
   e.precursorRefHash = spectrum.precursorRef.empty() ? 0 : nativeIdHash(spectrum.precursorRef);
-  e.idOffset = x.ids.size();
+  e.idOffset = blockFilePosition(x.ids);
   e.idLength = static_cast<std::uint32_t>(spectrum.nativeId.size());
-  x.ids += spectrum.nativeId;
+  x.ids.buffer += spectrum.nativeId;
   e.peakCount = static_cast<std::uint32_t>(spectrum.mz.size());
   return e;
 }
@@ -145,27 +150,31 @@ bool isKnownActivation(const ExtractedScan& scan) {
   return name == "CID" || name == "ETD" || name == "HCD";
 }
 
-// Writes one spectrum with the numbers that hold while the file keeps its native order; when the
-// order breaks, the headers are rewritten at the end and only the peak lines are reused.
+void appendRecord(BlockFile& out, const ExtractedScan& record) {
+  out.buffer.append(reinterpret_cast<const char*>(&record), sizeof record);
+}
+
+// Writes one spectrum with the numbers that hold while the file keeps its native order: native
+// scan, and the last MS1 scan as precursor. When the order breaks or a spectrum names another
+// precursor, the headers are rewritten at the end and only the peak lines are reused.
 bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& error) {
   if (spectrum.msLevel < 1 || spectrum.msLevel > 2) {
     ++x.higherLevels;
     return true;
   }
   ExtractedScan e = describe(spectrum, x);
-  if (x.nativeOrder)
-    x.nativeOrder = x.scans.empty() ? nativeNumberUsable(e) : keepsNativeOrder(x.scans.back(), e);
-  e.scan = x.nativeOrder ? static_cast<std::uint32_t>(e.nativeScan) : static_cast<std::uint32_t>(x.scans.size() + 1);
+  ScanKey key{e.retentionTime, e.nativeScan, e.idHash, e.precursorRefHash, 0, 0, 0, e.msLevel};
+  if (x.nativeOrder) x.nativeOrder = x.keys.empty() ? nativeNumberUsable(key) : keepsNativeOrder(x.keys.back(), key);
+  e.scan = x.nativeOrder ? static_cast<std::uint32_t>(e.nativeScan) : static_cast<std::uint32_t>(x.keys.size() + 1);
   if (e.msLevel == 2) {
     e.precursorScan = x.lastMS1;
-    auto found = x.streamedScans.find(e.precursorRefHash);
-    if (e.precursorRefHash != 0 && found != x.streamedScans.end())
-      e.precursorScan = static_cast<std::int32_t>(found->second);
     if (!isKnownActivation(e)) ++x.unknownActivations;
   } else {
     x.lastMS1 = static_cast<std::int32_t>(e.scan);
+    ++x.ms1Count;
   }
-  x.streamedScans.emplace(e.idHash, e.scan);
+  if (e.analyzer == AnalyzerKind::Unknown) ++x.unknownAnalyzers;
+  key.streamedPrecursorScan = e.precursorScan;
   BlockFile& out = e.msLevel == 1 ? x.ms1 : x.ms2;
   if (e.msLevel == 1) appendMS1Header(out.buffer, e);
   else appendMS2Header(out.buffer, e);
@@ -175,41 +184,63 @@ bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& err
     return false;
   }
   e.peakBytes = blockFilePosition(out) - e.peakOffset;
-  if (out.buffer.size() >= kOutputBlock) flushBlockFile(out);
-  x.scans.push_back(e);
+  appendRecord(x.records, e);
+  x.keys.push_back(key);
+  for (BlockFile* file : {&out, &x.records, &x.ids})
+    if (file->buffer.size() >= kOutputBlock) flushBlockFile(*file);
   return true;
 }
 
-// Copies the peak lines of a block from a working file into the output buffer.
-bool copyPeaks(std::FILE* work, const ExtractedScan& scan, std::string& out) {
-  if (scan.peakBytes == 0) return true;
+// Reads `length` bytes at `offset` of a working file into out (appended).
+bool readAt(std::FILE* file, std::uint64_t offset, std::uint64_t length, std::string& out) {
+  if (length == 0) return true;
   std::size_t start = out.size();
-  out.resize(start + scan.peakBytes);
-  return seekTo(work, scan.peakOffset) && std::fread(out.data() + start, 1, scan.peakBytes, work) == scan.peakBytes;
+  out.resize(start + length);
+  return seekTo(file, offset) && std::fread(out.data() + start, 1, length, file) == length;
 }
 
-// Writes the final .ms1/.ms2 in the given order with fresh headers, reusing the written peaks.
-bool rewriteInOrder(Extraction& x, const std::vector<std::uint32_t>& order, std::string& error) {
-  std::FILE* work1 = std::fopen(x.paths.ms1Work.c_str(), "rb");
-  std::FILE* work2 = std::fopen(x.paths.ms2Work.c_str(), "rb");
-  BlockFile out1, out2;
-  bool ok = work1 != nullptr && work2 != nullptr && openBlockFile(x.paths.ms1, out1) &&
-            openBlockFile(x.paths.ms2, out2);
+bool readRecord(std::FILE* records, std::uint32_t index, ExtractedScan& record, std::string& scratch) {
+  scratch.clear();
+  if (!readAt(records, static_cast<std::uint64_t>(index) * sizeof record, sizeof record, scratch)) return false;
+  std::memcpy(&record, scratch.data(), sizeof record);
+  return true;
+}
+
+// Writes the summary and, when the headers changed, the final .ms1/.ms2 in the given order with
+// fresh headers and the peak lines copied from the working files.
+bool writeOutputs(Extraction& x, const std::vector<std::uint32_t>& order, bool rewrite, std::string& error) {
+  std::FILE* records = std::fopen(x.paths.recordWork.c_str(), "rb");
+  std::FILE* ids = std::fopen(x.paths.idWork.c_str(), "rb");
+  std::FILE* work1 = rewrite ? std::fopen(x.paths.ms1Work.c_str(), "rb") : nullptr;
+  std::FILE* work2 = rewrite ? std::fopen(x.paths.ms2Work.c_str(), "rb") : nullptr;
+  BlockFile out1, out2, summary;
+  bool ok = records != nullptr && ids != nullptr && openBlockFile(x.paths.summary, summary);
+  if (ok && rewrite)
+    ok = work1 != nullptr && work2 != nullptr && openBlockFile(x.paths.ms1, out1) && openBlockFile(x.paths.ms2, out2);
+  summary.buffer += kScanSummaryHeader;
+  summary.buffer += "\r\n";
+  ExtractedScan scan;
+  std::string scratch, id;
   for (std::size_t i = 0; ok && i < order.size(); ++i) {
-    const ExtractedScan& scan = x.scans[order[i]];
+    const ScanKey& key = x.keys[order[i]];
+    ok = readRecord(records, order[i], scan, scratch);
+    scan.scan = key.scan;
+    scan.precursorScan = key.precursorScan;
+    id.clear();
+    ok = ok && readAt(ids, scan.idOffset, scan.idLength, id);
+    appendScanSummaryLine(summary.buffer, scan, id);
+    if (summary.buffer.size() >= kOutputBlock) flushBlockFile(summary);
+    if (!rewrite) continue;
     BlockFile& out = scan.msLevel == 1 ? out1 : out2;
     if (scan.msLevel == 1) appendMS1Header(out.buffer, scan);
     else appendMS2Header(out.buffer, scan);
-    ok = copyPeaks(scan.msLevel == 1 ? work1 : work2, scan, out.buffer);
+    ok = ok && readAt(scan.msLevel == 1 ? work1 : work2, scan.peakOffset, scan.peakBytes, out.buffer);
     if (out.buffer.size() >= kOutputBlock) flushBlockFile(out);
   }
-  ok = closeBlockFile(out1) && ok;
-  ok = closeBlockFile(out2) && ok;
-  if (work1 != nullptr) std::fclose(work1);
-  if (work2 != nullptr) std::fclose(work2);
-  removeFile(x.paths.ms1Work);
-  removeFile(x.paths.ms2Work);
-  if (!ok) error = "the MS1/MS2 text files cannot be written in " + folderOf(x.paths.ms1);
+  for (BlockFile* file : {&out1, &out2, &summary}) ok = closeBlockFile(*file) && ok;
+  for (std::FILE* file : {records, ids, work1, work2})
+    if (file != nullptr) std::fclose(file);
+  if (!ok) error = "the MS1/MS2 text files or the summary cannot be written in " + folderOf(x.paths.ms1);
   return ok;
 }
 
@@ -222,30 +253,25 @@ bool renameWorkFiles(const Extraction& x, std::string& error) {
 }
 
 bool finishExtraction(Extraction& x, std::string& error) {
-  bool closed = closeBlockFile(x.ms1);
-  closed = closeBlockFile(x.ms2) && closed;
+  bool closed = true;
+  for (BlockFile* file : {&x.ms1, &x.ms2, &x.records, &x.ids}) closed = closeBlockFile(*file) && closed;
   if (!closed) {
     error = "the MS1/MS2 text files cannot be written in " + folderOf(x.paths.ms1);
     return false;
   }
-  std::vector<std::int32_t> streamedPrecursors(x.scans.size());
-  for (std::size_t i = 0; i < x.scans.size(); ++i) streamedPrecursors[i] = x.scans[i].precursorScan;
   std::vector<std::uint32_t> order;
-  bool renumbered = assignScanNumbers(x.scans, order);
-  bool headersChanged = renumbered;
-  for (std::size_t i = 0; i < x.scans.size() && !headersChanged; ++i)
-    headersChanged = x.scans[i].precursorScan != streamedPrecursors[i];  // forward references
-  bool written = headersChanged ? rewriteInOrder(x, order, error) : renameWorkFiles(x, error);
-  if (!written) return false;
+  bool renumbered = assignScanNumbers(x.keys, order);
+  bool rewrite = renumbered || std::any_of(x.keys.begin(), x.keys.end(), [](const ScanKey& key) {
+                   return key.precursorScan != key.streamedPrecursorScan;  // another precursor named
+                 });
+  if (!writeOutputs(x, order, rewrite, error)) return false;
+  if (!rewrite && !renameWorkFiles(x, error)) return false;
+  removeWorkFiles(x.paths);
   if (renumbered)
     logMessage("Alert", fileNameOf(x.inputPath) + ": scan numbers do not rise with retention time; " +
-                            std::to_string(x.scans.size()) +
+                            std::to_string(x.keys.size()) +
                             " spectra were ordered by retention time and numbered from 1 (native ids in " +
                             fileNameOf(x.paths.summary) + ")");
-  if (!writeScanSummary(x.paths.summary, x.scans, order, x.ids)) {
-    error = "the summary " + x.paths.summary + " cannot be written";
-    return false;
-  }
   return true;
 }
 
@@ -257,6 +283,9 @@ void reportAlerts(const Extraction& x) {
   if (x.unknownActivations > 0)
     logMessage("Alert", name + ": " + std::to_string(x.unknownActivations) +
                             " MS2 scans have an activation other than CID, ETD or HCD; Corvid skips them");
+  if (x.unknownAnalyzers > 0)
+    logMessage("Alert", name + ": " + std::to_string(x.unknownAnalyzers) +
+                            " spectra name no known mass analyzer; they were written as ITMS");
   if (x.negativeIntensities > 0)
     logMessage("Alert", name + ": " + std::to_string(x.negativeIntensities) +
                             " negative peak intensities were written as 0");
@@ -266,6 +295,19 @@ bool fail(const std::string& inputPath, const OutputPaths& paths, const std::str
   removeOutputs(paths);
   logMessage("Error", "Cannot extract " + inputPath + ": " + problem);
   return false;
+}
+
+bool openWorkFiles(Extraction& x) {
+  bool ok = true;
+  ok = openBlockFile(x.paths.ms1Work, x.ms1) && ok;
+  ok = openBlockFile(x.paths.ms2Work, x.ms2) && ok;
+  ok = openBlockFile(x.paths.recordWork, x.records) && ok;
+  ok = openBlockFile(x.paths.idWork, x.ids) && ok;
+  return ok;
+}
+
+void closeWorkFiles(Extraction& x) {
+  for (BlockFile* file : {&x.ms1, &x.ms2, &x.records, &x.ids}) closeBlockFile(*file);
 }
 
 }  // namespace
@@ -294,20 +336,18 @@ bool extractOpenFormat(const std::string& inputPath, const std::string& folder, 
   if (std::filesystem::file_size(inputPath, code) == 0 || code)
     return fail(inputPath, x.paths, "the file is empty");
   logMessage("State", "Extracting spectra from " + inputPath);
-  if (!openBlockFile(x.paths.ms1Work, x.ms1) || !openBlockFile(x.paths.ms2Work, x.ms2)) {
-    closeBlockFile(x.ms1);
-    closeBlockFile(x.ms2);
+  if (!openWorkFiles(x)) {
+    closeWorkFiles(x);
     return fail(inputPath, x.paths, "the MS1/MS2 text files cannot be created in " + folder);
   }
   SpectrumSink sink = [&x](const OpenSpectrum& spectrum, std::string& reason) {
     return writeSpectrum(spectrum, x, reason);
   };
   std::string problem;
-  bool mzXML = containsAny(inputPath, kMzXMLSpellings);
+  bool mzXML = containsAny(fileNameOf(inputPath), kMzXMLSpellings);
   bool read = mzXML ? readMzXMLFile(inputPath, sink, problem) : readMzMLFile(inputPath, sink, problem);
   if (!read) {
-    closeBlockFile(x.ms1);
-    closeBlockFile(x.ms2);
+    closeWorkFiles(x);
     return fail(inputPath, x.paths, problem);
   }
   if (!finishExtraction(x, problem)) return fail(inputPath, x.paths, problem);
@@ -316,10 +356,8 @@ bool extractOpenFormat(const std::string& inputPath, const std::string& folder, 
   bool marked = marker != nullptr && std::fputs("Extraction complete\r\n", marker) >= 0;
   if (marker != nullptr) marked = std::fclose(marker) == 0 && marked;
   if (!marked) return fail(inputPath, x.paths, "the completion marker cannot be written");
-  std::size_t ms1Count = 0;
-  for (const ExtractedScan& scan : x.scans) ms1Count += scan.msLevel == 1 ? 1 : 0;
-  logMessage("Infor", "Extracted " + std::to_string(ms1Count) + " MS1 and " +
-                          std::to_string(x.scans.size() - ms1Count) + " MS2 spectra from " +
+  logMessage("Infor", "Extracted " + std::to_string(x.ms1Count) + " MS1 and " +
+                          std::to_string(x.keys.size() - x.ms1Count) + " MS2 spectra from " +
                           fileNameOf(inputPath));
   return true;
 }

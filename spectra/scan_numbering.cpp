@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <numeric>
-#include <unordered_map>
 
 namespace corvid {
 
@@ -43,16 +42,16 @@ std::uint64_t nativeIdHash(std::string_view nativeId) {
   return hash == 0 ? 1 : hash;
 }
 
-bool nativeNumberUsable(const ExtractedScan& scan) {
+bool nativeNumberUsable(const ScanKey& scan) {
   return scan.nativeScan > 0 && scan.nativeScan <= kLargestNativeScan;
 }
 
-bool keepsNativeOrder(const ExtractedScan& previous, const ExtractedScan& next) {
+bool keepsNativeOrder(const ScanKey& previous, const ScanKey& next) {
   return nativeNumberUsable(next) && next.nativeScan > previous.nativeScan &&
          next.retentionTime >= previous.retentionTime;
 }
 
-bool assignScanNumbers(std::vector<ExtractedScan>& scans, std::vector<std::uint32_t>& order) {
+bool assignScanNumbers(std::vector<ScanKey>& scans, std::vector<std::uint32_t>& order) {
   bool native = scans.empty() || nativeNumberUsable(scans[0]);
   for (std::size_t i = 1; i < scans.size() && native; ++i)
     native = keepsNativeOrder(scans[i - 1], scans[i]);
@@ -64,16 +63,21 @@ bool assignScanNumbers(std::vector<ExtractedScan>& scans, std::vector<std::uint3
     });
   }
   for (std::size_t rank = 0; rank < order.size(); ++rank) {
-    ExtractedScan& scan = scans[order[rank]];
+    ScanKey& scan = scans[order[rank]];
     scan.scan = native ? static_cast<std::uint32_t>(scan.nativeScan) : static_cast<std::uint32_t>(rank + 1);
   }
-  // The first spectrum of an id wins when ids repeat.
-  std::unordered_map<std::uint64_t, std::uint32_t> byId;
-  byId.reserve(scans.size());
-  for (std::uint32_t i = 0; i < scans.size(); ++i) byId.emplace(scans[i].idHash, i);
+  // Precursor references are looked up in (id hash, position) pairs sorted by hash; the first
+  // spectrum of an id wins when ids repeat. Built only when some spectrum names its precursor.
+  std::vector<std::pair<std::uint64_t, std::uint32_t>> byId;
+  bool anyReference = std::any_of(scans.begin(), scans.end(), [](const ScanKey& s) { return s.precursorRefHash != 0; });
+  if (anyReference) {
+    byId.reserve(scans.size());
+    for (std::uint32_t i = 0; i < scans.size(); ++i) byId.emplace_back(scans[i].idHash, i);
+    std::stable_sort(byId.begin(), byId.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  }
   std::int32_t lastMS1 = 0;
   for (std::uint32_t index : order) {
-    ExtractedScan& scan = scans[index];
+    ScanKey& scan = scans[index];
     if (scan.msLevel == 1) {
       scan.precursorScan = 0;
       lastMS1 = static_cast<std::int32_t>(scan.scan);
@@ -81,8 +85,10 @@ bool assignScanNumbers(std::vector<ExtractedScan>& scans, std::vector<std::uint3
     }
     scan.precursorScan = lastMS1;
     if (scan.precursorRefHash != 0) {
-      auto found = byId.find(scan.precursorRefHash);
-      if (found != byId.end()) scan.precursorScan = static_cast<std::int32_t>(scans[found->second].scan);
+      auto found = std::lower_bound(byId.begin(), byId.end(), scan.precursorRefHash,
+                                    [](const auto& entry, std::uint64_t hash) { return entry.first < hash; });
+      if (found != byId.end() && found->first == scan.precursorRefHash)
+        scan.precursorScan = static_cast<std::int32_t>(scans[found->second].scan);
     }
   }
   return !native;

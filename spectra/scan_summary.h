@@ -1,20 +1,19 @@
 #pragma once
 // The extraction summary <stem>_scans.csv: one line per written scan, in output order, with the
 // number written and the native number and id it came from.
-#include <cstdint>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "spectra/extracted_scan.h"
 
 namespace corvid {
 
-inline constexpr const char* kScanSummaryHeader =
+// First line of the summary, without its line end.
+inline constexpr std::string_view kScanSummaryHeader =
     "Scan,NativeScan,NativeId,MSLevel,RetentionTime,PrecursorScan,IsolationTarget,Charge,PeakCount";
 
-// Writes the header and one line per entry of `order` (indexes into scans), CR LF line ends;
-// ids holds the native id texts that idOffset/idLength point into. False when writing fails.
-bool writeScanSummary(const std::string& path, const std::vector<ExtractedScan>& scans,
-                      const std::vector<std::uint32_t>& order, const std::string& ids);
+// Appends the summary line of one scan with a CR LF line end; an id holding a comma or a quote is
+// quoted as CSV readers expect.
+void appendScanSummaryLine(std::string& out, const ExtractedScan& scan, std::string_view nativeId);
 
 }  // namespace corvid

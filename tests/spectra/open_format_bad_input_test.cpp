@@ -30,7 +30,7 @@ void expectFailure(const std::string& name, const std::string& bytes, const std:
   std::string log = logSince(mark);
   EXPECT_NE(log.find("Cannot extract " + input + ": "), std::string::npos) << log;
   EXPECT_NE(log.find(problem), std::string::npos) << log;
-  for (const char* suffix : {".quarry", ".ms1", ".ms2", "_scans.csv", ".ms1.part", ".ms2.part"})
+  for (const char* suffix : {".quarry", ".ms1", ".ms2", "_scans.csv", ".ms1.part", ".ms2.part", ".scans.part", ".ids.part"})
     EXPECT_FALSE(exists(temp.file(stem + suffix))) << suffix;
 }
 

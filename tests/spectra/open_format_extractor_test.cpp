@@ -23,8 +23,12 @@ void expectExtractsLikeExpected(const std::string& fixture, const std::string& s
     EXPECT_EQ(readBytes(temp.file(stem + suffix)), expected) << stem << suffix;
   }
   EXPECT_TRUE(exists(temp.file(stem + ".quarry")));
-  EXPECT_FALSE(exists(temp.file(stem + ".ms1.part")));
-  EXPECT_FALSE(exists(temp.file(stem + ".ms2.part")));
+  for (const char* work : {".ms1.part", ".ms2.part", ".scans.part", ".ids.part"})
+    EXPECT_FALSE(exists(temp.file(stem + work))) << work;
+  // Nothing else is left in the folder.
+  std::size_t files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(temp.path)) files += entry.is_regular_file() ? 1 : 0;
+  EXPECT_EQ(files, 4U);
 }
 
 // Both array widths, zlib and plain arrays, minutes converted to seconds, an MS2 scan without an

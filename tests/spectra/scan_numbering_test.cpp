@@ -5,8 +5,8 @@
 namespace corvid {
 namespace {
 
-ExtractedScan scanOf(const std::string& id, int level, double rt, const std::string& ref = "") {
-  ExtractedScan scan;
+ScanKey scanOf(const std::string& id, int level, double rt, const std::string& ref = "") {
+  ScanKey scan;
   scan.nativeScan = nativeScanNumber(id, 0);
   scan.idHash = nativeIdHash(id);
   scan.precursorRefHash = ref.empty() ? 0 : nativeIdHash(ref);
@@ -27,7 +27,7 @@ TEST(NativeScanNumber, ScanKeyThenLastNumberThenIndex) {
 }
 
 TEST(AssignScanNumbers, NativeNumbersKeptWhenTheyRiseWithRetentionTime) {
-  std::vector<ExtractedScan> scans = {scanOf("scan=5", 1, 1.0), scanOf("scan=6", 2, 1.5, "scan=5"),
+  std::vector<ScanKey> scans = {scanOf("scan=5", 1, 1.0), scanOf("scan=6", 2, 1.5, "scan=5"),
                                       scanOf("scan=8", 2, 1.5), scanOf("scan=9", 1, 2.0), scanOf("scan=10", 2, 2.5)};
   std::vector<std::uint32_t> order;
   EXPECT_FALSE(assignScanNumbers(scans, order));
@@ -40,7 +40,7 @@ TEST(AssignScanNumbers, NativeNumbersKeptWhenTheyRiseWithRetentionTime) {
 }
 
 TEST(AssignScanNumbers, LevelsNumberedApartAreRenumberedByRetentionTime) {
-  std::vector<ExtractedScan> scans = {scanOf("spectrum=1", 1, 1.0), scanOf("spectrum=2", 1, 3.0),
+  std::vector<ScanKey> scans = {scanOf("spectrum=1", 1, 1.0), scanOf("spectrum=2", 1, 3.0),
                                       scanOf("spectrum=1", 2, 2.0), scanOf("spectrum=2", 2, 4.0)};
   scans[2].idHash = nativeIdHash("ms2 spectrum=1");
   scans[3].idHash = nativeIdHash("ms2 spectrum=2");
@@ -56,7 +56,7 @@ TEST(AssignScanNumbers, LevelsNumberedApartAreRenumberedByRetentionTime) {
 }
 
 TEST(AssignScanNumbers, RisingNumbersOutOfRetentionOrderAreRenumbered) {
-  std::vector<ExtractedScan> scans = {scanOf("scan=1", 1, 5.0), scanOf("scan=2", 1, 4.0)};
+  std::vector<ScanKey> scans = {scanOf("scan=1", 1, 5.0), scanOf("scan=2", 1, 4.0)};
   std::vector<std::uint32_t> order;
   EXPECT_TRUE(assignScanNumbers(scans, order));
   EXPECT_EQ(order, (std::vector<std::uint32_t>{1, 0}));
@@ -64,7 +64,7 @@ TEST(AssignScanNumbers, RisingNumbersOutOfRetentionOrderAreRenumbered) {
 }
 
 TEST(AssignScanNumbers, EqualRetentionTimesKeepFileOrder) {
-  std::vector<ExtractedScan> scans = {scanOf("scan=3", 1, 2.0), scanOf("scan=1", 2, 2.0), scanOf("scan=2", 2, 2.0)};
+  std::vector<ScanKey> scans = {scanOf("scan=3", 1, 2.0), scanOf("scan=1", 2, 2.0), scanOf("scan=2", 2, 2.0)};
   std::vector<std::uint32_t> order;
   EXPECT_TRUE(assignScanNumbers(scans, order));  // numbers fall
   EXPECT_EQ(order, (std::vector<std::uint32_t>{0, 1, 2}));
@@ -73,7 +73,7 @@ TEST(AssignScanNumbers, EqualRetentionTimesKeepFileOrder) {
 
 TEST(AssignScanNumbers, RepeatedOrZeroOrHugeNumbersAreRenumbered) {
   for (const char* second : {"scan=1", "scan=0", "scan=4294967296"}) {
-    std::vector<ExtractedScan> scans = {scanOf("scan=1", 1, 1.0), scanOf(second, 1, 2.0)};
+    std::vector<ScanKey> scans = {scanOf("scan=1", 1, 1.0), scanOf(second, 1, 2.0)};
     std::vector<std::uint32_t> order;
     EXPECT_TRUE(assignScanNumbers(scans, order)) << second;
     EXPECT_EQ(scans[1].scan, 2U);
@@ -81,14 +81,14 @@ TEST(AssignScanNumbers, RepeatedOrZeroOrHugeNumbersAreRenumbered) {
 }
 
 TEST(AssignScanNumbers, ReferenceToUnknownIdFallsBackToLastMS1) {
-  std::vector<ExtractedScan> scans = {scanOf("scan=1", 1, 1.0), scanOf("scan=2", 2, 2.0, "scan=77")};
+  std::vector<ScanKey> scans = {scanOf("scan=1", 1, 1.0), scanOf("scan=2", 2, 2.0, "scan=77")};
   std::vector<std::uint32_t> order;
   assignScanNumbers(scans, order);
   EXPECT_EQ(scans[1].precursorScan, 1);
 }
 
 TEST(AssignScanNumbers, MS2BeforeAnyMS1HasPrecursorScanZero) {
-  std::vector<ExtractedScan> scans = {scanOf("scan=1", 2, 1.0), scanOf("scan=2", 1, 2.0)};
+  std::vector<ScanKey> scans = {scanOf("scan=1", 2, 1.0), scanOf("scan=2", 1, 2.0)};
   std::vector<std::uint32_t> order;
   EXPECT_FALSE(assignScanNumbers(scans, order));
   EXPECT_EQ(scans[0].precursorScan, 0);
