@@ -72,11 +72,13 @@ std::string spectrumName(const MzMLReader& reader) {
   return "spectrum \"" + reader.spectrum.nativeId + "\"";
 }
 
-// Ranks activation names when a spectrum lists several: a named method beats an unknown one, and
-// electron transfer with supplemental collision (EThcD, ETciD) counts as ETD.
+// Ranks activation names when a spectrum lists several: a named method beats an unknown one,
+// beam-type collision beats the plain collision term some converters write beside it, and electron
+// transfer with supplemental collision (EThcD, ETciD) counts as ETD.
 int activationRank(std::string_view name) {
-  if (name == "ETD") return 3;
-  if (name == "CID" || name == "HCD") return 2;
+  if (name == "ETD") return 4;
+  if (name == "HCD") return 3;
+  if (name == "CID") return 2;
   return name.empty() ? 0 : 1;
 }
 

@@ -147,5 +147,29 @@ TEST(ExtractOpenFormat, ForwardPrecursorReferenceIsResolved) {
   EXPECT_FALSE(testing::exists(temp.file("fwd.ms1.part")));
 }
 
+TEST(ReadMzMLFile, ActivationPreferences) {
+  struct Case {
+    const char* terms;
+    const char* expected;
+  };
+  for (Case c : {Case{"MS:1000133 MS:1000422", "HCD"}, Case{"MS:1000422 MS:1000133", "HCD"},
+                 Case{"MS:1000598 MS:1000422", "ETD"}, Case{"MS:1000599 MS:1000133", "CID"},
+                 Case{"MS:1000599", "PQD"}, Case{"MS:1000045", ""}}) {
+    std::string params;
+    std::string terms = c.terms;
+    for (std::size_t at = 0; at < terms.size(); at += 11)
+      params += "<cvParam accession=\"" + terms.substr(at, 10) + "\"/>";
+    std::string text = "<mzML><run><spectrumList><spectrum id=\"scan=1\" defaultArrayLength=\"0\">"
+                       "<cvParam accession=\"MS:1000511\" value=\"2\"/><precursorList><precursor><activation>" +
+                       params + "</activation></precursor></precursorList></spectrum></spectrumList></run></mzML>";
+    TempFolder temp;
+    writeBytes(temp.file("a.mzML"), text);
+    std::string error;
+    std::vector<OpenSpectrum> spectra = readAll(temp.file("a.mzML"), error);
+    ASSERT_EQ(spectra.size(), 1U);
+    EXPECT_EQ(spectra[0].activation, c.expected) << c.terms;
+  }
+}
+
 }  // namespace
 }  // namespace corvid
