@@ -3,11 +3,10 @@
 // whole-file reading and the log lines written since a mark.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <atomic>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -22,7 +21,7 @@ struct TempFolder {
     static std::atomic<int> counter{0};
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string name = std::string("corvid_mzml_") + (info != nullptr ? info->name() : "test") + "_" +
-                       std::to_string(::getpid()) + "_" + std::to_string(counter++);
+                       std::to_string(std::random_device{}()) + "_" + std::to_string(counter++);
     path = std::filesystem::temp_directory_path() / name;
     std::filesystem::create_directories(path);
   }
