@@ -23,7 +23,7 @@ int main(int argc, char** argv) {
   auto start = std::chrono::steady_clock::now();
   bool ok = corvid::extractOpenFormat(input, folder, stem);
   double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  std::printf("corvid %s: %.1f MB in %.3f s = %.1f MB/s\n", ok ? "ok" : "FAILED", megabytes, seconds,
-              megabytes / seconds);
+  std::printf("corvid %s: %.1f MB in %.3f s = %.1f MB/s\n", ok ? "ok" : "FAILED", megabytes,
+              seconds, megabytes / seconds);
   return ok ? 0 : 1;
 }

@@ -166,8 +166,8 @@ bool decodeBinaryArray(std::string_view base64, const ArrayEncoding& encoding,
   }
   std::size_t width = encoding.bits == 32 ? 4 : 8;
   if (bytes->size() % width != 0) {
-    error = "binary array of " + std::to_string(bytes->size()) + " bytes is not a whole number of " +
-            std::to_string(encoding.bits) + "-bit values";
+    error = "binary array of " + std::to_string(bytes->size()) +
+            " bytes is not a whole number of " + std::to_string(encoding.bits) + "-bit values";
     return false;
   }
   if (width == 4) {

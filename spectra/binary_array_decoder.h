@@ -10,16 +10,16 @@ namespace corvid {
 enum class NumpressKind { None, Linear, Pic, Slof };
 
 struct ArrayEncoding {
-  int bits = 64;                   // 32 or 64; unused for Numpress arrays
-  bool zlib = false;               // zlib stream around the bytes (or around the Numpress bytes)
+  int bits = 64;      // 32 or 64; unused for Numpress arrays
+  bool zlib = false;  // zlib stream around the bytes (or around the Numpress bytes)
   NumpressKind numpress = NumpressKind::None;
-  bool bigEndian = false;          // mzXML "network" byte order
+  bool bigEndian = false;  // mzXML "network" byte order
 };
 
 // Reused working space, so decoding allocates only while arrays grow.
 struct DecodeScratch {
-  std::string raw;                 // base64-decoded bytes
-  std::string inflated;            // zlib output
+  std::string raw;       // base64-decoded bytes
+  std::string inflated;  // zlib output
 };
 
 // Appends nothing and returns false with a reason when the base64 text is invalid, the zlib

@@ -11,23 +11,23 @@
 namespace corvid {
 
 struct ExtractedScan {
-  std::int64_t nativeScan = 0;       // from the native id ("scan=N", last number, or index + 1)
-  std::uint32_t scan = 0;            // number written; nativeScan unless the file is renumbered
-  std::int32_t precursorScan = 0;    // 0 for MS1 scans and MS2 scans before any MS1 scan
-  int msLevel = 1;                   // 1 or 2
-  int charge = 0;                    // 0 when unknown
-  double retentionTime = 0.0;        // seconds
-  double ionInjectionTime = 0.0;     // milliseconds
-  double isolationTarget = 0.0;      // isolation window target, else the selected ion m/z
-  double precursorMz = 0.0;          // selected ion m/z, else the isolation window target
+  std::int64_t nativeScan = 0;     // from the native id ("scan=N", last number, or index + 1)
+  std::uint32_t scan = 0;          // number written; nativeScan unless the file is renumbered
+  std::int32_t precursorScan = 0;  // 0 for MS1 scans and MS2 scans before any MS1 scan
+  int msLevel = 1;                 // 1 or 2
+  int charge = 0;                  // 0 when unknown
+  double retentionTime = 0.0;      // seconds
+  double ionInjectionTime = 0.0;   // milliseconds
+  double isolationTarget = 0.0;    // isolation window target, else the selected ion m/z
+  double precursorMz = 0.0;        // selected ion m/z, else the isolation window target
   AnalyzerKind analyzer = AnalyzerKind::Unknown;
-  std::array<char, 4> activation{};  // "CID", "ETD", "HCD" or another three letters; NUL-ended
-  std::uint64_t idHash = 0;          // hash of the native id, for precursor references
+  std::array<char, 4> activation{};    // "CID", "ETD", "HCD" or another three letters; NUL-ended
+  std::uint64_t idHash = 0;            // hash of the native id, for precursor references
   std::uint64_t precursorRefHash = 0;  // hash of the referenced precursor id, 0 when none
-  std::uint64_t idOffset = 0;        // native id text in the extractor's id file
+  std::uint64_t idOffset = 0;          // native id text in the extractor's id file
   std::uint32_t idLength = 0;
   std::uint32_t peakCount = 0;
-  std::uint64_t peakOffset = 0;      // peak lines in the level's working file
+  std::uint64_t peakOffset = 0;  // peak lines in the level's working file
   std::uint64_t peakBytes = 0;
 };
 

@@ -15,8 +15,16 @@ namespace {
 
 // Where a cvParam stands decides what it describes.
 enum class Context {
-  Outside, Spectrum, Scan, IsolationWindow, SelectedIon, Activation, BinaryArray, Analyzer,
-  ParamGroup, Ignored
+  Outside,
+  Spectrum,
+  Scan,
+  IsolationWindow,
+  SelectedIon,
+  Activation,
+  BinaryArray,
+  Analyzer,
+  ParamGroup,
+  Ignored
 };
 
 enum class ArrayKind { Other, Mz, Intensity };
@@ -88,19 +96,30 @@ void setActivation(std::string& current, std::string_view found) {
 
 void binaryArrayParam(MzMLReader& reader, std::string_view accession) {
   ArrayEncoding& e = reader.encoding;
-  if (accession == "MS:1000514") reader.arrayKind = ArrayKind::Mz;
-  else if (accession == "MS:1000515") reader.arrayKind = ArrayKind::Intensity;
-  else if (accession == "MS:1000521") e.bits = 32;
-  else if (accession == "MS:1000523") e.bits = 64;
+  if (accession == "MS:1000514")
+    reader.arrayKind = ArrayKind::Mz;
+  else if (accession == "MS:1000515")
+    reader.arrayKind = ArrayKind::Intensity;
+  else if (accession == "MS:1000521")
+    e.bits = 32;
+  else if (accession == "MS:1000523")
+    e.bits = 64;
   else if (accession == "MS:1000519" || accession == "MS:1000522" || accession == "MS:1001479")
     reader.unsupportedArrayType = true;  // integer or text arrays never hold peaks
-  else if (accession == "MS:1000574") e.zlib = true;
-  else if (accession == "MS:1002312") e.numpress = NumpressKind::Linear;
-  else if (accession == "MS:1002313") e.numpress = NumpressKind::Pic;
-  else if (accession == "MS:1002314") e.numpress = NumpressKind::Slof;
-  else if (accession == "MS:1002746") e = {64, true, NumpressKind::Linear, false};
-  else if (accession == "MS:1002747") e = {64, true, NumpressKind::Pic, false};
-  else if (accession == "MS:1002748") e = {64, true, NumpressKind::Slof, false};
+  else if (accession == "MS:1000574")
+    e.zlib = true;
+  else if (accession == "MS:1002312")
+    e.numpress = NumpressKind::Linear;
+  else if (accession == "MS:1002313")
+    e.numpress = NumpressKind::Pic;
+  else if (accession == "MS:1002314")
+    e.numpress = NumpressKind::Slof;
+  else if (accession == "MS:1002746")
+    e = {64, true, NumpressKind::Linear, false};
+  else if (accession == "MS:1002747")
+    e = {64, true, NumpressKind::Pic, false};
+  else if (accession == "MS:1002748")
+    e = {64, true, NumpressKind::Slof, false};
 }
 
 void handleCvParam(MzMLReader& reader, Context context, const CvParam& param) {
@@ -113,11 +132,13 @@ void handleCvParam(MzMLReader& reader, Context context, const CvParam& param) {
       if (accession == "MS:1000511") {
         long long level = 0;
         if (!parseInteger(param.value, level) || level < 0 || level > 1000)
-          return fail(reader, spectrumName(reader) + " has an invalid ms level \"" + param.value + "\"");
+          return fail(reader,
+                      spectrumName(reader) + " has an invalid ms level \"" + param.value + "\"");
         s.msLevel = static_cast<int>(level);
       } else if (accession == "MS:1000016" && !reader.sawRetentionTime) {
         if (!parseReal(param.value, value))
-          return fail(reader, spectrumName(reader) + " has an invalid scan start time \"" + param.value + "\"");
+          return fail(reader, spectrumName(reader) + " has an invalid scan start time \"" +
+                                  param.value + "\"");
         bool minutes = param.unitAccession == "UO:0000031" || param.unitName == "minute";
         s.retentionTime = minutes ? value * 60.0 : value;
         reader.sawRetentionTime = true;
@@ -134,7 +155,8 @@ void handleCvParam(MzMLReader& reader, Context context, const CvParam& param) {
       }
       return;
     case Context::SelectedIon:
-      if ((accession == "MS:1000744" || accession == "MS:1000040") && parseReal(param.value, value)) {
+      if ((accession == "MS:1000744" || accession == "MS:1000040") &&
+          parseReal(param.value, value)) {
         s.selectedMz = value;
         s.hasSelectedMz = true;
       } else if (accession == "MS:1000041") {
@@ -148,15 +170,20 @@ void handleCvParam(MzMLReader& reader, Context context, const CvParam& param) {
       if (!name.empty()) setActivation(s.activation, name);
       return;
     }
-    case Context::BinaryArray: binaryArrayParam(reader, accession); return;
+    case Context::BinaryArray:
+      binaryArrayParam(reader, accession);
+      return;
     case Context::Analyzer: {
       AnalyzerKind kind = analyzerFromAccession(accession);
       if (kind != AnalyzerKind::Unknown) reader.configurations[reader.currentConfiguration] = kind;
       return;
     }
-    case Context::ParamGroup: reader.paramGroups[reader.currentGroup].push_back(param); return;
+    case Context::ParamGroup:
+      reader.paramGroups[reader.currentGroup].push_back(param);
+      return;
     case Context::Outside:
-    case Context::Ignored: return;
+    case Context::Ignored:
+      return;
   }
 }
 
@@ -169,8 +196,10 @@ void startSpectrum(MzMLReader& reader, const XML_Char** attributes) {
   long long number = 0;
   if (index != nullptr && parseInteger(index, number)) s.index = number;
   reader.defaultArrayLength = 0;
-  if (length != nullptr && (!parseInteger(length, reader.defaultArrayLength) || reader.defaultArrayLength < 0))
-    return fail(reader, spectrumName(reader) + " has an invalid defaultArrayLength \"" + length + "\"");
+  if (length != nullptr &&
+      (!parseInteger(length, reader.defaultArrayLength) || reader.defaultArrayLength < 0))
+    return fail(reader,
+                spectrumName(reader) + " has an invalid defaultArrayLength \"" + length + "\"");
   s.msLevel = 1;
   s.retentionTime = 0.0;
   s.ionInjectionTime = 0.0;
@@ -202,9 +231,11 @@ void endBinary(MzMLReader& reader) {
   reader.inBinary = false;
   if (reader.arrayKind == ArrayKind::Other) return;
   if (reader.unsupportedArrayType)
-    return fail(reader, spectrumName(reader) + " stores its peaks as integers, which are not supported");
+    return fail(reader,
+                spectrumName(reader) + " stores its peaks as integers, which are not supported");
   std::string reason;
-  if (!decodeBinaryArray(reader.binaryText, reader.encoding, reader.decoded, reader.scratch, reason))
+  if (!decodeBinaryArray(reader.binaryText, reader.encoding, reader.decoded, reader.scratch,
+                         reason))
     return fail(reader, spectrumName(reader) + ": " + reason);
   if (static_cast<long long>(reader.decoded.size()) != reader.arrayLength)
     return fail(reader, spectrumName(reader) + " declares " + std::to_string(reader.arrayLength) +
@@ -223,7 +254,8 @@ void endSpectrum(MzMLReader& reader) {
   if (reader.defaultArrayLength > 0 && (!reader.sawMzArray || !reader.sawIntensityArray))
     return fail(reader, spectrumName(reader) + " lacks its m/z or intensity array");
   if (s.mz.size() != s.intensity.size())
-    return fail(reader, spectrumName(reader) + " has m/z and intensity arrays of different lengths");
+    return fail(reader,
+                spectrumName(reader) + " has m/z and intensity arrays of different lengths");
   s.analyzer = analyzerFromFilter(s.filterText);
   auto findConfiguration = [&](const std::string& id) {
     auto it = reader.configurations.find(id);
@@ -231,7 +263,8 @@ void endSpectrum(MzMLReader& reader) {
   };
   if (s.analyzer == AnalyzerKind::Unknown && !reader.scanConfiguration.empty())
     s.analyzer = findConfiguration(reader.scanConfiguration);
-  if (s.analyzer == AnalyzerKind::Unknown) s.analyzer = findConfiguration(reader.defaultConfiguration);
+  if (s.analyzer == AnalyzerKind::Unknown)
+    s.analyzer = findConfiguration(reader.defaultConfiguration);
   if (s.activation.empty() && s.msLevel >= 2) s.activation = activationFromFilter(s.filterText);
   std::string reason;
   if (!(*reader.sink)(s, reason)) fail(reader, reason);
@@ -256,7 +289,8 @@ Context contextOf(MzMLReader& reader, std::string_view name, Context parent,
     if (ref != nullptr) reader.spectrum.precursorRef = ref;
     return Context::Spectrum;
   }
-  if (name == "product" || name == "scanWindowList" || name == "chromatogram") return Context::Ignored;
+  if (name == "product" || name == "scanWindowList" || name == "chromatogram")
+    return Context::Ignored;
   if (name == "isolationWindow" && parent == Context::Spectrum) return Context::IsolationWindow;
   if (name == "selectedIon" && parent == Context::Spectrum)
     return reader.selectedIonCount++ > 0 ? Context::Ignored : Context::SelectedIon;
@@ -328,8 +362,10 @@ void XMLCALL onEnd(void* data, const XML_Char* rawName) {
   std::string_view name = localName(rawName);
   Context context = reader.contexts.empty() ? Context::Outside : reader.contexts.back();
   if (!reader.contexts.empty()) reader.contexts.pop_back();
-  if (name == "binary" && reader.inBinary) endBinary(reader);
-  else if (name == "spectrum" && context == Context::Spectrum) endSpectrum(reader);
+  if (name == "binary" && reader.inBinary)
+    endBinary(reader);
+  else if (name == "spectrum" && context == Context::Spectrum)
+    endSpectrum(reader);
 }
 
 void XMLCALL onText(void* data, const XML_Char* text, int length) {

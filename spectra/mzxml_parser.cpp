@@ -25,7 +25,7 @@ struct MzXMLReader {
   AnalyzerKind firstAnalyzer = AnalyzerKind::Unknown;
 
   OpenSpectrum scan;
-  bool scanOpen = false;     // a scan was started and not handed on yet
+  bool scanOpen = false;      // a scan was started and not handed on yet
   long long peaksCount = -1;  // declared peak count, -1 when not given
   std::string instrumentRef;
   int precursorCount = 0;
@@ -75,7 +75,8 @@ void startScan(MzXMLReader& reader, const XML_Char** attributes) {
   const char* instrument = attributeValue(attributes, "msInstrumentID");
   long long number = 0;
   if (num == nullptr || !parseInteger(num, number) || number < 0)
-    return fail(reader, "scan " + std::to_string(reader.scanIndex + 1) + " has no valid num attribute");
+    return fail(reader,
+                "scan " + std::to_string(reader.scanIndex + 1) + " has no valid num attribute");
   s.nativeId = "scan=" + std::to_string(number);
   s.index = reader.scanIndex++;
   long long msLevel = 1;
@@ -112,7 +113,8 @@ void startPrecursor(MzXMLReader& reader, const XML_Char** attributes) {
   const char* charge = attributeValue(attributes, "precursorCharge");
   const char* method = attributeValue(attributes, "activationMethod");
   long long number = 0;
-  if (scanNum != nullptr && parseInteger(scanNum, number)) s.precursorRef = "scan=" + std::to_string(number);
+  if (scanNum != nullptr && parseInteger(scanNum, number))
+    s.precursorRef = "scan=" + std::to_string(number);
   if (charge != nullptr && parseInteger(charge, number) && number > 0 && number < 1000)
     s.charge = static_cast<int>(number);
   if (method != nullptr) s.activation = activationFromMethodName(method);
@@ -122,7 +124,8 @@ void endPrecursor(MzXMLReader& reader) {
   reader.inPrecursor = false;
   double mz = 0.0;
   if (!parseReal(reader.precursorText, mz))
-    return fail(reader, scanName(reader) + " has an invalid precursorMz \"" + reader.precursorText + "\"");
+    return fail(reader,
+                scanName(reader) + " has an invalid precursorMz \"" + reader.precursorText + "\"");
   // mzXML gives one precursor m/z; it is both the selected ion and the isolation target.
   reader.scan.selectedMz = reader.scan.isolationTarget = mz;
   reader.scan.hasSelectedMz = reader.scan.hasIsolationTarget = true;
@@ -136,15 +139,19 @@ void startPeaks(MzXMLReader& reader, const XML_Char** attributes) {
   const char* compression = attributeValue(attributes, "compressionType");
   reader.encoding = ArrayEncoding{};
   reader.encoding.bits = precision != nullptr && std::strcmp(precision, "64") == 0 ? 64 : 32;
-  if (precision != nullptr && std::strcmp(precision, "64") != 0 && std::strcmp(precision, "32") != 0)
-    return fail(reader, scanName(reader) + " has an unsupported peak precision \"" + precision + "\"");
+  if (precision != nullptr && std::strcmp(precision, "64") != 0 &&
+      std::strcmp(precision, "32") != 0)
+    return fail(reader,
+                scanName(reader) + " has an unsupported peak precision \"" + precision + "\"");
   reader.encoding.bigEndian = order == nullptr || std::strcmp(order, "network") == 0;
   const char* layout = content != nullptr ? content : pairOrder;
   if (layout != nullptr && std::strcmp(layout, "m/z-int") != 0)
     return fail(reader, scanName(reader) + " has unsupported peak contents \"" + layout + "\"");
-  if (compression != nullptr && std::strcmp(compression, "zlib") == 0) reader.encoding.zlib = true;
+  if (compression != nullptr && std::strcmp(compression, "zlib") == 0)
+    reader.encoding.zlib = true;
   else if (compression != nullptr && std::strcmp(compression, "none") != 0)
-    return fail(reader, scanName(reader) + " has an unsupported compression \"" + compression + "\"");
+    return fail(reader,
+                scanName(reader) + " has an unsupported compression \"" + compression + "\"");
   reader.inPeaks = true;
   reader.peaksText.clear();
 }
@@ -159,8 +166,8 @@ void endPeaks(MzXMLReader& reader) {
   if (reader.pairs.size() % 2 != 0 ||
       (reader.peaksCount >= 0 && static_cast<long long>(count) != reader.peaksCount))
     return fail(reader, scanName(reader) + " declares " + std::to_string(reader.peaksCount) +
-                            " peaks but its peak list holds " + std::to_string(reader.pairs.size()) +
-                            " values");
+                            " peaks but its peak list holds " +
+                            std::to_string(reader.pairs.size()) + " values");
   OpenSpectrum& s = reader.scan;
   s.mz.resize(count);
   s.intensity.resize(count);
@@ -202,15 +209,20 @@ void XMLCALL onEnd(void* data, const XML_Char* rawName) {
   auto& reader = *static_cast<MzXMLReader*>(data);
   if (!reader.error.empty()) return;
   std::string_view name = localName(rawName);
-  if (name == "precursorMz" && reader.inPrecursor) endPrecursor(reader);
-  else if (name == "peaks" && reader.inPeaks) endPeaks(reader);
-  else if (name == "scan" && reader.scanOpen) emitScan(reader);
+  if (name == "precursorMz" && reader.inPrecursor)
+    endPrecursor(reader);
+  else if (name == "peaks" && reader.inPeaks)
+    endPeaks(reader);
+  else if (name == "scan" && reader.scanOpen)
+    emitScan(reader);
 }
 
 void XMLCALL onText(void* data, const XML_Char* text, int length) {
   auto& reader = *static_cast<MzXMLReader*>(data);
-  if (reader.inPeaks) reader.peaksText.append(text, static_cast<std::size_t>(length));
-  else if (reader.inPrecursor) reader.precursorText.append(text, static_cast<std::size_t>(length));
+  if (reader.inPeaks)
+    reader.peaksText.append(text, static_cast<std::size_t>(length));
+  else if (reader.inPrecursor)
+    reader.precursorText.append(text, static_cast<std::size_t>(length));
 }
 
 }  // namespace

@@ -47,7 +47,8 @@ bool openBlockFile(const std::string& path, BlockFile& out) {
 
 void flushBlockFile(BlockFile& out) {
   if (out.file == nullptr || out.buffer.empty()) return;
-  if (std::fwrite(out.buffer.data(), 1, out.buffer.size(), out.file) != out.buffer.size()) out.failed = true;
+  if (std::fwrite(out.buffer.data(), 1, out.buffer.size(), out.file) != out.buffer.size())
+    out.failed = true;
   out.flushed += out.buffer.size();
   out.buffer.clear();
 }
@@ -76,7 +77,7 @@ struct OutputPaths {
 
 OutputPaths outputPathsOf(const std::string& folder, const std::string& stem) {
   std::string base = folder + stem;
-  return {base + ".ms1",      base + ".ms2",      base + "_scans.csv",   base + ".quarry",
+  return {base + ".ms1",      base + ".ms2",      base + "_scans.csv",  base + ".quarry",
           base + ".ms1.part", base + ".ms2.part", base + ".scans.part", base + ".ids.part"};
 }
 
@@ -91,7 +92,8 @@ void removeWorkFiles(const OutputPaths& paths) {
 }
 
 void removeOutputs(const OutputPaths& paths) {
-  for (const std::string* path : {&paths.ms1, &paths.ms2, &paths.summary, &paths.marker}) removeFile(*path);
+  for (const std::string* path : {&paths.ms1, &paths.ms2, &paths.summary, &paths.marker})
+    removeFile(*path);
   removeWorkFiles(paths);
 }
 
@@ -114,8 +116,8 @@ struct Extraction {
   OutputPaths paths;
   BlockFile ms1, ms2, records, ids;
   std::vector<ScanKey> keys;
-  bool nativeOrder = true;     // native numbers still usable
-  std::int32_t lastMS1 = 0;    // scan written for the last MS1 spectrum so far
+  bool nativeOrder = true;   // native numbers still usable
+  std::int32_t lastMS1 = 0;  // scan written for the last MS1 spectrum so far
   std::size_t ms1Count = 0;
   std::size_t higherLevels = 0;
   std::size_t unknownActivations = 0;
@@ -164,8 +166,10 @@ bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& err
   }
   ExtractedScan e = describe(spectrum, x);
   ScanKey key{e.retentionTime, e.nativeScan, e.idHash, e.precursorRefHash, 0, 0, 0, e.msLevel};
-  if (x.nativeOrder) x.nativeOrder = x.keys.empty() ? nativeNumberUsable(key) : keepsNativeOrder(x.keys.back(), key);
-  e.scan = x.nativeOrder ? static_cast<std::uint32_t>(e.nativeScan) : static_cast<std::uint32_t>(x.keys.size() + 1);
+  if (x.nativeOrder)
+    x.nativeOrder = x.keys.empty() ? nativeNumberUsable(key) : keepsNativeOrder(x.keys.back(), key);
+  e.scan = x.nativeOrder ? static_cast<std::uint32_t>(e.nativeScan)
+                         : static_cast<std::uint32_t>(x.keys.size() + 1);
   if (e.msLevel == 2) {
     e.precursorScan = x.lastMS1;
     if (!isKnownActivation(e)) ++x.unknownActivations;
@@ -176,11 +180,14 @@ bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& err
   if (e.analyzer == AnalyzerKind::Unknown) ++x.unknownAnalyzers;
   key.streamedPrecursorScan = e.precursorScan;
   BlockFile& out = e.msLevel == 1 ? x.ms1 : x.ms2;
-  if (e.msLevel == 1) appendMS1Header(out.buffer, e);
-  else appendMS2Header(out.buffer, e);
+  if (e.msLevel == 1)
+    appendMS1Header(out.buffer, e);
+  else
+    appendMS2Header(out.buffer, e);
   e.peakOffset = blockFilePosition(out);
   if (!appendPeakLines(out.buffer, spectrum.mz, spectrum.intensity, x.negativeIntensities)) {
-    error = "spectrum \"" + spectrum.nativeId + "\" holds a peak value that is not a finite, non-negative number";
+    error = "spectrum \"" + spectrum.nativeId +
+            "\" holds a peak value that is not a finite, non-negative number";
     return false;
   }
   e.peakBytes = blockFilePosition(out) - e.peakOffset;
@@ -199,16 +206,19 @@ bool readAt(std::FILE* file, std::uint64_t offset, std::uint64_t length, std::st
   return seekTo(file, offset) && std::fread(out.data() + start, 1, length, file) == length;
 }
 
-bool readRecord(std::FILE* records, std::uint32_t index, ExtractedScan& record, std::string& scratch) {
+bool readRecord(std::FILE* records, std::uint32_t index, ExtractedScan& record,
+                std::string& scratch) {
   scratch.clear();
-  if (!readAt(records, static_cast<std::uint64_t>(index) * sizeof record, sizeof record, scratch)) return false;
+  if (!readAt(records, static_cast<std::uint64_t>(index) * sizeof record, sizeof record, scratch))
+    return false;
   std::memcpy(&record, scratch.data(), sizeof record);
   return true;
 }
 
 // Writes the summary and, when the headers changed, the final .ms1/.ms2 in the given order with
 // fresh headers and the peak lines copied from the working files.
-bool writeOutputs(Extraction& x, const std::vector<std::uint32_t>& order, bool rewrite, std::string& error) {
+bool writeOutputs(Extraction& x, const std::vector<std::uint32_t>& order, bool rewrite,
+                  std::string& error) {
   std::FILE* records = std::fopen(x.paths.recordWork.c_str(), "rb");
   std::FILE* ids = std::fopen(x.paths.idWork.c_str(), "rb");
   std::FILE* work1 = rewrite ? std::fopen(x.paths.ms1Work.c_str(), "rb") : nullptr;
@@ -216,7 +226,8 @@ bool writeOutputs(Extraction& x, const std::vector<std::uint32_t>& order, bool r
   BlockFile out1, out2, summary;
   bool ok = records != nullptr && ids != nullptr && openBlockFile(x.paths.summary, summary);
   if (ok && rewrite)
-    ok = work1 != nullptr && work2 != nullptr && openBlockFile(x.paths.ms1, out1) && openBlockFile(x.paths.ms2, out2);
+    ok = work1 != nullptr && work2 != nullptr && openBlockFile(x.paths.ms1, out1) &&
+         openBlockFile(x.paths.ms2, out2);
   summary.buffer += kScanSummaryHeader;
   summary.buffer += "\r\n";
   ExtractedScan scan;
@@ -232,15 +243,19 @@ bool writeOutputs(Extraction& x, const std::vector<std::uint32_t>& order, bool r
     if (summary.buffer.size() >= kOutputBlock) flushBlockFile(summary);
     if (!rewrite) continue;
     BlockFile& out = scan.msLevel == 1 ? out1 : out2;
-    if (scan.msLevel == 1) appendMS1Header(out.buffer, scan);
-    else appendMS2Header(out.buffer, scan);
-    ok = ok && readAt(scan.msLevel == 1 ? work1 : work2, scan.peakOffset, scan.peakBytes, out.buffer);
+    if (scan.msLevel == 1)
+      appendMS1Header(out.buffer, scan);
+    else
+      appendMS2Header(out.buffer, scan);
+    ok = ok &&
+         readAt(scan.msLevel == 1 ? work1 : work2, scan.peakOffset, scan.peakBytes, out.buffer);
     if (out.buffer.size() >= kOutputBlock) flushBlockFile(out);
   }
   for (BlockFile* file : {&out1, &out2, &summary}) ok = closeBlockFile(*file) && ok;
   for (std::FILE* file : {records, ids, work1, work2})
     if (file != nullptr) std::fclose(file);
-  if (!ok) error = "the MS1/MS2 text files or the summary cannot be written in " + folderOf(x.paths.ms1);
+  if (!ok)
+    error = "the MS1/MS2 text files or the summary cannot be written in " + folderOf(x.paths.ms1);
   return ok;
 }
 
@@ -254,24 +269,27 @@ bool renameWorkFiles(const Extraction& x, std::string& error) {
 
 bool finishExtraction(Extraction& x, std::string& error) {
   bool closed = true;
-  for (BlockFile* file : {&x.ms1, &x.ms2, &x.records, &x.ids}) closed = closeBlockFile(*file) && closed;
+  for (BlockFile* file : {&x.ms1, &x.ms2, &x.records, &x.ids})
+    closed = closeBlockFile(*file) && closed;
   if (!closed) {
     error = "the MS1/MS2 text files cannot be written in " + folderOf(x.paths.ms1);
     return false;
   }
   std::vector<std::uint32_t> order;
   bool renumbered = assignScanNumbers(x.keys, order);
-  bool rewrite = renumbered || std::any_of(x.keys.begin(), x.keys.end(), [](const ScanKey& key) {
-                   return key.precursorScan != key.streamedPrecursorScan;  // another precursor named
-                 });
+  bool rewrite =
+      renumbered || std::any_of(x.keys.begin(), x.keys.end(), [](const ScanKey& key) {
+        return key.precursorScan != key.streamedPrecursorScan;  // another precursor named
+      });
   if (!writeOutputs(x, order, rewrite, error)) return false;
   if (!rewrite && !renameWorkFiles(x, error)) return false;
   removeWorkFiles(x.paths);
   if (renumbered)
-    logMessage("Alert", fileNameOf(x.inputPath) + ": scan numbers do not rise with retention time; " +
-                            std::to_string(x.keys.size()) +
-                            " spectra were ordered by retention time and numbered from 1 (native ids in " +
-                            fileNameOf(x.paths.summary) + ")");
+    logMessage("Alert",
+               fileNameOf(x.inputPath) + ": scan numbers do not rise with retention time; " +
+                   std::to_string(x.keys.size()) +
+                   " spectra were ordered by retention time and numbered from 1 (native ids in " +
+                   fileNameOf(x.paths.summary) + ")");
   return true;
 }
 
@@ -281,8 +299,9 @@ void reportAlerts(const Extraction& x) {
     logMessage("Alert", name + ": " + std::to_string(x.higherLevels) +
                             " spectra with an MS level other than 1 or 2 were skipped");
   if (x.unknownActivations > 0)
-    logMessage("Alert", name + ": " + std::to_string(x.unknownActivations) +
-                            " MS2 scans have an activation other than CID, ETD or HCD; Corvid skips them");
+    logMessage("Alert",
+               name + ": " + std::to_string(x.unknownActivations) +
+                   " MS2 scans have an activation other than CID, ETD or HCD; Corvid skips them");
   if (x.unknownAnalyzers > 0)
     logMessage("Alert", name + ": " + std::to_string(x.unknownAnalyzers) +
                             " spectra name no known mass analyzer; they were written as ITMS");
@@ -325,7 +344,8 @@ bool openFormatAlreadyExtracted(const std::string& folder, const std::string& st
   return canOpenForReading(paths.marker) && canOpenForReading(paths.summary);
 }
 
-bool extractOpenFormat(const std::string& inputPath, const std::string& folder, const std::string& stem) {
+bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
+                       const std::string& stem) {
   Extraction x;
   x.inputPath = inputPath;
   x.paths = outputPathsOf(folder, stem);
@@ -345,7 +365,8 @@ bool extractOpenFormat(const std::string& inputPath, const std::string& folder, 
   };
   std::string problem;
   bool mzXML = containsAny(fileNameOf(inputPath), kMzXMLSpellings);
-  bool read = mzXML ? readMzXMLFile(inputPath, sink, problem) : readMzMLFile(inputPath, sink, problem);
+  bool read =
+      mzXML ? readMzXMLFile(inputPath, sink, problem) : readMzMLFile(inputPath, sink, problem);
   if (!read) {
     closeWorkFiles(x);
     return fail(inputPath, x.paths, problem);

@@ -15,7 +15,8 @@ bool isOpenFormatName(std::string_view name);
 // (folder ends with a separator; stem is the file name less its extension). On failure logs an
 // "Error" line naming the file and the problem, removes partial outputs and returns false; a
 // completion marker then does not exist.
-bool extractOpenFormat(const std::string& inputPath, const std::string& folder, const std::string& stem);
+bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
+                       const std::string& stem);
 
 // True when the completion marker and the summary of an earlier extraction both exist.
 bool openFormatAlreadyExtracted(const std::string& folder, const std::string& stem);

@@ -12,21 +12,21 @@ namespace corvid {
 enum class AnalyzerKind { Unknown, FourierTransform, IonTrap, TimeOfFlight };
 
 struct OpenSpectrum {
-  std::string nativeId;            // mzML spectrum id; mzXML "scan=" + num
-  std::int64_t index = 0;          // position among the file's spectra, from 0
+  std::string nativeId;    // mzML spectrum id; mzXML "scan=" + num
+  std::int64_t index = 0;  // position among the file's spectra, from 0
   int msLevel = 1;
-  double retentionTime = 0.0;      // seconds
-  double ionInjectionTime = 0.0;   // milliseconds, 0 when not given
+  double retentionTime = 0.0;     // seconds
+  double ionInjectionTime = 0.0;  // milliseconds, 0 when not given
   AnalyzerKind analyzer = AnalyzerKind::Unknown;
-  std::string filterText;          // vendor filter line, empty when absent
-  std::string activation;          // "CID", "ETD", "HCD", another short name, or empty
-  std::string precursorRef;        // native id of the precursor spectrum, empty when absent
+  std::string filterText;    // vendor filter line, empty when absent
+  std::string activation;    // "CID", "ETD", "HCD", another short name, or empty
+  std::string precursorRef;  // native id of the precursor spectrum, empty when absent
   bool hasIsolationTarget = false;
-  double isolationTarget = 0.0;    // m/z
+  double isolationTarget = 0.0;  // m/z
   bool hasSelectedMz = false;
-  double selectedMz = 0.0;         // m/z
-  int charge = 0;                  // 0 when unknown
-  std::vector<double> mz;          // same length as intensity
+  double selectedMz = 0.0;  // m/z
+  int charge = 0;           // 0 when unknown
+  std::vector<double> mz;   // same length as intensity
   std::vector<double> intensity;
 };
 

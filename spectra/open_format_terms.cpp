@@ -12,8 +12,8 @@ std::string_view trimmed(std::string_view text) {
   while (!text.empty() && (text.front() == ' ' || text.front() == '\t' || text.front() == '\n' ||
                            text.front() == '\r'))
     text.remove_prefix(1);
-  while (!text.empty() && (text.back() == ' ' || text.back() == '\t' || text.back() == '\n' ||
-                           text.back() == '\r'))
+  while (!text.empty() &&
+         (text.back() == ' ' || text.back() == '\t' || text.back() == '\n' || text.back() == '\r'))
     text.remove_suffix(1);
   return text;
 }
@@ -95,10 +95,14 @@ AnalyzerKind analyzerFromFilter(std::string_view filter) {
 
 const char* analyzerText(AnalyzerKind kind) {
   switch (kind) {
-    case AnalyzerKind::FourierTransform: return "FTMS";
-    case AnalyzerKind::TimeOfFlight: return "QTOF";
-    case AnalyzerKind::IonTrap: return "ITMS";
-    case AnalyzerKind::Unknown: break;
+    case AnalyzerKind::FourierTransform:
+      return "FTMS";
+    case AnalyzerKind::TimeOfFlight:
+      return "QTOF";
+    case AnalyzerKind::IonTrap:
+      return "ITMS";
+    case AnalyzerKind::Unknown:
+      break;
   }
   return "ITMS";
 }

@@ -28,7 +28,8 @@ std::string_view activationFromFilter(std::string_view filter);
 
 // Seconds of an xs:duration such as "PT1503.96S", "PT25.5M" or "PT1H2M3S"; false when malformed.
 bool parseDurationSeconds(std::string_view text, double& seconds);
-// Number of a text attribute or cvParam value (std::from_chars); false when not a whole number text.
+// Number of a text attribute or cvParam value (std::from_chars); false when not a whole number
+// text.
 bool parseReal(std::string_view text, double& value);
 bool parseInteger(std::string_view text, long long& value);
 

@@ -64,16 +64,19 @@ bool assignScanNumbers(std::vector<ScanKey>& scans, std::vector<std::uint32_t>& 
   }
   for (std::size_t rank = 0; rank < order.size(); ++rank) {
     ScanKey& scan = scans[order[rank]];
-    scan.scan = native ? static_cast<std::uint32_t>(scan.nativeScan) : static_cast<std::uint32_t>(rank + 1);
+    scan.scan =
+        native ? static_cast<std::uint32_t>(scan.nativeScan) : static_cast<std::uint32_t>(rank + 1);
   }
   // Precursor references are looked up in (id hash, position) pairs sorted by hash; the first
   // spectrum of an id wins when ids repeat. Built only when some spectrum names its precursor.
   std::vector<std::pair<std::uint64_t, std::uint32_t>> byId;
-  bool anyReference = std::any_of(scans.begin(), scans.end(), [](const ScanKey& s) { return s.precursorRefHash != 0; });
+  bool anyReference = std::any_of(scans.begin(), scans.end(),
+                                  [](const ScanKey& s) { return s.precursorRefHash != 0; });
   if (anyReference) {
     byId.reserve(scans.size());
     for (std::uint32_t i = 0; i < scans.size(); ++i) byId.emplace_back(scans[i].idHash, i);
-    std::stable_sort(byId.begin(), byId.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::stable_sort(byId.begin(), byId.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
   }
   std::int32_t lastMS1 = 0;
   for (std::uint32_t index : order) {
@@ -85,8 +88,9 @@ bool assignScanNumbers(std::vector<ScanKey>& scans, std::vector<std::uint32_t>& 
     }
     scan.precursorScan = lastMS1;
     if (scan.precursorRefHash != 0) {
-      auto found = std::lower_bound(byId.begin(), byId.end(), scan.precursorRefHash,
-                                    [](const auto& entry, std::uint64_t hash) { return entry.first < hash; });
+      auto found = std::lower_bound(
+          byId.begin(), byId.end(), scan.precursorRefHash,
+          [](const auto& entry, std::uint64_t hash) { return entry.first < hash; });
       if (found != byId.end() && found->first == scan.precursorRefHash)
         scan.precursorScan = static_cast<std::int32_t>(scans[found->second].scan);
     }

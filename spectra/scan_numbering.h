@@ -11,12 +11,12 @@ namespace corvid {
 // What numbering needs of each spectrum, kept in memory for the whole file: 48 bytes a spectrum,
 // everything else of a spectrum waits in the extractor's working files.
 struct ScanKey {
-  double retentionTime = 0.0;          // seconds
+  double retentionTime = 0.0;  // seconds
   std::int64_t nativeScan = 0;
   std::uint64_t idHash = 0;
-  std::uint64_t precursorRefHash = 0;  // 0 when the spectrum names no precursor
-  std::uint32_t scan = 0;              // filled by assignScanNumbers
-  std::int32_t precursorScan = 0;      // filled by assignScanNumbers; 0 for MS1
+  std::uint64_t precursorRefHash = 0;      // 0 when the spectrum names no precursor
+  std::uint32_t scan = 0;                  // filled by assignScanNumbers
+  std::int32_t precursorScan = 0;          // filled by assignScanNumbers; 0 for MS1
   std::int32_t streamedPrecursorScan = 0;  // what was written while streaming
   std::int32_t msLevel = 1;
 };

@@ -22,7 +22,8 @@ int main(int argc, char** argv) {
       s.getRawFilter(filter, sizeof filter);
       std::printf("%d\t%d\t%.6f\t%.6f\t%d\t%s\t%.4f\t%d\t%.3s\n", s.getScanNumber(), s.getMsLevel(),
                   s.getRTime() * 60.0, s.getMsLevel() > 1 ? s.getMZ() : 0.0,
-                  s.sizeZ() > 0 ? s.atZ(0).z : 0, s.getMsLevel() > 1 ? names[s.getActivationMethod()] : "-",
+                  s.sizeZ() > 0 ? s.atZ(0).z : 0,
+                  s.getMsLevel() > 1 ? names[s.getActivationMethod()] : "-",
                   s.getIonInjectionTime(), s.size(), filter);
     }
     reader.readFile(nullptr, s);

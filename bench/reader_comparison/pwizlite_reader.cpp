@@ -18,7 +18,9 @@ int main(int argc, char** argv) {
     size_t n = mz ? mz->data.size() : 0;
     for (size_t k = 0; k < n; ++k) checksum += mz->data[k] + intensity->data[k];
     if (quiet) continue;
-    double rt = s->scanList.scans.empty() ? 0.0 : s->scanList.scans[0].cvParam(MS_scan_start_time).timeInSeconds();
+    double rt = s->scanList.scans.empty()
+                    ? 0.0
+                    : s->scanList.scans[0].cvParam(MS_scan_start_time).timeInSeconds();
     double target = 0.0, selected = 0.0;
     int charge = 0;
     std::string activation = "-";
@@ -32,8 +34,8 @@ int main(int argc, char** argv) {
       CVParam method = p.activation.cvParamChild(MS_dissociation_method);
       activation = method.empty() ? "UNK" : method.name();
     }
-    std::printf("%s\t%d\t%.6f\t%.6f\t%.6f\t%d\t%s\t%zu\n", s->id.c_str(), level, rt, target, selected, charge,
-                activation.c_str(), n);
+    std::printf("%s\t%d\t%.6f\t%.6f\t%.6f\t%d\t%s\t%zu\n", s->id.c_str(), level, rt, target,
+                selected, charge, activation.c_str(), n);
   }
   std::fprintf(stderr, "pwizlite: %zu spectra, checksum %.6e\n", list->size(), checksum);
   return 0;

@@ -17,7 +17,8 @@ std::string encodeBase64(const std::string& bytes) {
   std::size_t i = 0;
   for (; i + 2 < bytes.size(); i += 3) {
     std::uint32_t g = (static_cast<unsigned char>(bytes[i]) << 16) |
-                      (static_cast<unsigned char>(bytes[i + 1]) << 8) | static_cast<unsigned char>(bytes[i + 2]);
+                      (static_cast<unsigned char>(bytes[i + 1]) << 8) |
+                      static_cast<unsigned char>(bytes[i + 2]);
     for (int k = 3; k >= 0; --k) out += alphabet[(g >> (6 * k)) & 63];
   }
   if (bytes.size() - i == 1) {
@@ -26,7 +27,8 @@ std::string encodeBase64(const std::string& bytes) {
     out += alphabet[(g >> 12) & 63];
     out += "==";
   } else if (bytes.size() - i == 2) {
-    std::uint32_t g = (static_cast<unsigned char>(bytes[i]) << 16) | (static_cast<unsigned char>(bytes[i + 1]) << 8);
+    std::uint32_t g = (static_cast<unsigned char>(bytes[i]) << 16) |
+                      (static_cast<unsigned char>(bytes[i + 1]) << 8);
     out += alphabet[(g >> 18) & 63];
     out += alphabet[(g >> 12) & 63];
     out += alphabet[(g >> 6) & 63];
@@ -39,7 +41,8 @@ std::string compress(const std::string& bytes) {
   uLongf size = compressBound(bytes.size());
   std::string out(size, '\0');
   EXPECT_EQ(::compress(reinterpret_cast<Bytef*>(out.data()), &size,
-                       reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()), Z_OK);
+                       reinterpret_cast<const Bytef*>(bytes.data()), bytes.size()),
+            Z_OK);
   out.resize(size);
   return out;
 }
@@ -88,11 +91,13 @@ TEST(DecodeBinaryArray, LittleEndianWidthsWithAndWithoutZlib) {
   for (bool zlib : {false, true}) {
     std::string raw32 = rawBytes<float>(input, false);
     std::string raw64 = rawBytes<double>(input, false);
-    ASSERT_TRUE(decodeBinaryArray(encodeBase64(zlib ? compress(raw32) : raw32), {32, zlib, NumpressKind::None, false},
-                                  values, scratch, error)) << error;
+    ASSERT_TRUE(decodeBinaryArray(encodeBase64(zlib ? compress(raw32) : raw32),
+                                  {32, zlib, NumpressKind::None, false}, values, scratch, error))
+        << error;
     EXPECT_EQ(values, input);
-    ASSERT_TRUE(decodeBinaryArray(encodeBase64(zlib ? compress(raw64) : raw64), {64, zlib, NumpressKind::None, false},
-                                  values, scratch, error)) << error;
+    ASSERT_TRUE(decodeBinaryArray(encodeBase64(zlib ? compress(raw64) : raw64),
+                                  {64, zlib, NumpressKind::None, false}, values, scratch, error))
+        << error;
     EXPECT_EQ(values, input);
   }
 }
@@ -102,11 +107,11 @@ TEST(DecodeBinaryArray, NetworkByteOrder) {
   DecodeScratch scratch;
   std::vector<double> values;
   std::string error;
-  ASSERT_TRUE(decodeBinaryArray(encodeBase64(rawBytes<double>(input, true)), {64, false, NumpressKind::None, true},
-                                values, scratch, error));
+  ASSERT_TRUE(decodeBinaryArray(encodeBase64(rawBytes<double>(input, true)),
+                                {64, false, NumpressKind::None, true}, values, scratch, error));
   EXPECT_EQ(values, input);
-  ASSERT_TRUE(decodeBinaryArray(encodeBase64(rawBytes<float>(input, true)), {32, false, NumpressKind::None, true},
-                                values, scratch, error));
+  ASSERT_TRUE(decodeBinaryArray(encodeBase64(rawBytes<float>(input, true)),
+                                {32, false, NumpressKind::None, true}, values, scratch, error));
   EXPECT_EQ(values[0], static_cast<double>(445.12f));
 }
 
@@ -114,7 +119,8 @@ TEST(DecodeBinaryArray, PartialValueIsAnError) {
   DecodeScratch scratch;
   std::vector<double> values;
   std::string error;
-  EXPECT_FALSE(decodeBinaryArray(encodeBase64("abcdef"), {32, false, NumpressKind::None, false}, values, scratch, error));
+  EXPECT_FALSE(decodeBinaryArray(encodeBase64("abcdef"), {32, false, NumpressKind::None, false},
+                                 values, scratch, error));
   EXPECT_EQ(error, "binary array of 6 bytes is not a whole number of 32-bit values");
 }
 
@@ -122,13 +128,13 @@ TEST(DecodeBinaryArray, CorruptOrCutZlibIsAnError) {
   DecodeScratch scratch;
   std::vector<double> values;
   std::string error;
-  EXPECT_FALSE(decodeBinaryArray(encodeBase64("not zlib at all!"), {64, true, NumpressKind::None, false}, values,
-                                 scratch, error));
+  EXPECT_FALSE(decodeBinaryArray(encodeBase64("not zlib at all!"),
+                                 {64, true, NumpressKind::None, false}, values, scratch, error));
   EXPECT_EQ(error, "corrupt zlib data");
   std::string packed = compress(rawBytes<double>({1.0, 2.0, 3.0}, false));
   error.clear();
-  EXPECT_FALSE(decodeBinaryArray(encodeBase64(packed.substr(0, packed.size() - 3)), {64, true, NumpressKind::None, false},
-                                 values, scratch, error));
+  EXPECT_FALSE(decodeBinaryArray(encodeBase64(packed.substr(0, packed.size() - 3)),
+                                 {64, true, NumpressKind::None, false}, values, scratch, error));
   EXPECT_EQ(error, "corrupt zlib data");
 }
 
@@ -145,23 +151,30 @@ TEST(DecodeBinaryArray, NumpressLinearPicAndSlof) {
     const std::vector<double>* input;
   };
   for (bool zlib : {false, true}) {
-    for (Case c : {Case{NumpressKind::Linear, &mz}, Case{NumpressKind::Pic, &intensity}, Case{NumpressKind::Slof, &intensity}}) {
+    for (Case c : {Case{NumpressKind::Linear, &mz}, Case{NumpressKind::Pic, &intensity},
+                   Case{NumpressKind::Slof, &intensity}}) {
       std::vector<unsigned char> encoded(c.input->size() * 5 + 8);
       std::size_t size = 0;
-      if (c.kind == NumpressKind::Linear) size = encodeLinear(c.input->data(), c.input->size(), encoded.data(), 1e5);
-      if (c.kind == NumpressKind::Pic) size = encodePic(c.input->data(), c.input->size(), encoded.data());
+      if (c.kind == NumpressKind::Linear)
+        size = encodeLinear(c.input->data(), c.input->size(), encoded.data(), 1e5);
+      if (c.kind == NumpressKind::Pic)
+        size = encodePic(c.input->data(), c.input->size(), encoded.data());
       if (c.kind == NumpressKind::Slof)
-        size = encodeSlof(c.input->data(), c.input->size(), encoded.data(), optimalSlofFixedPoint(c.input->data(), c.input->size()));
+        size = encodeSlof(c.input->data(), c.input->size(), encoded.data(),
+                          optimalSlofFixedPoint(c.input->data(), c.input->size()));
       std::string bytes(reinterpret_cast<const char*>(encoded.data()), size);
       std::vector<double> expected(c.input->size() * 2 + 8);
-      expected.resize(c.kind == NumpressKind::Linear ? decodeLinear(encoded.data(), size, expected.data())
-                      : c.kind == NumpressKind::Pic  ? decodePic(encoded.data(), size, expected.data())
-                                                     : decodeSlof(encoded.data(), size, expected.data()));
-      ASSERT_TRUE(decodeBinaryArray(encodeBase64(zlib ? compress(bytes) : bytes), {64, zlib, c.kind, false}, values,
-                                    scratch, error)) << error;
+      expected.resize(
+          c.kind == NumpressKind::Linear ? decodeLinear(encoded.data(), size, expected.data())
+          : c.kind == NumpressKind::Pic  ? decodePic(encoded.data(), size, expected.data())
+                                         : decodeSlof(encoded.data(), size, expected.data()));
+      ASSERT_TRUE(decodeBinaryArray(encodeBase64(zlib ? compress(bytes) : bytes),
+                                    {64, zlib, c.kind, false}, values, scratch, error))
+          << error;
       EXPECT_EQ(values, expected);
       ASSERT_EQ(values.size(), c.input->size());
-      for (std::size_t i = 0; i < values.size(); ++i) EXPECT_NEAR(values[i], (*c.input)[i], (*c.input)[i] * 1e-3);
+      for (std::size_t i = 0; i < values.size(); ++i)
+        EXPECT_NEAR(values[i], (*c.input)[i], (*c.input)[i] * 1e-3);
     }
   }
 }
@@ -170,7 +183,8 @@ TEST(DecodeBinaryArray, CorruptNumpressIsAnError) {
   DecodeScratch scratch;
   std::vector<double> values;
   std::string error;
-  EXPECT_FALSE(decodeBinaryArray(encodeBase64("abc"), {64, false, NumpressKind::Linear, false}, values, scratch, error));
+  EXPECT_FALSE(decodeBinaryArray(encodeBase64("abc"), {64, false, NumpressKind::Linear, false},
+                                 values, scratch, error));
   EXPECT_EQ(error.rfind("corrupt MS-Numpress data", 0), 0U) << error;
 }
 

@@ -14,9 +14,9 @@
 namespace corvid {
 namespace {
 
-using testing::TempFolder;
 using testing::exists;
 using testing::readBytes;
+using testing::TempFolder;
 
 std::string bsa1Path() {
   const char* fromEnvironment = std::getenv("CORVID_BSA1");
@@ -29,8 +29,12 @@ std::string decode64(std::string_view text) {
   std::uint32_t group = 0;
   int bits = 0;
   for (char c : text) {
-    int v = c >= 'A' && c <= 'Z' ? c - 'A' : c >= 'a' && c <= 'z' ? c - 'a' + 26 : c >= '0' && c <= '9' ? c - '0' + 52
-          : c == '+' ? 62 : c == '/' ? 63 : -1;
+    int v = c >= 'A' && c <= 'Z'   ? c - 'A'
+            : c >= 'a' && c <= 'z' ? c - 'a' + 26
+            : c >= '0' && c <= '9' ? c - '0' + 52
+            : c == '+'             ? 62
+            : c == '/'             ? 63
+                                   : -1;
     if (v < 0) continue;
     group = (group << 6) | static_cast<std::uint32_t>(v);
     bits += 6;
@@ -87,11 +91,13 @@ std::vector<Expected> expectedSpectra(const std::string& xml) {
     std::vector<double> mz, intensity;
     std::size_t arrayAt = 0;
     while ((arrayAt = block.find("<binaryDataArray ", arrayAt)) != std::string_view::npos) {
-      std::string_view array = block.substr(arrayAt, block.find("</binaryDataArray>", arrayAt) - arrayAt);
+      std::string_view array =
+          block.substr(arrayAt, block.find("</binaryDataArray>", arrayAt) - arrayAt);
       EXPECT_NE(array.find("no compression"), std::string_view::npos);
       std::size_t open = array.find("<binary>") + 8;
       std::vector<double> values =
-          floatsOf(decode64(array.substr(open, array.find("</binary>") - open)), array.find("64-bit float") != std::string_view::npos);
+          floatsOf(decode64(array.substr(open, array.find("</binary>") - open)),
+                   array.find("64-bit float") != std::string_view::npos);
       (array.find("m/z array") != std::string_view::npos ? mz : intensity) = values;
       arrayAt += array.size();
     }
@@ -113,7 +119,8 @@ struct Written {
 };
 
 // Splits MS text into scan blocks by scan number: header lines (S, I, Z) and peak lines.
-std::map<std::uint32_t, Written> writtenBlocks(const std::string& text, std::vector<std::uint32_t>& order) {
+std::map<std::uint32_t, Written> writtenBlocks(const std::string& text,
+                                               std::vector<std::uint32_t>& order) {
   std::map<std::uint32_t, Written> blocks;
   Written* current = nullptr;
   std::size_t at = 0;
@@ -121,11 +128,13 @@ std::map<std::uint32_t, Written> writtenBlocks(const std::string& text, std::vec
     std::size_t end = text.find("\r\n", at) + 2;
     std::string_view line(text.data() + at, end - at);
     if (line[0] == 'S') {
-      std::uint32_t scan = static_cast<std::uint32_t>(std::strtoul(text.c_str() + at + 2, nullptr, 10));
+      std::uint32_t scan =
+          static_cast<std::uint32_t>(std::strtoul(text.c_str() + at + 2, nullptr, 10));
       order.push_back(scan);
       current = &blocks[scan];
     }
-    if (current != nullptr) (line[0] >= '0' && line[0] <= '9' ? current->peakText : current->header) += line;
+    if (current != nullptr)
+      (line[0] >= '0' && line[0] <= '9' ? current->peakText : current->header) += line;
     at = end;
   }
   return blocks;
@@ -147,7 +156,8 @@ TEST(ExtractBSA1, EverySpectrumWrittenExactlyInAcquisitionOrder) {
     std::size_t end = summary.find("\r\n", at);
     std::string line = summary.substr(at, end - at);
     std::size_t c1 = line.find(','), c2 = line.find(',', c1 + 1), c3 = line.find(',', c2 + 1);
-    scanOfId[line.substr(c2 + 1, c3 - c2 - 1)] = static_cast<std::uint32_t>(std::stoul(line.substr(0, c1)));
+    scanOfId[line.substr(c2 + 1, c3 - c2 - 1)] =
+        static_cast<std::uint32_t>(std::stoul(line.substr(0, c1)));
     at = end + 2;
   }
   ASSERT_EQ(scanOfId.size(), spectra.size());

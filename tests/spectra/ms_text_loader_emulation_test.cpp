@@ -15,10 +15,10 @@
 namespace corvid {
 namespace {
 
-using testing::TempFolder;
 using testing::exists;
 using testing::fixturePath;
 using testing::readBytes;
+using testing::TempFolder;
 
 // The loaders' decimal scanner, up to a carriage return, blank or TAB.
 double decimalScan(const char*& p) {
@@ -82,7 +82,9 @@ std::vector<LoadedScan> loadLikeCorvid(const std::string& text, bool ms2) {
         q = line + 10;
         s.retentionTime = decimalScan(q);
       } else if (!ms2 && line[2] == 'I' && line[3] == 'n') {
-        s.instrument = line[17] == 'F' || line[17] == 'Q' ? "FTMS" : line[17] == 'I' ? "ITMS" : "Unknown";
+        s.instrument = line[17] == 'F' || line[17] == 'Q' ? "FTMS"
+                       : line[17] == 'I'                  ? "ITMS"
+                                                          : "Unknown";
       } else if (ms2 && line[2] == 'I' && line[5] == 'I') {
         s.ionInjectionTime = injectionScan(line + 19);
       } else if (ms2 && line[2] == 'I' && line[12] == 'T') {
@@ -93,7 +95,10 @@ std::vector<LoadedScan> loadLikeCorvid(const std::string& text, bool ms2) {
         s.activationCenter = decimalScan(q);
       } else if (ms2 && line[2] == 'A' && line[12] == 'T') {
         s.activationType = std::string(line + 17, 3);
-        s.activationCode = s.activationType == "CID" ? 1 : s.activationType == "ETD" ? 2 : s.activationType == "HCD" ? 3 : -1;
+        s.activationCode = s.activationType == "CID"   ? 1
+                           : s.activationType == "ETD" ? 2
+                           : s.activationType == "HCD" ? 3
+                                                       : -1;
       } else if (ms2 && line[2] == 'P' && line[11] == 'S') {
         q = line + 16;
         s.precursorScan = integerScan(q);
@@ -105,7 +110,8 @@ std::vector<LoadedScan> loadLikeCorvid(const std::string& text, bool ms2) {
       if (s.charge == 0) s.charge = 2;
       ++q;
       s.mh = decimalScan(q);
-      if (s.mh > -1e-5 && s.mh < 1e-5) s.mh = s.charge * s.activationCenter - (s.charge - 1) * 1.007276;
+      if (s.mh > -1e-5 && s.mh < 1e-5)
+        s.mh = s.charge * s.activationCenter - (s.charge - 1) * 1.007276;
     } else if (line[0] >= '0' && line[0] <= '9' && !scans.empty()) {
       const char* q = line;
       double mz = decimalScan(q);

@@ -90,8 +90,9 @@ TEST(AppendMS2Header, UnknownChargeWritesZeroMassForTheLoaderFallback) {
 TEST(AppendMS2Header, AnalyzerTexts) {
   ExtractedScan scan = ms2Scan();
   std::string text;
-  for (auto [kind, name] : {std::pair{AnalyzerKind::FourierTransform, "FTMS"}, std::pair{AnalyzerKind::TimeOfFlight, "QTOF"},
-                            std::pair{AnalyzerKind::IonTrap, "ITMS"}}) {
+  for (auto [kind, name] :
+       {std::pair{AnalyzerKind::FourierTransform, "FTMS"},
+        std::pair{AnalyzerKind::TimeOfFlight, "QTOF"}, std::pair{AnalyzerKind::IonTrap, "ITMS"}}) {
     scan.analyzer = kind;
     text.clear();
     appendMS2Header(text, scan);

@@ -10,8 +10,8 @@
 namespace corvid {
 namespace {
 
-using testing::TempFolder;
 using testing::readBytes;
+using testing::TempFolder;
 using testing::writeBytes;
 
 std::string base64Of(const std::vector<unsigned char>& bytes) {
@@ -159,9 +159,10 @@ TEST(ReadMzMLFile, ActivationPreferences) {
     std::string terms = c.terms;
     for (std::size_t at = 0; at < terms.size(); at += 11)
       params += "<cvParam accession=\"" + terms.substr(at, 10) + "\"/>";
-    std::string text = "<mzML><run><spectrumList><spectrum id=\"scan=1\" defaultArrayLength=\"0\">"
-                       "<cvParam accession=\"MS:1000511\" value=\"2\"/><precursorList><precursor><activation>" +
-                       params + "</activation></precursor></precursorList></spectrum></spectrumList></run></mzML>";
+    std::string text =
+        "<mzML><run><spectrumList><spectrum id=\"scan=1\" defaultArrayLength=\"0\">"
+        "<cvParam accession=\"MS:1000511\" value=\"2\"/><precursorList><precursor><activation>" +
+        params + "</activation></precursor></precursorList></spectrum></spectrumList></run></mzML>";
     TempFolder temp;
     writeBytes(temp.file("a.mzML"), text);
     std::string error;

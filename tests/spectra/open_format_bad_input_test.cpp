@@ -11,11 +11,11 @@
 namespace corvid {
 namespace {
 
-using testing::TempFolder;
 using testing::exists;
 using testing::fixturePath;
 using testing::logSince;
 using testing::readBytes;
+using testing::TempFolder;
 using testing::writeBytes;
 
 // Extraction of `bytes`, saved as `name`, must fail with an error naming the file and `problem`,
@@ -30,7 +30,8 @@ void expectFailure(const std::string& name, const std::string& bytes, const std:
   std::string log = logSince(mark);
   EXPECT_NE(log.find("Cannot extract " + input + ": "), std::string::npos) << log;
   EXPECT_NE(log.find(problem), std::string::npos) << log;
-  for (const char* suffix : {".quarry", ".ms1", ".ms2", "_scans.csv", ".ms1.part", ".ms2.part", ".scans.part", ".ids.part"})
+  for (const char* suffix : {".quarry", ".ms1", ".ms2", "_scans.csv", ".ms1.part", ".ms2.part",
+                             ".scans.part", ".ids.part"})
     EXPECT_FALSE(exists(temp.file(stem + suffix))) << suffix;
 }
 
@@ -53,7 +54,9 @@ TEST(ExtractOpenFormatBadInput, MissingFileIsReported) {
   EXPECT_FALSE(exists(temp.file("absent.quarry")));
 }
 
-TEST(ExtractOpenFormatBadInput, EmptyFileIsReported) { expectFailure("empty.mzML", "", "the file is empty"); }
+TEST(ExtractOpenFormatBadInput, EmptyFileIsReported) {
+  expectFailure("empty.mzML", "", "the file is empty");
+}
 
 TEST(ExtractOpenFormatBadInput, TruncatedMzMLIsReported) {
   std::string text = smallMzML();
@@ -82,11 +85,13 @@ TEST(ExtractOpenFormatBadInput, InvalidBase64IsReported) {
 TEST(ExtractOpenFormatBadInput, WrongDeclaredArrayLengthIsReported) {
   std::string text = replaced(smallMzML(), "defaultArrayLength=\"3\"", "defaultArrayLength=\"4\"");
   expectFailure("length.mzML", text,
-                "spectrum \"controllerType=0 controllerNumber=1 scan=1\" declares 4 values but its array holds 3");
+                "spectrum \"controllerType=0 controllerNumber=1 scan=1\" declares 4 values but its "
+                "array holds 3");
 }
 
 TEST(ExtractOpenFormatBadInput, HugeDeclaredArrayLengthIsReported) {
-  std::string text = replaced(smallMzML(), "defaultArrayLength=\"3\"", "defaultArrayLength=\"99999999999999\"");
+  std::string text =
+      replaced(smallMzML(), "defaultArrayLength=\"3\"", "defaultArrayLength=\"99999999999999\"");
   expectFailure("huge.mzML", text, "declares 99999999999999 values but its array holds 3");
 }
 
@@ -96,7 +101,8 @@ TEST(ExtractOpenFormatBadInput, NonMzMLXmlIsReported) {
 }
 
 TEST(ExtractOpenFormatBadInput, MzMLGivenAsMzXMLIsReported) {
-  expectFailure("swapped.mzXML", smallMzML(), "not an mzXML file (its root element is <indexedmzML>)");
+  expectFailure("swapped.mzXML", smallMzML(),
+                "not an mzXML file (its root element is <indexedmzML>)");
 }
 
 TEST(ExtractOpenFormatBadInput, RandomBytesAreReported) {
@@ -142,16 +148,20 @@ TEST(ExtractOpenFormatBadInput, NonFinitePeakValueIsReported) {
 }
 
 TEST(ExtractOpenFormatBadInput, WrongMzXMLPeakCountIsReported) {
-  std::string text = replaced(readBytes(fixturePath("nested.mzXML")), "peaksCount=\"2\"", "peaksCount=\"3\"");
-  expectFailure("count.mzXML", text, "scan \"scan=21\" declares 3 peaks but its peak list holds 4 values");
+  std::string text =
+      replaced(readBytes(fixturePath("nested.mzXML")), "peaksCount=\"2\"", "peaksCount=\"3\"");
+  expectFailure("count.mzXML", text,
+                "scan \"scan=21\" declares 3 peaks but its peak list holds 4 values");
 }
 
 TEST(ExtractOpenFormatBadInput, StaleMarkerAndOutputsAreRemovedOnFailure) {
   TempFolder temp;
-  for (const char* suffix : {".quarry", ".ms1", ".ms2", "_scans.csv"}) writeBytes(temp.file(std::string("old") + suffix), "stale");
+  for (const char* suffix : {".quarry", ".ms1", ".ms2", "_scans.csv"})
+    writeBytes(temp.file(std::string("old") + suffix), "stale");
   writeBytes(temp.file("old.mzML"), "<mzML><run><spectrumList>");
   EXPECT_FALSE(extractOpenFormat(temp.file("old.mzML"), temp.folder(), "old"));
-  for (const char* suffix : {".quarry", ".ms1", ".ms2", "_scans.csv"}) EXPECT_FALSE(exists(temp.file(std::string("old") + suffix))) << suffix;
+  for (const char* suffix : {".quarry", ".ms1", ".ms2", "_scans.csv"})
+    EXPECT_FALSE(exists(temp.file(std::string("old") + suffix))) << suffix;
   EXPECT_FALSE(openFormatAlreadyExtracted(temp.folder(), "old"));
 }
 

@@ -7,11 +7,11 @@
 namespace corvid {
 namespace {
 
-using testing::TempFolder;
 using testing::exists;
 using testing::fixturePath;
 using testing::logSince;
 using testing::readBytes;
+using testing::TempFolder;
 
 // Extracts a fixture into a fresh folder and compares the three text outputs byte for byte.
 void expectExtractsLikeExpected(const std::string& fixture, const std::string& stem) {
@@ -27,18 +27,23 @@ void expectExtractsLikeExpected(const std::string& fixture, const std::string& s
     EXPECT_FALSE(exists(temp.file(stem + work))) << work;
   // Nothing else is left in the folder.
   std::size_t files = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(temp.path)) files += entry.is_regular_file() ? 1 : 0;
+  for (const auto& entry : std::filesystem::directory_iterator(temp.path))
+    files += entry.is_regular_file() ? 1 : 0;
   EXPECT_EQ(files, 4U);
 }
 
 // Both array widths, zlib and plain arrays, minutes converted to seconds, an MS2 scan without an
 // isolation window and without a precursor reference, PQD and ETD activations, an MS3 scan
 // skipped, an MS1 scan without peaks.
-TEST(ExtractOpenFormat, MzMLFixtureGivesExpectedText) { expectExtractsLikeExpected("small.mzML", "small"); }
+TEST(ExtractOpenFormat, MzMLFixtureGivesExpectedText) {
+  expectExtractsLikeExpected("small.mzML", "small");
+}
 
 // mzXML with an MS2 scan nested in its MS1 scan, network byte order, both widths, zlib, an
 // activation taken from the filter line, a retention time in minutes.
-TEST(ExtractOpenFormat, MzXMLFixtureGivesExpectedText) { expectExtractsLikeExpected("nested.mzXML", "nested"); }
+TEST(ExtractOpenFormat, MzXMLFixtureGivesExpectedText) {
+  expectExtractsLikeExpected("nested.mzXML", "nested");
+}
 
 // MS1 spectra listed before MS2 spectra, each level numbered on its own: renumbered by
 // retention time, the precursor reference honoured over the last MS1 scan.
@@ -64,8 +69,10 @@ TEST(ExtractOpenFormat, AlertsNameSkippedLevelsAndUnknownActivations) {
   std::size_t mark = runLogLines().size();
   ASSERT_TRUE(extractOpenFormat(fixturePath("small.mzML"), temp.folder(), "small"));
   std::string log = logSince(mark);
-  EXPECT_NE(log.find("small.mzML: 1 spectra with an MS level other than 1 or 2 were skipped"), std::string::npos);
-  EXPECT_NE(log.find("small.mzML: 1 MS2 scans have an activation other than CID, ETD or HCD; Corvid skips them"),
+  EXPECT_NE(log.find("small.mzML: 1 spectra with an MS level other than 1 or 2 were skipped"),
+            std::string::npos);
+  EXPECT_NE(log.find("small.mzML: 1 MS2 scans have an activation other than CID, ETD or HCD; "
+                     "Corvid skips them"),
             std::string::npos);
   EXPECT_EQ(log.find("numbered from 1"), std::string::npos);
 }
@@ -75,8 +82,9 @@ TEST(ExtractOpenFormat, RenumberingIsAnnouncedOnce) {
   std::size_t mark = runLogLines().size();
   ASSERT_TRUE(extractOpenFormat(fixturePath("unordered.mzML"), temp.folder(), "unordered"));
   std::string log = logSince(mark);
-  std::string alert = "unordered.mzML: scan numbers do not rise with retention time; 4 spectra were ordered by "
-                      "retention time and numbered from 1 (native ids in unordered_scans.csv)";
+  std::string alert =
+      "unordered.mzML: scan numbers do not rise with retention time; 4 spectra were ordered by "
+      "retention time and numbered from 1 (native ids in unordered_scans.csv)";
   std::size_t first = log.find(alert);
   ASSERT_NE(first, std::string::npos) << log;
   EXPECT_EQ(log.find(alert, first + 1), std::string::npos);
@@ -103,15 +111,18 @@ TEST(OpenFormatAlreadyExtracted, NeedsMarkerAndSummary) {
 }
 
 TEST(IsOpenFormatPath, KnowsTheSixSpellings) {
-  for (const char* path : {"a.mzML", "a.mzml", "a.MZML", "a.mzXML", "a.mzxml", "a.MZXML", "/d/run.mzML.gz"})
+  for (const char* path :
+       {"a.mzML", "a.mzml", "a.MZML", "a.mzXML", "a.mzxml", "a.MZXML", "/d/run.mzML.gz"})
     EXPECT_TRUE(isOpenFormatPath(path)) << path;
-  for (const char* path : {"a.raw", "a.MzMl", "mzML", "a.mgf", ""}) EXPECT_FALSE(isOpenFormatPath(path)) << path;
+  for (const char* path : {"a.raw", "a.MzMl", "mzML", "a.mgf", ""})
+    EXPECT_FALSE(isOpenFormatPath(path)) << path;
 }
 
 TEST(IsOpenFormatName, NeedsTheSpellingAtTheEnd) {
   for (const char* name : {"a.mzML", "a.mzml", "a.MZML", "a.mzXML", "a.mzxml", "a.MZXML"})
     EXPECT_TRUE(isOpenFormatName(name)) << name;
-  for (const char* name : {"a.mzML.gz", "a.mzML.tmp", "a.MzXml", "a.ms1"}) EXPECT_FALSE(isOpenFormatName(name)) << name;
+  for (const char* name : {"a.mzML.gz", "a.mzML.tmp", "a.MzXml", "a.ms1"})
+    EXPECT_FALSE(isOpenFormatName(name)) << name;
 }
 
 }  // namespace

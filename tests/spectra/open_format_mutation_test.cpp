@@ -8,10 +8,10 @@
 namespace corvid {
 namespace {
 
-using testing::TempFolder;
 using testing::exists;
 using testing::fixturePath;
 using testing::readBytes;
+using testing::TempFolder;
 using testing::writeBytes;
 
 void runMutations(const std::string& fixture, const std::string& name) {
@@ -43,9 +43,13 @@ void runMutations(const std::string& fixture, const std::string& name) {
   EXPECT_GT(failures, 0);  // the damage does reach the parser
 }
 
-TEST(ExtractOpenFormatDamagedInput, MzMLNeverCrashes) { runMutations("small.mzML", "damaged.mzML"); }
+TEST(ExtractOpenFormatDamagedInput, MzMLNeverCrashes) {
+  runMutations("small.mzML", "damaged.mzML");
+}
 
-TEST(ExtractOpenFormatDamagedInput, MzXMLNeverCrashes) { runMutations("nested.mzXML", "damaged.mzXML"); }
+TEST(ExtractOpenFormatDamagedInput, MzXMLNeverCrashes) {
+  runMutations("nested.mzXML", "damaged.mzXML");
+}
 
 TEST(ExtractOpenFormatDamagedInput, TruncatedMzXMLIsReported) {
   std::string text = readBytes(fixturePath("nested.mzXML"));
@@ -59,14 +63,17 @@ TEST(ExtractOpenFormatDamagedInput, TruncatedMzXMLIsReported) {
 
 TEST(ExtractOpenFormat, UnknownAnalyzerIsWrittenAsITMSWithAnAlert) {
   TempFolder temp;
-  writeBytes(temp.file("plain.mzML"),
-             "<mzML><run><spectrumList><spectrum id=\"scan=4\" defaultArrayLength=\"0\">"
-             "<cvParam accession=\"MS:1000511\" value=\"1\"/></spectrum></spectrumList></run></mzML>");
+  writeBytes(
+      temp.file("plain.mzML"),
+      "<mzML><run><spectrumList><spectrum id=\"scan=4\" defaultArrayLength=\"0\">"
+      "<cvParam accession=\"MS:1000511\" value=\"1\"/></spectrum></spectrumList></run></mzML>");
   std::size_t mark = runLogLines().size();
   ASSERT_TRUE(extractOpenFormat(temp.file("plain.mzML"), temp.folder(), "plain"));
-  EXPECT_NE(testing::logSince(mark).find("plain.mzML: 1 spectra name no known mass analyzer; they were written as ITMS"),
+  EXPECT_NE(testing::logSince(mark).find(
+                "plain.mzML: 1 spectra name no known mass analyzer; they were written as ITMS"),
             std::string::npos);
-  EXPECT_EQ(readBytes(temp.file("plain.ms1")), "S\t000004\t000004\r\nI\tRetTime\t0.000000\r\nI\tInstrumentType\tITMS\r\n");
+  EXPECT_EQ(readBytes(temp.file("plain.ms1")),
+            "S\t000004\t000004\r\nI\tRetTime\t0.000000\r\nI\tInstrumentType\tITMS\r\n");
   EXPECT_EQ(readBytes(temp.file("plain.ms2")), "");
 }
 

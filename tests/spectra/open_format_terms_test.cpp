@@ -15,7 +15,8 @@ TEST(ParseDurationSeconds, SecondsMinutesHoursAndBareNumbers) {
   EXPECT_DOUBLE_EQ(seconds, 3723.5);
   ASSERT_TRUE(parseDurationSeconds("12.25", seconds));
   EXPECT_DOUBLE_EQ(seconds, 12.25);
-  for (const char* bad : {"PT", "PTS", "PT5X", "-PT5S", "PTabcS", ""}) EXPECT_FALSE(parseDurationSeconds(bad, seconds)) << bad;
+  for (const char* bad : {"PT", "PTS", "PT5X", "-PT5S", "PTabcS", ""})
+    EXPECT_FALSE(parseDurationSeconds(bad, seconds)) << bad;
 }
 
 TEST(AnalyzerTerms, AccessionsNamesAndFilters) {
@@ -28,8 +29,10 @@ TEST(AnalyzerTerms, AccessionsNamesAndFilters) {
   EXPECT_EQ(analyzerFromName("orbitrap"), AnalyzerKind::FourierTransform);
   EXPECT_EQ(analyzerFromName("TOF"), AnalyzerKind::TimeOfFlight);
   EXPECT_EQ(analyzerFromName("ITMS"), AnalyzerKind::IonTrap);
-  EXPECT_EQ(analyzerFromFilter("FTMS + p NSI Full ms [300.00-2000.00]"), AnalyzerKind::FourierTransform);
-  EXPECT_EQ(analyzerFromFilter("ITMS + c NSI d w Full ms2 457.72@cid35.00 [115.00-930.00]"), AnalyzerKind::IonTrap);
+  EXPECT_EQ(analyzerFromFilter("FTMS + p NSI Full ms [300.00-2000.00]"),
+            AnalyzerKind::FourierTransform);
+  EXPECT_EQ(analyzerFromFilter("ITMS + c NSI d w Full ms2 457.72@cid35.00 [115.00-930.00]"),
+            AnalyzerKind::IonTrap);
   EXPECT_EQ(analyzerFromFilter(""), AnalyzerKind::Unknown);
   EXPECT_STREQ(analyzerText(AnalyzerKind::Unknown), "ITMS");
 }

@@ -20,8 +20,9 @@ struct TempFolder {
   TempFolder() {
     static std::atomic<int> counter{0};
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    std::string name = std::string("corvid_mzml_") + (info != nullptr ? info->name() : "test") + "_" +
-                       std::to_string(std::random_device{}()) + "_" + std::to_string(counter++);
+    std::string name = std::string("corvid_mzml_") + (info != nullptr ? info->name() : "test") +
+                       "_" + std::to_string(std::random_device{}()) + "_" +
+                       std::to_string(counter++);
     path = std::filesystem::temp_directory_path() / name;
     std::filesystem::create_directories(path);
   }

@@ -28,7 +28,8 @@ TEST(NativeScanNumber, ScanKeyThenLastNumberThenIndex) {
 
 TEST(AssignScanNumbers, NativeNumbersKeptWhenTheyRiseWithRetentionTime) {
   std::vector<ScanKey> scans = {scanOf("scan=5", 1, 1.0), scanOf("scan=6", 2, 1.5, "scan=5"),
-                                      scanOf("scan=8", 2, 1.5), scanOf("scan=9", 1, 2.0), scanOf("scan=10", 2, 2.5)};
+                                scanOf("scan=8", 2, 1.5), scanOf("scan=9", 1, 2.0),
+                                scanOf("scan=10", 2, 2.5)};
   std::vector<std::uint32_t> order;
   EXPECT_FALSE(assignScanNumbers(scans, order));
   EXPECT_EQ(order, (std::vector<std::uint32_t>{0, 1, 2, 3, 4}));
@@ -41,7 +42,7 @@ TEST(AssignScanNumbers, NativeNumbersKeptWhenTheyRiseWithRetentionTime) {
 
 TEST(AssignScanNumbers, LevelsNumberedApartAreRenumberedByRetentionTime) {
   std::vector<ScanKey> scans = {scanOf("spectrum=1", 1, 1.0), scanOf("spectrum=2", 1, 3.0),
-                                      scanOf("spectrum=1", 2, 2.0), scanOf("spectrum=2", 2, 4.0)};
+                                scanOf("spectrum=1", 2, 2.0), scanOf("spectrum=2", 2, 4.0)};
   scans[2].idHash = nativeIdHash("ms2 spectrum=1");
   scans[3].idHash = nativeIdHash("ms2 spectrum=2");
   std::vector<std::uint32_t> order;
@@ -64,7 +65,8 @@ TEST(AssignScanNumbers, RisingNumbersOutOfRetentionOrderAreRenumbered) {
 }
 
 TEST(AssignScanNumbers, EqualRetentionTimesKeepFileOrder) {
-  std::vector<ScanKey> scans = {scanOf("scan=3", 1, 2.0), scanOf("scan=1", 2, 2.0), scanOf("scan=2", 2, 2.0)};
+  std::vector<ScanKey> scans = {scanOf("scan=3", 1, 2.0), scanOf("scan=1", 2, 2.0),
+                                scanOf("scan=2", 2, 2.0)};
   std::vector<std::uint32_t> order;
   EXPECT_TRUE(assignScanNumbers(scans, order));  // numbers fall
   EXPECT_EQ(order, (std::vector<std::uint32_t>{0, 1, 2}));
