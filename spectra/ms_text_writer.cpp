@@ -1,0 +1,102 @@
+#include "spectra/ms_text_writer.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+
+#include "spectra/open_format_terms.h"
+#include "spectra/precursor_record.h"
+
+namespace corvid {
+
+namespace {
+
+// Room for the longest fixed-notation double: 309 integer digits, the point and the decimals.
+constexpr int kNumberRoom = 400;
+
+void appendScanNumber(std::string& out, std::uint32_t scan) {
+  char text[16];
+  int length = std::snprintf(text, sizeof text, "%06u", scan);
+  out.append(text, static_cast<std::size_t>(length));
+}
+
+void appendItem(std::string& out, const char* key, double value, int decimals) {
+  out += "I\t";
+  out += key;
+  out += '\t';
+  appendFixed(out, value, decimals);
+  out += "\r\n";
+}
+
+}  // namespace
+
+void appendFixed(std::string& out, double value, int decimals) {
+  char text[kNumberRoom];
+  if (!std::isfinite(value)) value = 0.0;
+  if (value == 0.0) value = 0.0;  // no "-0.000000"
+  auto result = std::to_chars(text, text + kNumberRoom, value, std::chars_format::fixed, decimals);
+  out.append(text, result.ptr);
+}
+
+void appendMS1Header(std::string& out, const ExtractedScan& scan) {
+  out += "S\t";
+  appendScanNumber(out, scan.scan);
+  out += '\t';
+  appendScanNumber(out, scan.scan);
+  out += "\r\n";
+  appendItem(out, "RetTime", scan.retentionTime, kTimeDecimals);
+  out += "I\tInstrumentType\t";
+  out += analyzerText(scan.analyzer);
+  out += "\r\n";
+}
+
+void appendMS2Header(std::string& out, const ExtractedScan& scan) {
+  out += "S\t";
+  appendScanNumber(out, scan.scan);
+  out += '\t';
+  appendScanNumber(out, scan.scan);
+  out += '\t';
+  appendFixed(out, scan.precursorMz, kMzDecimals);
+  out += "\r\n";
+  appendItem(out, "RetTime", scan.retentionTime, kTimeDecimals);
+  appendItem(out, "IonInjectionTime", scan.ionInjectionTime, kTimeDecimals);
+  out += "I\tActivationType\t";
+  out += scan.activation[0] != '\0' ? scan.activation.data() : "UNK";
+  out += "\r\nI\tInstrumentType\t";
+  out += analyzerText(scan.analyzer);
+  out += "\r\nI\tPrecursorScan\t";
+  out += std::to_string(scan.precursorScan);
+  out += "\r\n";
+  // ActivationCenter precedes Z: with charge 0 the loader computes [M+H]+ from it.
+  appendItem(out, "ActivationCenter", scan.isolationTarget, kMzDecimals);
+  out += "Z\t";
+  out += std::to_string(scan.charge);
+  out += '\t';
+  appendFixed(out, scan.charge > 0 ? mhFromMz(scan.precursorMz, scan.charge) : 0.0, kMzDecimals);
+  out += "\r\n";
+}
+
+bool appendPeakLines(std::string& out, const std::vector<double>& mz,
+                     const std::vector<double>& intensity, std::size_t& negativeCount) {
+  char text[2 * kNumberRoom + 4];
+  char* const end = text + sizeof text;
+  for (std::size_t i = 0; i < mz.size(); ++i) {
+    double m = mz[i];
+    double v = intensity[i];
+    if (!std::isfinite(m) || !std::isfinite(v) || m < 0.0) return false;
+    if (v < 0.0) {
+      v = 0.0;
+      ++negativeCount;
+    }
+    if (v == 0.0) v = 0.0;
+    char* p = std::to_chars(text, end, m, std::chars_format::fixed, kMzDecimals).ptr;
+    *p++ = ' ';
+    p = std::to_chars(p, end, v, std::chars_format::fixed, kIntensityDecimals).ptr;
+    *p++ = '\r';
+    *p++ = '\n';
+    out.append(text, p);
+  }
+  return true;
+}
+
+}  // namespace corvid

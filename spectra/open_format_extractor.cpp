@@ -1,0 +1,386 @@
+#include "spectra/open_format_extractor.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+#include <vector>
+
+#include "platform/paths.h"
+#include "spectra/extracted_scan.h"
+#include "spectra/ms_text_writer.h"
+#include "spectra/mzml_parser.h"
+#include "spectra/mzxml_parser.h"
+#include "spectra/open_format_terms.h"
+#include "spectra/scan_numbering.h"
+#include "spectra/scan_summary.h"
+#include "startup/run_log.h"
+
+namespace corvid {
+
+namespace {
+
+constexpr std::array<std::string_view, 3> kMzMLSpellings = {".mzML", ".mzml", ".MZML"};
+constexpr std::array<std::string_view, 3> kMzXMLSpellings = {".mzXML", ".mzxml", ".MZXML"};
+
+// Output is handed to the system in blocks of this size: few, large writes.
+constexpr std::size_t kOutputBlock = 1 << 20;
+
+// A file written through one reused buffer that knows its own length, so that the position of
+// every block is known when it is written.
+struct BlockFile {
+  std::FILE* file = nullptr;
+  std::string buffer;
+  std::uint64_t flushed = 0;
+  bool failed = false;
+};
+
+bool openBlockFile(const std::string& path, BlockFile& out) {
+  out.file = std::fopen(path.c_str(), "wb");
+  out.buffer.clear();
+  out.flushed = 0;
+  out.failed = out.file == nullptr;
+  return out.file != nullptr;
+}
+
+void flushBlockFile(BlockFile& out) {
+  if (out.file == nullptr || out.buffer.empty()) return;
+  if (std::fwrite(out.buffer.data(), 1, out.buffer.size(), out.file) != out.buffer.size())
+    out.failed = true;
+  out.flushed += out.buffer.size();
+  out.buffer.clear();
+}
+
+std::uint64_t blockFilePosition(const BlockFile& out) { return out.flushed + out.buffer.size(); }
+
+bool closeBlockFile(BlockFile& out) {
+  if (out.file == nullptr) return !out.failed;
+  flushBlockFile(out);
+  if (std::fclose(out.file) != 0) out.failed = true;
+  out.file = nullptr;
+  return !out.failed;
+}
+
+bool seekTo(std::FILE* file, std::uint64_t offset) {
+#ifdef _WIN32
+  return _fseeki64(file, static_cast<long long>(offset), SEEK_SET) == 0;
+#else
+  return fseeko(file, static_cast<off_t>(offset), SEEK_SET) == 0;
+#endif
+}
+
+struct OutputPaths {
+  std::string ms1, ms2, summary, marker, ms1Work, ms2Work, recordWork, idWork;
+};
+
+OutputPaths outputPathsOf(const std::string& folder, const std::string& stem) {
+  std::string base = folder + stem;
+  return {base + ".ms1",      base + ".ms2",      base + "_scans.csv",  base + ".quarry",
+          base + ".ms1.part", base + ".ms2.part", base + ".scans.part", base + ".ids.part"};
+}
+
+void removeFile(const std::string& path) {
+  std::error_code ignored;
+  std::filesystem::remove(path, ignored);
+}
+
+void removeWorkFiles(const OutputPaths& paths) {
+  for (const std::string* path : {&paths.ms1Work, &paths.ms2Work, &paths.recordWork, &paths.idWork})
+    removeFile(*path);
+}
+
+void removeOutputs(const OutputPaths& paths) {
+  for (const std::string* path : {&paths.ms1, &paths.ms2, &paths.summary, &paths.marker})
+    removeFile(*path);
+  removeWorkFiles(paths);
+}
+
+bool containsAny(std::string_view text, const std::array<std::string_view, 3>& spellings) {
+  for (std::string_view spelling : spellings)
+    if (text.find(spelling) != std::string_view::npos) return true;
+  return false;
+}
+
+bool endsWithAny(std::string_view text, const std::array<std::string_view, 3>& spellings) {
+  for (std::string_view spelling : spellings)
+    if (text.ends_with(spelling)) return true;
+  return false;
+}
+
+// Everything one extraction keeps while the spectra stream past. Per spectrum only its ScanKey
+// stays in memory; the full record, the native id and the text go to working files.
+struct Extraction {
+  std::string inputPath;
+  OutputPaths paths;
+  BlockFile ms1, ms2, records, ids;
+  std::vector<ScanKey> keys;
+  bool nativeOrder = true;   // native numbers still usable
+  std::int32_t lastMS1 = 0;  // scan written for the last MS1 spectrum so far
+  std::size_t ms1Count = 0;
+  std::size_t higherLevels = 0;
+  std::size_t unknownActivations = 0;
+  std::size_t unknownAnalyzers = 0;
+  std::size_t negativeIntensities = 0;
+};
+
+ExtractedScan describe(const OpenSpectrum& spectrum, Extraction& x) {
+  ExtractedScan e;
+  e.nativeScan = nativeScanNumber(spectrum.nativeId, spectrum.index);
+  e.msLevel = spectrum.msLevel;
+  e.retentionTime = spectrum.retentionTime;
+  e.ionInjectionTime = spectrum.ionInjectionTime;
+  e.analyzer = spectrum.analyzer;
+  e.charge = spectrum.charge;
+  e.precursorMz = spectrum.hasSelectedMz ? spectrum.selectedMz : spectrum.isolationTarget;
+  e.isolationTarget = spectrum.hasIsolationTarget ? spectrum.isolationTarget : spectrum.selectedMz;
+  std::string_view activation = spectrum.activation;
+  if (activation.empty()) activation = "UNK";
+  for (std::size_t i = 0; i < 3 && i < activation.size(); ++i) e.activation[i] = activation[i];
+  e.idHash = nativeIdHash(spectrum.nativeId);
+  e.precursorRefHash = spectrum.precursorRef.empty() ? 0 : nativeIdHash(spectrum.precursorRef);
+  e.idOffset = blockFilePosition(x.ids);
+  e.idLength = static_cast<std::uint32_t>(spectrum.nativeId.size());
+  x.ids.buffer += spectrum.nativeId;
+  e.peakCount = static_cast<std::uint32_t>(spectrum.mz.size());
+  return e;
+}
+
+bool isKnownActivation(const ExtractedScan& scan) {
+  std::string_view name(scan.activation.data());
+  return name == "CID" || name == "ETD" || name == "HCD";
+}
+
+void appendRecord(BlockFile& out, const ExtractedScan& record) {
+  out.buffer.append(reinterpret_cast<const char*>(&record), sizeof record);
+}
+
+// Writes one spectrum with the numbers that hold while the file keeps its native order: native
+// scan, and the last MS1 scan as precursor. When the order breaks or a spectrum names another
+// precursor, the headers are rewritten at the end and only the peak lines are reused.
+bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& error) {
+  if (spectrum.msLevel < 1 || spectrum.msLevel > 2) {
+    ++x.higherLevels;
+    return true;
+  }
+  ExtractedScan e = describe(spectrum, x);
+  ScanKey key{e.retentionTime, e.nativeScan, e.idHash, e.precursorRefHash, 0, 0, 0, e.msLevel};
+  if (x.nativeOrder)
+    x.nativeOrder = x.keys.empty() ? nativeNumberUsable(key) : keepsNativeOrder(x.keys.back(), key);
+  e.scan = x.nativeOrder ? static_cast<std::uint32_t>(e.nativeScan)
+                         : static_cast<std::uint32_t>(x.keys.size() + 1);
+  if (e.msLevel == 2) {
+    e.precursorScan = x.lastMS1;
+    if (!isKnownActivation(e)) ++x.unknownActivations;
+  } else {
+    x.lastMS1 = static_cast<std::int32_t>(e.scan);
+    ++x.ms1Count;
+  }
+  if (e.analyzer == AnalyzerKind::Unknown) ++x.unknownAnalyzers;
+  key.streamedPrecursorScan = e.precursorScan;
+  BlockFile& out = e.msLevel == 1 ? x.ms1 : x.ms2;
+  if (e.msLevel == 1)
+    appendMS1Header(out.buffer, e);
+  else
+    appendMS2Header(out.buffer, e);
+  e.peakOffset = blockFilePosition(out);
+  if (!appendPeakLines(out.buffer, spectrum.mz, spectrum.intensity, x.negativeIntensities)) {
+    error = "spectrum \"" + spectrum.nativeId +
+            "\" holds a peak value that is not a finite, non-negative number";
+    return false;
+  }
+  e.peakBytes = blockFilePosition(out) - e.peakOffset;
+  appendRecord(x.records, e);
+  x.keys.push_back(key);
+  for (BlockFile* file : {&out, &x.records, &x.ids})
+    if (file->buffer.size() >= kOutputBlock) flushBlockFile(*file);
+  return true;
+}
+
+// Reads `length` bytes at `offset` of a working file into out (appended).
+bool readAt(std::FILE* file, std::uint64_t offset, std::uint64_t length, std::string& out) {
+  if (length == 0) return true;
+  std::size_t start = out.size();
+  out.resize(start + length);
+  return seekTo(file, offset) && std::fread(out.data() + start, 1, length, file) == length;
+}
+
+bool readRecord(std::FILE* records, std::uint32_t index, ExtractedScan& record,
+                std::string& scratch) {
+  scratch.clear();
+  if (!readAt(records, static_cast<std::uint64_t>(index) * sizeof record, sizeof record, scratch))
+    return false;
+  std::memcpy(&record, scratch.data(), sizeof record);
+  return true;
+}
+
+// Writes the summary and, when the headers changed, the final .ms1/.ms2 in the given order with
+// fresh headers and the peak lines copied from the working files.
+bool writeOutputs(Extraction& x, const std::vector<std::uint32_t>& order, bool rewrite,
+                  std::string& error) {
+  std::FILE* records = std::fopen(x.paths.recordWork.c_str(), "rb");
+  std::FILE* ids = std::fopen(x.paths.idWork.c_str(), "rb");
+  std::FILE* work1 = rewrite ? std::fopen(x.paths.ms1Work.c_str(), "rb") : nullptr;
+  std::FILE* work2 = rewrite ? std::fopen(x.paths.ms2Work.c_str(), "rb") : nullptr;
+  BlockFile out1, out2, summary;
+  bool ok = records != nullptr && ids != nullptr && openBlockFile(x.paths.summary, summary);
+  if (ok && rewrite)
+    ok = work1 != nullptr && work2 != nullptr && openBlockFile(x.paths.ms1, out1) &&
+         openBlockFile(x.paths.ms2, out2);
+  summary.buffer += kScanSummaryHeader;
+  summary.buffer += "\r\n";
+  ExtractedScan scan;
+  std::string scratch, id;
+  for (std::size_t i = 0; ok && i < order.size(); ++i) {
+    const ScanKey& key = x.keys[order[i]];
+    ok = readRecord(records, order[i], scan, scratch);
+    scan.scan = key.scan;
+    scan.precursorScan = key.precursorScan;
+    id.clear();
+    ok = ok && readAt(ids, scan.idOffset, scan.idLength, id);
+    appendScanSummaryLine(summary.buffer, scan, id);
+    if (summary.buffer.size() >= kOutputBlock) flushBlockFile(summary);
+    if (!rewrite) continue;
+    BlockFile& out = scan.msLevel == 1 ? out1 : out2;
+    if (scan.msLevel == 1)
+      appendMS1Header(out.buffer, scan);
+    else
+      appendMS2Header(out.buffer, scan);
+    ok = ok &&
+         readAt(scan.msLevel == 1 ? work1 : work2, scan.peakOffset, scan.peakBytes, out.buffer);
+    if (out.buffer.size() >= kOutputBlock) flushBlockFile(out);
+  }
+  for (BlockFile* file : {&out1, &out2, &summary}) ok = closeBlockFile(*file) && ok;
+  for (std::FILE* file : {records, ids, work1, work2})
+    if (file != nullptr) std::fclose(file);
+  if (!ok)
+    error = "the MS1/MS2 text files or the summary cannot be written in " + folderOf(x.paths.ms1);
+  return ok;
+}
+
+bool renameWorkFiles(const Extraction& x, std::string& error) {
+  std::error_code code;
+  std::filesystem::rename(x.paths.ms1Work, x.paths.ms1, code);
+  if (!code) std::filesystem::rename(x.paths.ms2Work, x.paths.ms2, code);
+  if (code) error = "the MS1/MS2 text files cannot be renamed (" + code.message() + ")";
+  return !code;
+}
+
+bool finishExtraction(Extraction& x, std::string& error) {
+  bool closed = true;
+  for (BlockFile* file : {&x.ms1, &x.ms2, &x.records, &x.ids})
+    closed = closeBlockFile(*file) && closed;
+  if (!closed) {
+    error = "the MS1/MS2 text files cannot be written in " + folderOf(x.paths.ms1);
+    return false;
+  }
+  std::vector<std::uint32_t> order;
+  bool renumbered = assignScanNumbers(x.keys, order);
+  bool rewrite =
+      renumbered || std::any_of(x.keys.begin(), x.keys.end(), [](const ScanKey& key) {
+        return key.precursorScan != key.streamedPrecursorScan;  // another precursor named
+      });
+  if (!writeOutputs(x, order, rewrite, error)) return false;
+  if (!rewrite && !renameWorkFiles(x, error)) return false;
+  removeWorkFiles(x.paths);
+  if (renumbered)
+    logMessage("Alert",
+               fileNameOf(x.inputPath) + ": scan numbers do not rise with retention time; " +
+                   std::to_string(x.keys.size()) +
+                   " spectra were ordered by retention time and numbered from 1 (native ids in " +
+                   fileNameOf(x.paths.summary) + ")");
+  return true;
+}
+
+void reportAlerts(const Extraction& x) {
+  std::string name = fileNameOf(x.inputPath);
+  if (x.higherLevels > 0)
+    logMessage("Alert", name + ": " + std::to_string(x.higherLevels) +
+                            " spectra with an MS level other than 1 or 2 were skipped");
+  if (x.unknownActivations > 0)
+    logMessage("Alert",
+               name + ": " + std::to_string(x.unknownActivations) +
+                   " MS2 scans have an activation other than CID, ETD or HCD; Corvid skips them");
+  if (x.unknownAnalyzers > 0)
+    logMessage("Alert", name + ": " + std::to_string(x.unknownAnalyzers) +
+                            " spectra name no known mass analyzer; they were written as ITMS");
+  if (x.negativeIntensities > 0)
+    logMessage("Alert", name + ": " + std::to_string(x.negativeIntensities) +
+                            " negative peak intensities were written as 0");
+}
+
+bool fail(const std::string& inputPath, const OutputPaths& paths, const std::string& problem) {
+  removeOutputs(paths);
+  logMessage("Error", "Cannot extract " + inputPath + ": " + problem);
+  return false;
+}
+
+bool openWorkFiles(Extraction& x) {
+  bool ok = true;
+  ok = openBlockFile(x.paths.ms1Work, x.ms1) && ok;
+  ok = openBlockFile(x.paths.ms2Work, x.ms2) && ok;
+  ok = openBlockFile(x.paths.recordWork, x.records) && ok;
+  ok = openBlockFile(x.paths.idWork, x.ids) && ok;
+  return ok;
+}
+
+void closeWorkFiles(Extraction& x) {
+  for (BlockFile* file : {&x.ms1, &x.ms2, &x.records, &x.ids}) closeBlockFile(*file);
+}
+
+}  // namespace
+
+bool isOpenFormatPath(std::string_view path) {
+  return containsAny(path, kMzMLSpellings) || containsAny(path, kMzXMLSpellings);
+}
+
+bool isOpenFormatName(std::string_view name) {
+  return endsWithAny(name, kMzMLSpellings) || endsWithAny(name, kMzXMLSpellings);
+}
+
+bool openFormatAlreadyExtracted(const std::string& folder, const std::string& stem) {
+  OutputPaths paths = outputPathsOf(folder, stem);
+  return canOpenForReading(paths.marker) && canOpenForReading(paths.summary);
+}
+
+bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
+                       const std::string& stem) {
+  Extraction x;
+  x.inputPath = inputPath;
+  x.paths = outputPathsOf(folder, stem);
+  removeFile(x.paths.marker);  // a stale marker must not survive a failed extraction
+  std::error_code code;
+  if (!std::filesystem::is_regular_file(inputPath, code) || !canOpenForReading(inputPath))
+    return fail(inputPath, x.paths, "the file does not exist or cannot be opened");
+  if (std::filesystem::file_size(inputPath, code) == 0 || code)
+    return fail(inputPath, x.paths, "the file is empty");
+  logMessage("State", "Extracting spectra from " + inputPath);
+  if (!openWorkFiles(x)) {
+    closeWorkFiles(x);
+    return fail(inputPath, x.paths, "the MS1/MS2 text files cannot be created in " + folder);
+  }
+  SpectrumSink sink = [&x](const OpenSpectrum& spectrum, std::string& reason) {
+    return writeSpectrum(spectrum, x, reason);
+  };
+  std::string problem;
+  bool mzXML = containsAny(fileNameOf(inputPath), kMzXMLSpellings);
+  bool read =
+      mzXML ? readMzXMLFile(inputPath, sink, problem) : readMzMLFile(inputPath, sink, problem);
+  if (!read) {
+    closeWorkFiles(x);
+    return fail(inputPath, x.paths, problem);
+  }
+  if (!finishExtraction(x, problem)) return fail(inputPath, x.paths, problem);
+  reportAlerts(x);
+  std::FILE* marker = std::fopen(x.paths.marker.c_str(), "wb");
+  bool marked = marker != nullptr && std::fputs("Extraction complete\r\n", marker) >= 0;
+  if (marker != nullptr) marked = std::fclose(marker) == 0 && marked;
+  if (!marked) return fail(inputPath, x.paths, "the completion marker cannot be written");
+  logMessage("Infor", "Extracted " + std::to_string(x.ms1Count) + " MS1 and " +
+                          std::to_string(x.keys.size() - x.ms1Count) + " MS2 spectra from " +
+                          fileNameOf(inputPath));
+  return true;
+}
+
+}  // namespace corvid

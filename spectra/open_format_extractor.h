@@ -1,0 +1,24 @@
+#pragma once
+// Corvid's own extractor for open formats: converts an mzML or mzXML file into the .ms1/.ms2 text
+// pair that the RAW pipeline processes, an extraction summary and the completion marker.
+#include <string>
+#include <string_view>
+
+namespace corvid {
+
+// True when the path contains ".mzML", ".mzml", ".MZML", ".mzXML", ".mzxml" or ".MZXML".
+bool isOpenFormatPath(std::string_view path);
+// True when the name ends with one of those six spellings (folder listings).
+bool isOpenFormatName(std::string_view name);
+
+// Extracts the file into folder + stem + ".ms1", ".ms2", "_scans.csv" and, last, ".quarry"
+// (folder ends with a separator; stem is the file name less its extension). On failure logs an
+// "Error" line naming the file and the problem, removes partial outputs and returns false; a
+// completion marker then does not exist.
+bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
+                       const std::string& stem);
+
+// True when the completion marker and the summary of an earlier extraction both exist.
+bool openFormatAlreadyExtracted(const std::string& folder, const std::string& stem);
+
+}  // namespace corvid

@@ -1,0 +1,36 @@
+#pragma once
+// One spectrum as read from an open-format (mzML or mzXML) file, before it is written as MS1/MS2
+// text. The readers refill one record per spectrum, so its vectors keep their capacity.
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace corvid {
+
+// Mass analyzer family, as Corvid's MS1/MS2 text names it ("FTMS", "ITMS", "QTOF").
+enum class AnalyzerKind { Unknown, FourierTransform, IonTrap, TimeOfFlight };
+
+struct OpenSpectrum {
+  std::string nativeId;    // mzML spectrum id; mzXML "scan=" + num
+  std::int64_t index = 0;  // position among the file's spectra, from 0
+  int msLevel = 1;
+  double retentionTime = 0.0;     // seconds
+  double ionInjectionTime = 0.0;  // milliseconds, 0 when not given
+  AnalyzerKind analyzer = AnalyzerKind::Unknown;
+  std::string filterText;    // vendor filter line, empty when absent
+  std::string activation;    // "CID", "ETD", "HCD", another short name, or empty
+  std::string precursorRef;  // native id of the precursor spectrum, empty when absent
+  bool hasIsolationTarget = false;
+  double isolationTarget = 0.0;  // m/z
+  bool hasSelectedMz = false;
+  double selectedMz = 0.0;  // m/z
+  int charge = 0;           // 0 when unknown
+  std::vector<double> mz;   // same length as intensity
+  std::vector<double> intensity;
+};
+
+// Receives each spectrum in file order; returns false (with a reason) to stop reading.
+using SpectrumSink = std::function<bool(const OpenSpectrum& spectrum, std::string& error)>;
+
+}  // namespace corvid

@@ -1,0 +1,129 @@
+#include "spectra/open_format_extractor.h"
+
+#include <gtest/gtest.h>
+
+#include "open_format_test_support.h"
+
+namespace corvid {
+namespace {
+
+using testing::exists;
+using testing::fixturePath;
+using testing::logSince;
+using testing::readBytes;
+using testing::TempFolder;
+
+// Extracts a fixture into a fresh folder and compares the three text outputs byte for byte.
+void expectExtractsLikeExpected(const std::string& fixture, const std::string& stem) {
+  TempFolder temp;
+  ASSERT_TRUE(extractOpenFormat(fixturePath(fixture), temp.folder(), stem));
+  for (const char* suffix : {".ms1", ".ms2", "_scans.csv"}) {
+    std::string expected = readBytes(fixturePath("expected/" + stem + suffix));
+    ASSERT_FALSE(expected.empty()) << stem << suffix;
+    EXPECT_EQ(readBytes(temp.file(stem + suffix)), expected) << stem << suffix;
+  }
+  EXPECT_TRUE(exists(temp.file(stem + ".quarry")));
+  for (const char* work : {".ms1.part", ".ms2.part", ".scans.part", ".ids.part"})
+    EXPECT_FALSE(exists(temp.file(stem + work))) << work;
+  // Nothing else is left in the folder.
+  std::size_t files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(temp.path))
+    files += entry.is_regular_file() ? 1 : 0;
+  EXPECT_EQ(files, 4U);
+}
+
+// Both array widths, zlib and plain arrays, minutes converted to seconds, an MS2 scan without an
+// isolation window and without a precursor reference, PQD and ETD activations, an MS3 scan
+// skipped, an MS1 scan without peaks.
+TEST(ExtractOpenFormat, MzMLFixtureGivesExpectedText) {
+  expectExtractsLikeExpected("small.mzML", "small");
+}
+
+// mzXML with an MS2 scan nested in its MS1 scan, network byte order, both widths, zlib, an
+// activation taken from the filter line, a retention time in minutes.
+TEST(ExtractOpenFormat, MzXMLFixtureGivesExpectedText) {
+  expectExtractsLikeExpected("nested.mzXML", "nested");
+}
+
+// MS1 spectra listed before MS2 spectra, each level numbered on its own: renumbered by
+// retention time, the precursor reference honoured over the last MS1 scan.
+TEST(ExtractOpenFormat, UnorderedSpectraAreRenumberedByRetentionTime) {
+  expectExtractsLikeExpected("unordered.mzML", "unordered");
+}
+
+TEST(ExtractOpenFormat, EveryLineEndsWithCarriageReturnLineFeed) {
+  TempFolder temp;
+  ASSERT_TRUE(extractOpenFormat(fixturePath("small.mzML"), temp.folder(), "small"));
+  for (const char* suffix : {".ms1", ".ms2", "_scans.csv"}) {
+    std::string text = readBytes(temp.file(std::string("small") + suffix));
+    for (std::size_t i = 0; i < text.size(); ++i)
+      if (text[i] == '\n') {
+        ASSERT_TRUE(i > 0 && text[i - 1] == '\r') << suffix << " byte " << i;
+      }
+    EXPECT_TRUE(text.ends_with("\r\n"));
+  }
+}
+
+TEST(ExtractOpenFormat, AlertsNameSkippedLevelsAndUnknownActivations) {
+  TempFolder temp;
+  std::size_t mark = runLogLines().size();
+  ASSERT_TRUE(extractOpenFormat(fixturePath("small.mzML"), temp.folder(), "small"));
+  std::string log = logSince(mark);
+  EXPECT_NE(log.find("small.mzML: 1 spectra with an MS level other than 1 or 2 were skipped"),
+            std::string::npos);
+  EXPECT_NE(log.find("small.mzML: 1 MS2 scans have an activation other than CID, ETD or HCD; "
+                     "Corvid skips them"),
+            std::string::npos);
+  EXPECT_EQ(log.find("numbered from 1"), std::string::npos);
+}
+
+TEST(ExtractOpenFormat, RenumberingIsAnnouncedOnce) {
+  TempFolder temp;
+  std::size_t mark = runLogLines().size();
+  ASSERT_TRUE(extractOpenFormat(fixturePath("unordered.mzML"), temp.folder(), "unordered"));
+  std::string log = logSince(mark);
+  std::string alert =
+      "unordered.mzML: scan numbers do not rise with retention time; 4 spectra were ordered by "
+      "retention time and numbered from 1 (native ids in unordered_scans.csv)";
+  std::size_t first = log.find(alert);
+  ASSERT_NE(first, std::string::npos) << log;
+  EXPECT_EQ(log.find(alert, first + 1), std::string::npos);
+}
+
+TEST(ExtractOpenFormat, SecondRunGivesIdenticalFiles) {
+  TempFolder temp;
+  ASSERT_TRUE(extractOpenFormat(fixturePath("small.mzML"), temp.folder(), "small"));
+  std::string ms2 = readBytes(temp.file("small.ms2"));
+  ASSERT_TRUE(extractOpenFormat(fixturePath("small.mzML"), temp.folder(), "small"));
+  EXPECT_EQ(readBytes(temp.file("small.ms2")), ms2);
+}
+
+TEST(OpenFormatAlreadyExtracted, NeedsMarkerAndSummary) {
+  TempFolder temp;
+  EXPECT_FALSE(openFormatAlreadyExtracted(temp.folder(), "small"));
+  ASSERT_TRUE(extractOpenFormat(fixturePath("small.mzML"), temp.folder(), "small"));
+  EXPECT_TRUE(openFormatAlreadyExtracted(temp.folder(), "small"));
+  std::filesystem::remove(temp.file("small_scans.csv"));
+  EXPECT_FALSE(openFormatAlreadyExtracted(temp.folder(), "small"));
+  testing::writeBytes(temp.file("small_scans.csv"), "x");
+  std::filesystem::remove(temp.file("small.quarry"));
+  EXPECT_FALSE(openFormatAlreadyExtracted(temp.folder(), "small"));
+}
+
+TEST(IsOpenFormatPath, KnowsTheSixSpellings) {
+  for (const char* path :
+       {"a.mzML", "a.mzml", "a.MZML", "a.mzXML", "a.mzxml", "a.MZXML", "/d/run.mzML.gz"})
+    EXPECT_TRUE(isOpenFormatPath(path)) << path;
+  for (const char* path : {"a.raw", "a.MzMl", "mzML", "a.mgf", ""})
+    EXPECT_FALSE(isOpenFormatPath(path)) << path;
+}
+
+TEST(IsOpenFormatName, NeedsTheSpellingAtTheEnd) {
+  for (const char* name : {"a.mzML", "a.mzml", "a.MZML", "a.mzXML", "a.mzxml", "a.MZXML"})
+    EXPECT_TRUE(isOpenFormatName(name)) << name;
+  for (const char* name : {"a.mzML.gz", "a.mzML.tmp", "a.MzXml", "a.ms1"})
+    EXPECT_FALSE(isOpenFormatName(name)) << name;
+}
+
+}  // namespace
+}  // namespace corvid

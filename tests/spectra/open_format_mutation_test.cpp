@@ -1,0 +1,81 @@
+// Damaged inputs: the fixtures with bytes overwritten at fixed pseudo-random places. Every
+// extraction must end (no crash, no hang), and a failed one must leave no completion marker.
+#include <gtest/gtest.h>
+
+#include "open_format_test_support.h"
+#include "spectra/open_format_extractor.h"
+
+namespace corvid {
+namespace {
+
+using testing::exists;
+using testing::fixturePath;
+using testing::readBytes;
+using testing::TempFolder;
+using testing::writeBytes;
+
+void runMutations(const std::string& fixture, const std::string& name) {
+  std::string original = readBytes(fixturePath(fixture));
+  ASSERT_FALSE(original.empty());
+  TempFolder temp;
+  std::string stem = name.substr(0, name.rfind('.'));
+  std::uint32_t state = 2024;
+  int failures = 0;
+  for (int round = 0; round < 300; ++round) {
+    std::string damaged = original;
+    int flips = 1 + round % 4;
+    for (int k = 0; k < flips; ++k) {
+      state = state * 1664525U + 1013904223U;  // fixed sequence: the same damage every run
+      std::size_t at = state % damaged.size();
+      state = state * 1664525U + 1013904223U;
+      damaged[at] = static_cast<char>(state >> 24);
+    }
+    writeBytes(temp.file(name), damaged);
+    bool ok = extractOpenFormat(temp.file(name), temp.folder(), stem);
+    if (!ok) {
+      ++failures;
+      ASSERT_FALSE(exists(temp.file(stem + ".quarry"))) << round;
+      ASSERT_FALSE(exists(temp.file(stem + ".ms2"))) << round;
+    } else {
+      ASSERT_TRUE(exists(temp.file(stem + ".quarry"))) << round;
+    }
+  }
+  EXPECT_GT(failures, 0);  // the damage does reach the parser
+}
+
+TEST(ExtractOpenFormatDamagedInput, MzMLNeverCrashes) {
+  runMutations("small.mzML", "damaged.mzML");
+}
+
+TEST(ExtractOpenFormatDamagedInput, MzXMLNeverCrashes) {
+  runMutations("nested.mzXML", "damaged.mzXML");
+}
+
+TEST(ExtractOpenFormatDamagedInput, TruncatedMzXMLIsReported) {
+  std::string text = readBytes(fixturePath("nested.mzXML"));
+  TempFolder temp;
+  writeBytes(temp.file("cut.mzXML"), text.substr(0, text.size() - 40));
+  std::size_t mark = runLogLines().size();
+  EXPECT_FALSE(extractOpenFormat(temp.file("cut.mzXML"), temp.folder(), "cut"));
+  EXPECT_NE(testing::logSince(mark).find("malformed or truncated XML"), std::string::npos);
+  EXPECT_FALSE(exists(temp.file("cut.quarry")));
+}
+
+TEST(ExtractOpenFormat, UnknownAnalyzerIsWrittenAsITMSWithAnAlert) {
+  TempFolder temp;
+  writeBytes(
+      temp.file("plain.mzML"),
+      "<mzML><run><spectrumList><spectrum id=\"scan=4\" defaultArrayLength=\"0\">"
+      "<cvParam accession=\"MS:1000511\" value=\"1\"/></spectrum></spectrumList></run></mzML>");
+  std::size_t mark = runLogLines().size();
+  ASSERT_TRUE(extractOpenFormat(temp.file("plain.mzML"), temp.folder(), "plain"));
+  EXPECT_NE(testing::logSince(mark).find(
+                "plain.mzML: 1 spectra name no known mass analyzer; they were written as ITMS"),
+            std::string::npos);
+  EXPECT_EQ(readBytes(temp.file("plain.ms1")),
+            "S\t000004\t000004\r\nI\tRetTime\t0.000000\r\nI\tInstrumentType\tITMS\r\n");
+  EXPECT_EQ(readBytes(temp.file("plain.ms2")), "");
+}
+
+}  // namespace
+}  // namespace corvid
