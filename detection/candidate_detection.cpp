@@ -190,7 +190,7 @@ void evaluatePair(DetectionContext& context, const ScanWindow& window, const std
   markReference(context, mz, charge);
   if (context.settings.coElute == 0 && !coversCenter(window, mz, charge)) return;
   if (window.trace) {
-    std::printf("MS2 %d Inspect Precursor: MZ %lf charge %d\n", window.scanNumber, mz, charge);
+    std::printf("MS2 %dInspect Precursor: MZ %lf charge %d\n", window.scanNumber, mz, charge);
   }
   if (surelyRejected(window, peaks, mz, charge)) return;
 
