@@ -54,13 +54,29 @@ void logExitNotice() {
                          build::kSupportEmail);
 }
 
-[[noreturn]] void endAfterFailure() {
-  closeRunLog();
-  std::fflush(stdout);
-  std::exit(kFailureStatus);
-}
-
 }  // namespace
+
+int runRouteGuarded(const std::function<void()>& route) {
+  const std::int64_t start = steadyMilliseconds();
+  try {
+    route();
+    const std::int64_t seconds = (steadyMilliseconds() - start) / 1000;
+    logMessage("Infor", " == == == Time elapsed: " + std::to_string(seconds) + " seconds. == == == = ");
+    return 0;
+  } catch (const RunFailure& failure) {
+    std::printf("\n");
+    logMessage("Error", failure.text);
+    logExitNotice();
+  } catch (const std::out_of_range&) {
+    std::printf("\n");
+    logMessage("Error", "ARRAY ACCESS OUT OF BOUNDS!\n");
+  } catch (const std::exception& error) {
+    std::printf("1\n");
+    const char* what = error.what();
+    logMessage("Exit", what != nullptr && what[0] != '\0' ? what : "Unknown exception");
+  }
+  return kFailureStatus;
+}
 
 int runEntry(int argc, char** argv) {
   installCrashRecord();
@@ -69,29 +85,10 @@ int runEntry(int argc, char** argv) {
   std::atexit(closeRunLog);
   printBanner();
   recordCommandLine(argc, argv);
-  const std::int64_t start = steadyMilliseconds();
-  try {
-    chooseRoute(argc, argv);
-    const std::int64_t seconds = (steadyMilliseconds() - start) / 1000;
-    logMessage("Infor", " == == == Time elapsed: " + std::to_string(seconds) + " seconds. == == == = ");
-  } catch (const RunFailure& failure) {
-    std::printf("\n");
-    logMessage("Error", failure.text);
-    logExitNotice();
-    endAfterFailure();
-  } catch (const std::out_of_range&) {
-    std::printf("\n");
-    logMessage("Error", "ARRAY ACCESS OUT OF BOUNDS!\n");
-    endAfterFailure();
-  } catch (const std::exception& error) {
-    std::printf("1\n");
-    const char* what = error.what();
-    logMessage("Exit", what != nullptr && what[0] != '\0' ? what : "Unknown exception");
-    endAfterFailure();
-  }
+  const int status = runRouteGuarded([&] { chooseRoute(argc, argv); });
   closeRunLog();
   std::fflush(stdout);
-  return 0;
+  return status;
 }
 
 }  // namespace corvid

@@ -184,3 +184,38 @@ TEST(EntryEndToEnd, InvalidLogFolderAtCloseIsReported) {
 
 }  // namespace
 }  // namespace corvid
+
+namespace corvid {
+namespace {
+
+using namespace corvid::testing;
+
+TEST(EntryEndToEnd, DatanumZeroProcessesDatapath) {
+  TempDir dir;
+  fs::create_directories(dir.path() / "data");
+  writeFile(dir.path() / "zero.para", "datanum = 0\ninput_format = ms1\ndatapath = " + dir.file("data") + "\n");
+  RunResult run = runCorvid(dir.path(), {"zero.para"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_NE(run.out.find("[Corvid] No MS1 files in datapath! Corvid exits! \n"), std::string::npos) << run.out;
+  EXPECT_TRUE(fs::exists(dir.path() / "data" / "CorvidPlusLog.txt"));
+}
+
+TEST(EntryEndToEnd, InvalidOutputFolderSkipsOnlyThatDataPath) {
+  TempDir dir;
+  fs::create_directories(dir.path() / "one");
+  fs::create_directories(dir.path() / "two");
+  fs::create_directories(dir.path() / "out");
+  // The first run fills outputpath; with an output folder given, it is kept for both runs.
+  writeFile(dir.path() / "skip.para", "datanum = 2\ninput_format = ms1\noutputpath = " + dir.file("missing") +
+                                          "\ndatapath1 = " + dir.file("one") + "\ndatapath2 = " + dir.file("two") + "\n");
+  RunResult run = runCorvid(dir.path(), {"skip.para"});
+  EXPECT_EQ(run.status, 0);
+  const std::string expected = "[Corvid] Invalid output path: " + dir.file("missing") + "/ \n";
+  const std::size_t first = run.out.find(expected);
+  ASSERT_NE(first, std::string::npos) << run.out;
+  EXPECT_NE(run.out.find(expected, first + 1), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find("Time elapsed"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace corvid
