@@ -193,3 +193,27 @@ TEST(PipelineEndToEnd, LargeMs2IsSplitProcessedAndJoined) {
 
 }  // namespace
 }  // namespace corvid
+
+namespace corvid {
+namespace {
+
+using namespace corvid::testing;
+
+TEST(PipelineEndToEnd, ProgramRunsWithAHugePageHeapExceptUnderSanitizers) {
+  TempDir root;
+  fs::create_directories(root.path() / "bin");
+  fs::copy_file(CORVID_EXE, root.path() / "bin" / "corvid");
+  const fs::path tool = root.path() / "bin" / "quarry_raw";
+  writeFile(tool, "#!/bin/sh\necho \"[$GLIBC_TUNABLES]\" > \"" + (root.path() / "env.txt").string() + "\"\n");
+  fs::permissions(tool, fs::perms::owner_all);
+  writeFile(root.path() / "a.raw", "vendor");
+  runProgram((root.path() / "bin" / "corvid").string(), root.path(), {(root.path() / "a.raw").string()});
+#if defined(__SANITIZE_ADDRESS__)
+  EXPECT_EQ(readFile(root.path() / "env.txt").find("hugetlb"), std::string::npos);
+#else
+  EXPECT_NE(readFile(root.path() / "env.txt").find("glibc.malloc.hugetlb=1"), std::string::npos);
+#endif
+}
+
+}  // namespace
+}  // namespace corvid
