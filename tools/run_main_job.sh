@@ -11,9 +11,9 @@ bash tools/install_dependencies.sh
 cmake -S . -B build -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build build -j "$(nproc)" --target corvid
 input="$(bash tools/fetch_bsa1.sh)"
-echo "Running: build/corvid -D $input -O $output/"
+echo "Running: build/corvid -D $input -O $output/ -L $output/"
 status=0
-./build/corvid -D "$input" -O "$output/" || status=$?
+./build/corvid -D "$input" -O "$output/" -L "$output/" || status=$?
 echo
 echo "Exit status: $status"
 echo "Outputs in $output:"
@@ -24,5 +24,6 @@ fi
 for mgf in "$output"/*.mgf; do
   [ -s "$mgf" ] && echo "MGF: $mgf ($(grep -c '^BEGIN IONS' "$mgf") spectra)"
 done
-grep -a "Exported " "$output/CorvidPlusLog.txt" | tail -n 1 || true
+echo "Log: $output/CorvidPlusLog.txt"
+grep -a "Exported " "$output/CorvidPlusLog.txt" | tail -n 1 | sed 's/^/Last run: /' || true
 exit "$status"
