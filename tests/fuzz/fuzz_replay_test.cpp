@@ -45,6 +45,11 @@ void replay(const std::string& corpus, const Target& target, int sweeps = 200) {
 }
 
 TEST(FuzzReplay, ParameterFile) { replay("parameter_file", fuzzParameterFile); }
+TEST(FuzzReplay, Ms1Text) { replay("ms1", fuzzMs1Text); }
+TEST(FuzzReplay, Ms2Text) { replay("ms2", fuzzMs2Text); }
+TEST(FuzzReplay, Mgf) { replay("mgf", fuzzMgf); }
+TEST(FuzzReplay, ReferenceList) { replay("reference_list", fuzzReferenceList); }
+TEST(FuzzReplay, OpenFormat) { replay("open_format", fuzzOpenFormat, 100); }
 
 }  // namespace
 }  // namespace corvid::fuzz

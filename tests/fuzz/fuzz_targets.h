@@ -9,5 +9,10 @@
 namespace corvid::fuzz {
 
 int fuzzParameterFile(const std::uint8_t* data, std::size_t size);
+int fuzzMs1Text(const std::uint8_t* data, std::size_t size);
+int fuzzMs2Text(const std::uint8_t* data, std::size_t size);
+int fuzzMgf(const std::uint8_t* data, std::size_t size);
+int fuzzReferenceList(const std::uint8_t* data, std::size_t size);
+int fuzzOpenFormat(const std::uint8_t* data, std::size_t size);
 
 }  // namespace corvid::fuzz
