@@ -194,6 +194,9 @@ void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
     }
     if (context.reference != nullptr) {
       logMessage("Infor", "Writing TrainingSet...");
+      if (isOn(parameters["output_trainingdata"])) {
+        logMessage("Error", "The labelled training tables (Positive.csv, Negative.csv) are not available in this build.");
+      }
       reportFoundCount(reference, " Precursors. ");
       if (isOn(parameters["export_unchecked_mono"])) {
         writeUncheckedList(reference, outputs.resultStem + "_BeforeMARS_unchecked.csv");

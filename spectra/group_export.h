@@ -3,6 +3,7 @@
 // spectra (as positions into MS2File::spectra) and the precursors that survived the threshold.
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -86,5 +87,22 @@ inline void noteSkipped(std::int64_t scan, std::int64_t rowScan, SkippedSpectra&
 // `effect` says what happened to the spectra (e.g. "not written").
 void reportSkippedSpectra(const std::string& path, const SkippedSpectra& skipped,
                           const char* effect);
+
+// The path a writer uses: the given one, or its fixed fallback name when none was given.
+inline std::string exportPathOr(const std::string& path, const char* fallbackPath) {
+  return path.empty() ? std::string(fallbackPath) : path;
+}
+
+// One block to export: the spectrum with either an accepted row of its scan (rowIndex = the row's
+// rank within the scan, 0 = best) or, when row is null, the precursor the instrument recorded.
+using ExportBlockVisitor = std::function<void(const MS2Spectrum& spectrum,
+                                              const PrecursorRecord* row, std::int32_t rowIndex)>;
+
+// Walks the group's spectra in file order with a forward-only cursor over group.accepted, calling
+// visit once per block and adding each block to group.writtenCount. Spectra met by
+// RowMatch::BehindCursor export nothing and are tallied in skipped. Prints the console progress
+// line "\r[Corvid] <Writing LABEL>: N%" as it goes.
+void walkGroupBlocks(GroupExport& group, const MS2File& ms2File, const char* progressLabel,
+                     const ExportBlockVisitor& visit, SkippedSpectra& skipped);
 
 }  // namespace corvid
