@@ -144,3 +144,31 @@ TEST(DriverEndToEnd, DeleteMsnRemovesTheInputPair) {
 
 }  // namespace
 }  // namespace corvid
+
+namespace corvid {
+namespace {
+
+using namespace corvid::testing;
+
+TEST(DriverEndToEnd, ReferenceListIsCheckedAndUnmatchedEntriesAreListed) {
+  TempDir dir;
+  fs::copy_file(kFixture / "run1.ms1", dir.path() / "run1.ms1");
+  fs::copy_file(kFixture / "run1.ms2", dir.path() / "run1.ms2");
+  // Scan 2 holds 500.25 2+ (found); scan 5 has nothing at 700.0 (never found).
+  writeFile(dir.path() / "reference.txt", "2\t500.25\t2\t1.5\n5\t700.0\t2\t2.5\n");
+  RunResult run = runCorvid(dir.path(), {"-D", dir.path().string(), "-F", "ms1", "-T",
+                                         (dir.path() / "reference.txt").string(), "-u", "1"});
+  ASSERT_EQ(run.status, 0) << run.out;
+  EXPECT_NE(run.out.find("[Corvid] Writing TrainingSet... \n"), std::string::npos);
+  EXPECT_NE(run.out.find("[Corvid] Check 1 Precursors.  \n"), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find("[Corvid] Check 1 Precursors. \n"), std::string::npos) << run.out;
+  EXPECT_NE(run.out.find("[Corvid] Check 0 Precursors. \n"), std::string::npos) << run.out;
+  // The list is rewritten after every activation type: it shows what the last type (HCD/FT,
+  // scans 3, 6, ...) did not match, which is both entries.
+  EXPECT_EQ(readFile(dir.path() / "run1_unchecked.csv"),
+            "2, 500.25000, 2, 1.500000e+00\r\n5, 700.00000, 2, 2.500000e+00\r\n");
+  EXPECT_TRUE(fs::exists(dir.path() / "run1_BeforeMARS_unchecked.csv"));
+}
+
+}  // namespace
+}  // namespace corvid
