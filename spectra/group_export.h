@@ -3,9 +3,11 @@
 // spectra (as positions into MS2File::spectra) and the precursors that survived the threshold.
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "spectra/output_file.h"
 #include "spectra/precursor_record.h"
 #include "spectra/spectrum_records.h"
 #include "startup/parameter_table.h"
@@ -86,5 +88,31 @@ inline void noteSkipped(std::int64_t scan, std::int64_t rowScan, SkippedSpectra&
 // `effect` says what happened to the spectra (e.g. "not written").
 void reportSkippedSpectra(const std::string& path, const SkippedSpectra& skipped,
                           const char* effect);
+
+// The path a writer uses: the given one, or its fixed fallback name when none was given.
+inline std::string exportPathOr(const std::string& path, const char* fallbackPath) {
+  return path.empty() ? std::string(fallbackPath) : path;
+}
+
+// One block to export: the spectrum with either an accepted row of its scan (rowIndex = the row's
+// rank within the scan, 0 = best) or, when row is null, the precursor the instrument recorded.
+using ExportBlockVisitor = std::function<void(const MS2Spectrum& spectrum,
+                                              const PrecursorRecord* row, std::int32_t rowIndex)>;
+
+// Walks the group's spectra in file order with a forward-only cursor over group.accepted, calling
+// visit once per block and adding each block to group.writtenCount. Spectra met by
+// RowMatch::BehindCursor export nothing and are tallied in skipped. Prints the console progress
+// line "\r[Corvid] <Writing LABEL>: N%" as it goes.
+void walkGroupBlocks(GroupExport& group, const MS2File& ms2File, const char* progressLabel,
+                     const ExportBlockVisitor& visit, SkippedSpectra& skipped);
+
+// The peak lines of an MGF or MS2 block: "m/z intensity" with 6 and 1 decimals, CR LF ends.
+void putPeakLines(const std::vector<Peak>& peaks, OutputFile& out);
+
+// Ends a writer's file: the "Alert" line for spectra not written, then the close. Returns false
+// after the "Error" line "Fail to write <format> file <path>" when the bytes did not all reach the
+// disk.
+bool finishGroupFile(const std::string& path, const SkippedSpectra& skipped, const char* format,
+                     OutputFile& out);
 
 }  // namespace corvid

@@ -1,14 +1,9 @@
 #include "spectra/mgf_writer.h"
 
-#include <cstdio>
-
 #include "spectra/output_file.h"
 #include "startup/run_log.h"
 
 namespace corvid {
-
-// The console progress line is refreshed every this many spectra (and at the last one).
-constexpr std::size_t kProgressStep = 41;
 
 namespace {
 
@@ -43,13 +38,7 @@ void putBlock(const std::string& rawName, const MGFBlock& block, const MS2Spectr
   putText(out, "\r\nPEPMASS=");
   putFixed(out, block.pepMass, 6);
   putLineEnd(out);
-  for (const Peak& peak : spectrum.peaks) {
-    putFixed(out, peak.mz, 6);
-    putText(out, " ");
-    putFixed(out, peak.intensity, 1);
-    putLineEnd(out);
-    flushIfLarge(out);
-  }
+  putPeakLines(spectrum.peaks, out);
   putText(out, "END IONS\r\n");
   flushIfLarge(out);
 }
@@ -58,7 +47,7 @@ void putBlock(const std::string& rawName, const MGFBlock& block, const MS2Spectr
 
 bool writeMGF(GroupExport& group, const MS2File& ms2File, const ParameterTable& parameters,
               const std::string& path) {
-  const std::string& target = path.empty() ? std::string(kMGFFallbackPath) : path;
+  const std::string target = exportPathOr(path, kMGFFallbackPath);
   group.writtenCount = 0;
   OutputFile out;
   if (!openOutputFile(target, out)) {
@@ -66,46 +55,26 @@ bool writeMGF(GroupExport& group, const MS2File& ms2File, const ParameterTable& 
     return false;
   }
   const bool writeBlocks = exportSwitchOn(parameters, "output_mgf");
-  const std::size_t count = group.spectrumPositions.size();
-  std::size_t cursor = 0;
   SkippedSpectra skipped;
-  for (std::size_t i = 0; i < count; ++i) {
-    if (i % kProgressStep == 0 || i + 1 == count) {
-      std::printf("\r[Corvid] <Writing MGF>: %.0lf%%", static_cast<double>(i) * 100.0 / count);
-    }
-    const MS2Spectrum& spectrum = ms2File.spectra.at(group.spectrumPositions[i]);
+  auto putOne = [&](const MS2Spectrum& spectrum, const PrecursorRecord* row,
+                    std::int32_t rowIndex) {
+    if (!writeBlocks) return;
     MGFBlock block;
     block.scan = spectrum.scanNumber;
     block.retentionTime = spectrum.retentionTime;
-    std::size_t rowCount = 0;
-    RowMatch match = matchRows(group.accepted, cursor, block.scan, rowCount);
-    if (match == RowMatch::BehindCursor) {
-      noteSkipped(block.scan, scanOfRow(group.accepted[cursor]), skipped);
-      continue;
-    }
-    if (match == RowMatch::Rows) {
+    if (row != nullptr) {
       block.indexed = true;
-      for (std::size_t k = 0; k < rowCount; ++k, ++cursor) {
-        const PrecursorRecord& row = group.accepted[cursor];
-        block.charge = chargeOfRow(row);
-        block.pepMass = row.mz;
-        block.precursorIndex = static_cast<std::int32_t>(k);
-        if (writeBlocks) putBlock(group.rawName, block, spectrum, out);
-        ++group.writtenCount;
-      }
-      continue;
+      block.charge = chargeOfRow(*row);
+      block.pepMass = row->mz;
+      block.precursorIndex = rowIndex;
+    } else {
+      block.charge = spectrum.charge;
+      block.pepMass = recordedMz(spectrum);
     }
-    block.charge = spectrum.charge;
-    block.pepMass = recordedMz(spectrum);
-    if (writeBlocks) putBlock(group.rawName, block, spectrum, out);
-    ++group.writtenCount;
-  }
-  reportSkippedSpectra(target, skipped, "not written");
-  if (!closeOutputFile(out)) {
-    logMessage("Error", "Fail to write MGF file " + target);
-    return false;
-  }
-  return true;
+    putBlock(group.rawName, block, spectrum, out);
+  };
+  walkGroupBlocks(group, ms2File, "MGF", putOne, skipped);
+  return finishGroupFile(target, skipped, "MGF", out);
 }
 
 }  // namespace corvid

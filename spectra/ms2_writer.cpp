@@ -4,12 +4,8 @@
 #include <ctime>
 
 #include "spectra/output_file.h"
-#include "startup/run_log.h"
 
 namespace corvid {
-
-// The console progress line is refreshed every this many spectra (and at the last one).
-constexpr std::size_t kProgressStep = 41;
 
 namespace {
 
@@ -66,13 +62,7 @@ void putScanBlock(const MS2Spectrum& spectrum, double mz, std::int32_t charge, d
   putText(out, "\t");
   putFixed(out, mh, 6);
   putLineEnd(out);
-  for (const Peak& peak : spectrum.peaks) {
-    putFixed(out, peak.mz, 6);
-    putText(out, " ");
-    putFixed(out, peak.intensity, 1);
-    putLineEnd(out);
-    flushIfLarge(out);
-  }
+  putPeakLines(spectrum.peaks, out);
   flushIfLarge(out);
 }
 
@@ -80,7 +70,7 @@ void putScanBlock(const MS2Spectrum& spectrum, double mz, std::int32_t charge, d
 
 bool writeMS2(GroupExport& group, const MS2File& ms2File, const ParameterTable& parameters,
               const std::string& path) {
-  const std::string& target = path.empty() ? std::string(kMS2FallbackPath) : path;
+  const std::string target = exportPathOr(path, kMS2FallbackPath);
   group.writtenCount = 0;
   OutputFile out;
   if (!openOutputFile(target, out)) {
@@ -90,41 +80,18 @@ bool writeMS2(GroupExport& group, const MS2File& ms2File, const ParameterTable& 
   }
   putHeader(out);
   const bool writeBlocks = exportSwitchOn(parameters, "output_ms2");
-  const std::size_t count = group.spectrumPositions.size();
-  std::size_t cursor = 0;
   SkippedSpectra skipped;
-  for (std::size_t i = 0; i < count; ++i) {
-    if (i % kProgressStep == 0 || i + 1 == count) {
-      std::printf("\r[Corvid] <Writing MS2>: %.0lf%%", static_cast<double>(i) * 100.0 / count);
-    }
-    const MS2Spectrum& spectrum = ms2File.spectra.at(group.spectrumPositions[i]);
-    const std::int64_t scan = spectrum.scanNumber;
-    std::size_t rowCount = 0;
-    RowMatch match = matchRows(group.accepted, cursor, scan, rowCount);
-    if (match == RowMatch::BehindCursor) {
-      noteSkipped(scan, scanOfRow(group.accepted[cursor]), skipped);
-      continue;
-    }
-    if (match == RowMatch::Rows) {
-      for (std::size_t k = 0; k < rowCount; ++k, ++cursor) {
-        const PrecursorRecord& row = group.accepted[cursor];
-        std::int32_t charge = chargeOfRow(row);
-        if (writeBlocks) putScanBlock(spectrum, row.mz, charge, mhFromMz(row.mz, charge), out);
-        ++group.writtenCount;
-      }
-      continue;
-    }
-    if (writeBlocks) {
+  auto putOne = [&](const MS2Spectrum& spectrum, const PrecursorRecord* row, std::int32_t) {
+    if (!writeBlocks) return;
+    if (row != nullptr) {
+      std::int32_t charge = chargeOfRow(*row);
+      putScanBlock(spectrum, row->mz, charge, mhFromMz(row->mz, charge), out);
+    } else {
       putScanBlock(spectrum, recordedMz(spectrum), spectrum.charge, spectrum.precursorMH, out);
     }
-    ++group.writtenCount;
-  }
-  reportSkippedSpectra(target, skipped, "not written");
-  if (!closeOutputFile(out)) {
-    logMessage("Error", "Fail to write MS2 file " + target);
-    return false;
-  }
-  return true;
+  };
+  walkGroupBlocks(group, ms2File, "MS2", putOne, skipped);
+  return finishGroupFile(target, skipped, "MS2", out);
 }
 
 }  // namespace corvid
