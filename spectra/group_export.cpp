@@ -48,4 +48,24 @@ void walkGroupBlocks(GroupExport& group, const MS2File& ms2File, const char* pro
   }
 }
 
+void putPeakLines(const std::vector<Peak>& peaks, OutputFile& out) {
+  for (const Peak& peak : peaks) {
+    putFixed(out, peak.mz, 6);
+    putText(out, " ");
+    putFixed(out, peak.intensity, 1);
+    putLineEnd(out);
+    flushIfLarge(out);
+  }
+}
+
+bool finishGroupFile(const std::string& path, const SkippedSpectra& skipped, const char* format,
+                     OutputFile& out) {
+  reportSkippedSpectra(path, skipped, "not written");
+  if (!closeOutputFile(out)) {
+    logMessage("Error", std::string("Fail to write ") + format + " file " + path);
+    return false;
+  }
+  return true;
+}
+
 }  // namespace corvid

@@ -1,7 +1,5 @@
 #include "spectra/mgf_writer.h"
 
-#include <cstdio>
-
 #include "spectra/output_file.h"
 #include "startup/run_log.h"
 
@@ -40,13 +38,7 @@ void putBlock(const std::string& rawName, const MGFBlock& block, const MS2Spectr
   putText(out, "\r\nPEPMASS=");
   putFixed(out, block.pepMass, 6);
   putLineEnd(out);
-  for (const Peak& peak : spectrum.peaks) {
-    putFixed(out, peak.mz, 6);
-    putText(out, " ");
-    putFixed(out, peak.intensity, 1);
-    putLineEnd(out);
-    flushIfLarge(out);
-  }
+  putPeakLines(spectrum.peaks, out);
   putText(out, "END IONS\r\n");
   flushIfLarge(out);
 }
@@ -82,12 +74,7 @@ bool writeMGF(GroupExport& group, const MS2File& ms2File, const ParameterTable& 
     putBlock(group.rawName, block, spectrum, out);
   };
   walkGroupBlocks(group, ms2File, "MGF", putOne, skipped);
-  reportSkippedSpectra(target, skipped, "not written");
-  if (!closeOutputFile(out)) {
-    logMessage("Error", "Fail to write MGF file " + target);
-    return false;
-  }
-  return true;
+  return finishGroupFile(target, skipped, "MGF", out);
 }
 
 }  // namespace corvid

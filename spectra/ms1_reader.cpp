@@ -57,10 +57,7 @@ void scanMS1Chunk(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1
       if (c == 'S') {
         const char* value = p + std::min<std::int64_t>(2, end - p);
         const std::uint32_t scan = scanInteger(value, end, StopAtTab{});
-        const std::size_t previousPeaks = current != nullptr ? current->peaks.size() : 0;
-        current = &ms1File.spectra.emplace_back();
-        current->peaks.reserve(expectedPeakCount(previousPeaks));
-        current->scanNumber = scan;
+        current = startScanSpectrum(ms1File.spectra, current, scan);
         p = skipToLineFeed(value, begin, end, notes.bareLineFeed);
       } else if (c == 'I' && byteAt(p, 1, end) == '\t' && byteAt(p, 2, end) == 'R') {
         const char* value = p + std::min(kRetTimeValue, end - p);
@@ -83,15 +80,7 @@ void scanMS1Chunk(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1
         p = skipToLineFeed(p, begin, end, notes.bareLineFeed);
       }
     }
-    if (p < end && isDigitChar(*p)) {
-      Peak peak;
-      p = scanPeakLine(p, end, peak, notes.bareLineFeed);
-      if (current != nullptr) {
-        current->peaks.push_back(peak);
-      } else {
-        ++notes.linesBeforeFirstScan;
-      }
-    }
+    if (p < end && isDigitChar(*p)) p = readPeakLineInto(p, end, current, notes);
     p = stepOver(p, end);
   }
   if (p < end && notes.zeroByteOffset < 0) notes.zeroByteOffset = chunkOffset + (p - begin);

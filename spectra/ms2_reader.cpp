@@ -160,10 +160,7 @@ void scanMS2Text(std::string_view text, MS2File& ms2File, MSTextNotes& notes,
       if (c == 'S') {
         const char* value = stepOver(findTab(p, end), end);
         const std::uint32_t scan = scanInteger(value, end, StopAtTab{});
-        const std::size_t previousPeaks = current != nullptr ? current->peaks.size() : 0;
-        current = &ms2File.spectra.emplace_back();
-        current->peaks.reserve(expectedPeakCount(previousPeaks));
-        current->scanNumber = scan;
+        current = startScanSpectrum(ms2File.spectra, current, scan);
         from = value;
       } else if (c == 'Z') {
         from = readChargeLine(p, end, current, notes);
@@ -172,15 +169,7 @@ void scanMS2Text(std::string_view text, MS2File& ms2File, MSTextNotes& notes,
       }
       p = skipToLineFeed(from, begin, end, notes.bareLineFeed);
     }
-    if (p < end && isDigitChar(*p)) {
-      Peak peak;
-      p = scanPeakLine(p, end, peak, notes.bareLineFeed);
-      if (current != nullptr) {
-        current->peaks.push_back(peak);
-      } else {
-        ++notes.linesBeforeFirstScan;
-      }
-    }
+    if (p < end && isDigitChar(*p)) p = readPeakLineInto(p, end, current, notes);
     p = stepOver(p, end);
   }
   if (p < end && notes.zeroByteOffset < 0) notes.zeroByteOffset = p - begin;

@@ -4,7 +4,6 @@
 #include <ctime>
 
 #include "spectra/output_file.h"
-#include "startup/run_log.h"
 
 namespace corvid {
 
@@ -63,13 +62,7 @@ void putScanBlock(const MS2Spectrum& spectrum, double mz, std::int32_t charge, d
   putText(out, "\t");
   putFixed(out, mh, 6);
   putLineEnd(out);
-  for (const Peak& peak : spectrum.peaks) {
-    putFixed(out, peak.mz, 6);
-    putText(out, " ");
-    putFixed(out, peak.intensity, 1);
-    putLineEnd(out);
-    flushIfLarge(out);
-  }
+  putPeakLines(spectrum.peaks, out);
   flushIfLarge(out);
 }
 
@@ -98,12 +91,7 @@ bool writeMS2(GroupExport& group, const MS2File& ms2File, const ParameterTable& 
     }
   };
   walkGroupBlocks(group, ms2File, "MS2", putOne, skipped);
-  reportSkippedSpectra(target, skipped, "not written");
-  if (!closeOutputFile(out)) {
-    logMessage("Error", "Fail to write MS2 file " + target);
-    return false;
-  }
-  return true;
+  return finishGroupFile(target, skipped, "MS2", out);
 }
 
 }  // namespace corvid

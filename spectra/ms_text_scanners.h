@@ -10,7 +10,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
+#include "spectra/ms_text_notes.h"
 #include "spectra/spectrum_records.h"
 
 namespace corvid {
@@ -200,6 +202,33 @@ inline const char* scanPeakLine(const char* p, const char* end, Peak& peak, bool
   peak.intensity = scanDecimal(p, end, StopAtIntensityEnd{});
   if (p != end && *p == '\n') sawBareLineFeed = true;
   return stepOver(p, end);
+}
+
+// Starts the spectrum of an S line at the end of the file's list, with room for about as many
+// peaks as the spectrum before it, and returns it as the spectrum being read.
+template <typename Spectrum>
+inline Spectrum* startScanSpectrum(std::vector<Spectrum>& spectra, const Spectrum* current,
+                                   std::uint32_t scan) {
+  const std::size_t previousPeaks = current != nullptr ? current->peaks.size() : 0;
+  Spectrum* started = &spectra.emplace_back();
+  started->peaks.reserve(expectedPeakCount(previousPeaks));
+  started->scanNumber = scan;
+  return started;
+}
+
+// Reads the peak line at p (a digit) into the spectrum being read; before the first S line there
+// is none and the line is only counted. Returns the position after the line's terminator.
+template <typename Spectrum>
+inline const char* readPeakLineInto(const char* p, const char* end, Spectrum* current,
+                                    MSTextNotes& notes) {
+  Peak peak;
+  p = scanPeakLine(p, end, peak, notes.bareLineFeed);
+  if (current != nullptr) {
+    current->peaks.push_back(peak);
+  } else {
+    ++notes.linesBeforeFirstScan;
+  }
+  return p;
 }
 
 // Moves from p to the line feed ending its line; notes a line feed without a carriage return.

@@ -37,10 +37,8 @@ struct CvParam {
 };
 
 struct MzMLReader {
-  XML_Parser parser = nullptr;
+  XmlStreamState xml;
   const SpectrumSink* sink = nullptr;
-  std::string error;  // set by a handler that stops the parser
-  bool sawRoot = false;
   bool sawMzML = false;
   std::vector<Context> contexts;
 
@@ -70,11 +68,7 @@ struct MzMLReader {
   std::vector<double> decoded;
 };
 
-void fail(MzMLReader& reader, const std::string& reason) {
-  if (!reader.error.empty()) return;
-  reader.error = reason;
-  XML_StopParser(reader.parser, XML_FALSE);
-}
+void fail(MzMLReader& reader, const std::string& reason) { stopXmlStream(reader.xml, reason); }
 
 std::string spectrumName(const MzMLReader& reader) {
   return "spectrum \"" + reader.spectrum.nativeId + "\"";
@@ -200,18 +194,7 @@ void startSpectrum(MzMLReader& reader, const XML_Char** attributes) {
       (!parseInteger(length, reader.defaultArrayLength) || reader.defaultArrayLength < 0))
     return fail(reader,
                 spectrumName(reader) + " has an invalid defaultArrayLength \"" + length + "\"");
-  s.msLevel = 1;
-  s.retentionTime = 0.0;
-  s.ionInjectionTime = 0.0;
-  s.analyzer = AnalyzerKind::Unknown;
-  s.filterText.clear();
-  s.activation.clear();
-  s.precursorRef.clear();
-  s.hasIsolationTarget = s.hasSelectedMz = false;
-  s.isolationTarget = s.selectedMz = 0.0;
-  s.charge = 0;
-  s.mz.clear();
-  s.intensity.clear();
+  clearSpectrumContents(s);
   reader.scanConfiguration.clear();
   reader.scanCount = reader.precursorCount = reader.selectedIonCount = 0;
   reader.sawRetentionTime = reader.sawMzArray = reader.sawIntensityArray = false;
@@ -319,13 +302,9 @@ Context contextOf(MzMLReader& reader, std::string_view name, Context parent,
 
 void XMLCALL onStart(void* data, const XML_Char* rawName, const XML_Char** attributes) {
   auto& reader = *static_cast<MzMLReader*>(data);
-  if (!reader.error.empty()) return;
+  if (!reader.xml.error.empty()) return;
   std::string_view name = localName(rawName);
-  if (!reader.sawRoot) {
-    reader.sawRoot = true;
-    if (name != "mzML" && name != "indexedmzML")
-      return fail(reader, "not an mzML file (its root element is <" + std::string(name) + ">)");
-  }
+  if (!checkRootElement(reader.xml, name, "mzML", "indexedmzML", "mzML")) return;
   if (name == "mzML") reader.sawMzML = true;
   Context parent = reader.contexts.empty() ? Context::Outside : reader.contexts.back();
   if (name == "cvParam") {
@@ -358,7 +337,7 @@ void XMLCALL onStart(void* data, const XML_Char* rawName, const XML_Char** attri
 
 void XMLCALL onEnd(void* data, const XML_Char* rawName) {
   auto& reader = *static_cast<MzMLReader*>(data);
-  if (!reader.error.empty()) return;
+  if (!reader.xml.error.empty()) return;
   std::string_view name = localName(rawName);
   Context context = reader.contexts.empty() ? Context::Outside : reader.contexts.back();
   if (!reader.contexts.empty()) reader.contexts.pop_back();
@@ -378,16 +357,7 @@ void XMLCALL onText(void* data, const XML_Char* text, int length) {
 bool readMzMLFile(const std::string& path, const SpectrumSink& sink, std::string& error) {
   MzMLReader reader;
   reader.sink = &sink;
-  reader.parser = XML_ParserCreate(nullptr);
-  if (reader.parser == nullptr) {
-    error = "out of memory";
-    return false;
-  }
-  XML_SetUserData(reader.parser, &reader);
-  XML_SetElementHandler(reader.parser, onStart, onEnd);
-  XML_SetCharacterDataHandler(reader.parser, onText);
-  bool ok = streamXmlFile(path, reader.parser, reader.error, error);
-  XML_ParserFree(reader.parser);
+  bool ok = parseXmlFile(path, XmlHandlers{onStart, onEnd, onText}, &reader, reader.xml, error);
   if (ok && !reader.sawMzML) {
     error = "not an mzML file (no <mzML> element)";
     ok = false;

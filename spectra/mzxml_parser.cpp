@@ -14,10 +14,8 @@ namespace corvid {
 namespace {
 
 struct MzXMLReader {
-  XML_Parser parser = nullptr;
+  XmlStreamState xml;
   const SpectrumSink* sink = nullptr;
-  std::string error;
-  bool sawRoot = false;
   std::int64_t scanIndex = 0;
 
   std::unordered_map<std::string, AnalyzerKind> instruments;  // msInstrumentID -> analyzer
@@ -39,11 +37,7 @@ struct MzXMLReader {
   std::vector<double> pairs;
 };
 
-void fail(MzXMLReader& reader, const std::string& reason) {
-  if (!reader.error.empty()) return;
-  reader.error = reason;
-  XML_StopParser(reader.parser, XML_FALSE);
-}
+void fail(MzXMLReader& reader, const std::string& reason) { stopXmlStream(reader.xml, reason); }
 
 std::string scanName(const MzXMLReader& reader) { return "scan \"" + reader.scan.nativeId + "\""; }
 
@@ -65,7 +59,7 @@ void emitScan(MzXMLReader& reader) {
 
 void startScan(MzXMLReader& reader, const XML_Char** attributes) {
   if (reader.scanOpen) emitScan(reader);  // the parent comes before the scans nested in it
-  if (!reader.error.empty()) return;
+  if (!reader.xml.error.empty()) return;
   OpenSpectrum& s = reader.scan;
   const char* num = attributeValue(attributes, "num");
   const char* level = attributeValue(attributes, "msLevel");
@@ -79,6 +73,7 @@ void startScan(MzXMLReader& reader, const XML_Char** attributes) {
                 "scan " + std::to_string(reader.scanIndex + 1) + " has no valid num attribute");
   s.nativeId = "scan=" + std::to_string(number);
   s.index = reader.scanIndex++;
+  clearSpectrumContents(s);
   long long msLevel = 1;
   if (level != nullptr && (!parseInteger(level, msLevel) || msLevel < 0 || msLevel > 1000))
     return fail(reader, scanName(reader) + " has an invalid msLevel \"" + level + "\"");
@@ -91,15 +86,6 @@ void startScan(MzXMLReader& reader, const XML_Char** attributes) {
     return fail(reader, scanName(reader) + " has an invalid retentionTime \"" + time + "\"");
   s.filterText = filter != nullptr ? filter : "";
   reader.instrumentRef = instrument != nullptr ? instrument : "";
-  s.ionInjectionTime = 0.0;
-  s.analyzer = AnalyzerKind::Unknown;
-  s.activation.clear();
-  s.precursorRef.clear();
-  s.hasIsolationTarget = s.hasSelectedMz = false;
-  s.isolationTarget = s.selectedMz = 0.0;
-  s.charge = 0;
-  s.mz.clear();
-  s.intensity.clear();
   reader.precursorCount = 0;
   reader.scanOpen = true;
 }
@@ -180,13 +166,9 @@ void endPeaks(MzXMLReader& reader) {
 
 void XMLCALL onStart(void* data, const XML_Char* rawName, const XML_Char** attributes) {
   auto& reader = *static_cast<MzXMLReader*>(data);
-  if (!reader.error.empty()) return;
+  if (!reader.xml.error.empty()) return;
   std::string_view name = localName(rawName);
-  if (!reader.sawRoot) {
-    reader.sawRoot = true;
-    if (name != "mzXML" && name != "msRun")
-      return fail(reader, "not an mzXML file (its root element is <" + std::string(name) + ">)");
-  }
+  if (!checkRootElement(reader.xml, name, "mzXML", "msRun", "mzXML")) return;
   if (name == "scan") {
     startScan(reader, attributes);
   } else if (name == "precursorMz" && reader.scanOpen) {
@@ -207,7 +189,7 @@ void XMLCALL onStart(void* data, const XML_Char* rawName, const XML_Char** attri
 
 void XMLCALL onEnd(void* data, const XML_Char* rawName) {
   auto& reader = *static_cast<MzXMLReader*>(data);
-  if (!reader.error.empty()) return;
+  if (!reader.xml.error.empty()) return;
   std::string_view name = localName(rawName);
   if (name == "precursorMz" && reader.inPrecursor)
     endPrecursor(reader);
@@ -230,17 +212,7 @@ void XMLCALL onText(void* data, const XML_Char* text, int length) {
 bool readMzXMLFile(const std::string& path, const SpectrumSink& sink, std::string& error) {
   MzXMLReader reader;
   reader.sink = &sink;
-  reader.parser = XML_ParserCreate(nullptr);
-  if (reader.parser == nullptr) {
-    error = "out of memory";
-    return false;
-  }
-  XML_SetUserData(reader.parser, &reader);
-  XML_SetElementHandler(reader.parser, onStart, onEnd);
-  XML_SetCharacterDataHandler(reader.parser, onText);
-  bool ok = streamXmlFile(path, reader.parser, reader.error, error);
-  XML_ParserFree(reader.parser);
-  return ok;
+  return parseXmlFile(path, XmlHandlers{onStart, onEnd, onText}, &reader, reader.xml, error);
 }
 
 }  // namespace corvid

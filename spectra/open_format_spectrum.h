@@ -30,6 +30,23 @@ struct OpenSpectrum {
   std::vector<double> intensity;
 };
 
+// Resets everything but the id and the position for the next spectrum; the peak vectors keep their
+// capacity.
+inline void clearSpectrumContents(OpenSpectrum& s) {
+  s.msLevel = 1;
+  s.retentionTime = 0.0;
+  s.ionInjectionTime = 0.0;
+  s.analyzer = AnalyzerKind::Unknown;
+  s.filterText.clear();
+  s.activation.clear();
+  s.precursorRef.clear();
+  s.hasIsolationTarget = s.hasSelectedMz = false;
+  s.isolationTarget = s.selectedMz = 0.0;
+  s.charge = 0;
+  s.mz.clear();
+  s.intensity.clear();
+}
+
 // Receives each spectrum in file order; returns false (with a reason) to stop reading.
 using SpectrumSink = std::function<bool(const OpenSpectrum& spectrum, std::string& error)>;
 

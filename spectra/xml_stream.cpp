@@ -47,6 +47,38 @@ bool streamXmlFile(const std::string& path, XML_Parser parser, const std::string
   return ok;
 }
 
+bool parseXmlFile(const std::string& path, const XmlHandlers& handlers, void* userData,
+                  XmlStreamState& state, std::string& error) {
+  state.parser = XML_ParserCreate(nullptr);
+  if (state.parser == nullptr) {
+    error = "out of memory";
+    return false;
+  }
+  XML_SetUserData(state.parser, userData);
+  XML_SetElementHandler(state.parser, handlers.onStart, handlers.onEnd);
+  XML_SetCharacterDataHandler(state.parser, handlers.onText);
+  bool ok = streamXmlFile(path, state.parser, state.error, error);
+  XML_ParserFree(state.parser);
+  state.parser = nullptr;
+  return ok;
+}
+
+void stopXmlStream(XmlStreamState& state, const std::string& reason) {
+  if (!state.error.empty()) return;
+  state.error = reason;
+  XML_StopParser(state.parser, XML_FALSE);
+}
+
+bool checkRootElement(XmlStreamState& state, std::string_view name, std::string_view root,
+                      std::string_view wrapperRoot, std::string_view format) {
+  if (state.sawRoot) return true;
+  state.sawRoot = true;
+  if (name == root || name == wrapperRoot) return true;
+  stopXmlStream(state, "not an " + std::string(format) + " file (its root element is <" +
+                           std::string(name) + ">)");
+  return false;
+}
+
 const char* attributeValue(const XML_Char** attributes, const char* name) {
   for (int i = 0; attributes[i] != nullptr; i += 2)
     if (std::strcmp(attributes[i], name) == 0) return attributes[i + 1];

@@ -32,21 +32,10 @@ void setRow(double neutralMass, IsotopePattern values) {
 
 double neutral(double mz, int charge) { return charge * mz - charge * 1.007276; }
 
-// Debug modes write peak files into the data path: a folder of the test's own.
-std::string debugFolder() {
-  return (std::filesystem::temp_directory_path() / ("corvid_detect_" + std::to_string(getpid()))).string() + "/";
-}
-
 class DetectCandidates : public ::testing::Test {
  protected:
-  void SetUp() override {
-    testing::resetIsotopeTable();
-    std::filesystem::create_directories(debugFolder());
-  }
-  void TearDown() override {
-    testing::resetIsotopeTable();
-    std::filesystem::remove_all(debugFolder());
-  }
+  void SetUp() override { testing::resetIsotopeTable(); }
+  void TearDown() override { testing::resetIsotopeTable(); }
 
   // Gathers, then detects; returns the detection's console text.
   std::string run(const MS1File& file, const ParameterTable& parameters, double center) {
@@ -54,26 +43,28 @@ class DetectCandidates : public ::testing::Test {
     context.reference = reference;
     std::vector<Peak> gathered;
     {
-      testing::StdoutCapture gatheringText;  // gathering's own trace is tested elsewhere
+      testing::StdoutRedirect gatheringText;  // gathering's own trace is tested elsewhere
       gatherMs1Peaks(context, kMs2Scan, center, gathered);
     }
-    testing::StdoutCapture capture;
+    testing::StdoutRedirect capture;
     detectCandidates(context, center, kMs2Scan, gathered);
     gatheredAfter = gathered;
     return capture.text();
   }
 
+  ParameterTable traceParameters() const {
+    ParameterTable parameters = defaultParameters();
+    testing::setParameter(parameters, "debug_mode", "1");
+    testing::setParameter(parameters, "datapath", debugFolder.folder());
+    return parameters;
+  }
+
+  // Debug modes write peak files into the data path: a folder of the test's own.
+  testing::TempDir debugFolder;
   DetectionContext context;
   ReferencePrecursorList* reference = nullptr;
   std::vector<Peak> gatheredAfter;
 };
-
-ParameterTable traceParameters() {
-  ParameterTable parameters = defaultParameters();
-  testing::setParameter(parameters, "debug_mode", "1");
-  testing::setParameter(parameters, "datapath", debugFolder());
-  return parameters;
-}
 
 TEST_F(DetectCandidates, TraceShowsEveryFilterWithItsQuantityInOrder) {
   // A charge-2 pair of isotopes; the center lies between them, so three scans are gathered
@@ -110,7 +101,7 @@ TEST_F(DetectCandidates, DebugModeTwoPrintsNothing) {
   setRow(neutral(500.0, 2), {1.0, 0.8, 0.0, 0.0, 0.0});
   ParameterTable parameters = defaultParameters();
   testing::setParameter(parameters, "debug_mode", "2");
-  testing::setParameter(parameters, "datapath", debugFolder());
+  testing::setParameter(parameters, "datapath", debugFolder.folder());
   const std::string text = run(flatFile({{500.0, 1000.0}, {500.5015, 800.0}}), parameters, 500.25);
   EXPECT_EQ(text, "");
   EXPECT_EQ(context.records.size(), 1u);

@@ -1,6 +1,6 @@
 #pragma once
 // Builders shared by the detection tests: small MS1 files, parameter tables with the defaults,
-// and a console capture for the debug traces.
+// and a console capture for the debug traces (folders and files come from tests/support).
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -11,6 +11,7 @@
 #include "detection/detection_context.h"
 #include "detection/isotope_pattern_table.h"
 #include "startup/parameter_table.h"
+#include "tests/support/test_support.h"
 
 namespace corvid::testing {
 
@@ -46,16 +47,18 @@ inline void resetIsotopeTable() {
   for (IsotopePattern& row : isotopePatternTable().rows) row = IsotopePattern{};
 }
 
-// Captures what is printed on stdout between construction and text().
-class StdoutCapture {
+// Captures what is printed on stdout between construction and text() by redirecting the
+// descriptor; unlike StdoutCapture it restores stdout when it ends, so a capture whose text is not
+// wanted can simply go out of scope before the next one starts.
+class StdoutRedirect {
  public:
-  StdoutCapture() {
+  StdoutRedirect() {
     std::fflush(stdout);
     file_ = std::tmpfile();
     saved_ = dup(fileno(stdout));
     dup2(fileno(file_), fileno(stdout));
   }
-  ~StdoutCapture() { restore(); if (file_ != nullptr) std::fclose(file_); }
+  ~StdoutRedirect() { restore(); if (file_ != nullptr) std::fclose(file_); }
   std::string text() {
     restore();
     std::string out;

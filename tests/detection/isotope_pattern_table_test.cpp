@@ -12,36 +12,21 @@
 
 #include "startup/run_failure.h"
 #include "startup/run_log.h"
+#include "tests/support/test_support.h"
 
 namespace corvid {
 namespace {
 
 namespace fs = std::filesystem;
 
-// A unique scratch folder under the system temp folder, removed with everything in it.
-struct ScratchFolder {
-  fs::path path;
-  ScratchFolder() {
-    static int counter = 0;
-    path = fs::temp_directory_path() /
-           ("corvid_ipv_test_" + std::to_string(::getpid()) + "_" + std::to_string(++counter));
-    fs::create_directories(path);
-  }
-  ~ScratchFolder() {
-    std::error_code ignored;
-    fs::remove_all(path, ignored);
-  }
-  std::string write(const std::string& name, const std::string& bytes) const {
-    std::string file = (path / name).string();
-    std::FILE* out = std::fopen(file.c_str(), "wb");
-    EXPECT_NE(out, nullptr);
-    if (out != nullptr) {
-      std::fwrite(bytes.data(), 1, bytes.size(), out);
-      std::fclose(out);
-    }
-    return file;
-  }
-};
+using testing::TempDir;
+
+// Writes a table file into the test's folder and returns its path.
+std::string writeIn(const TempDir& folder, const std::string& name, const std::string& bytes) {
+  const std::string file = folder.file(name);
+  testing::writeFile(file, bytes);
+  return file;
+}
 
 // A table text of `rows` lines whose row i reads i, i + 0.25, i + 0.5, i + 0.75, i + 1 (plus an
 // offset), so that every value tells which row and column it came from.
@@ -79,26 +64,26 @@ std::string failureText(const std::string& path) {
 }
 
 TEST(LoadIsotopePatternTable, ReadsFiveNumbersPerRowInFileOrder) {
-  ScratchFolder folder;
+  TempDir folder;
   isotopePatternTable() = IsotopePatternTable{};
   loadIsotopePatternTable(
-      folder.write("IPV.txt", "1 0.5 0.25 0.125 0.0625\n0.5 1 0.75 0.5 2e-3\n"));
+      writeIn(folder, "IPV.txt", "1 0.5 0.25 0.125 0.0625\n0.5 1 0.75 0.5 2e-3\n"));
   EXPECT_EQ(isotopePatternTable().rows[0], (IsotopePattern{1, 0.5, 0.25, 0.125, 0.0625}));
   EXPECT_EQ(isotopePatternTable().rows[1], (IsotopePattern{0.5, 1, 0.75, 0.5, 0.002}));
   EXPECT_EQ(isotopePatternTable().rows[2], kZeros);
 }
 
 TEST(LoadIsotopePatternTable, NumbersAreReadFiveAtATimeWhateverTheLineLayout) {
-  ScratchFolder folder;
+  TempDir folder;
   isotopePatternTable() = IsotopePatternTable{};
-  loadIsotopePatternTable(folder.write("IPV.txt", "  1\t2 3\n\n4\n5 6 7 8   9 10"));
+  loadIsotopePatternTable(writeIn(folder, "IPV.txt", "  1\t2 3\n\n4\n5 6 7 8   9 10"));
   EXPECT_EQ(isotopePatternTable().rows[0], (IsotopePattern{1, 2, 3, 4, 5}));
   EXPECT_EQ(isotopePatternTable().rows[1], (IsotopePattern{6, 7, 8, 9, 10}));
 }
 
 TEST(IsotopePattern, MassOf1499Point9ReadsRow1499) {
-  ScratchFolder folder;
-  loadIsotopePatternTable(folder.write("IPV.txt", numberedRows(1500)));
+  TempDir folder;
+  loadIsotopePatternTable(writeIn(folder, "IPV.txt", numberedRows(1500)));
   EXPECT_EQ(isotopePattern(1499.9), numberedRow(1499));
   EXPECT_EQ(isotopePattern(1499.0), numberedRow(1499));
   EXPECT_EQ(isotopePattern(1498.999999), numberedRow(1498));
@@ -108,9 +93,9 @@ TEST(IsotopePattern, MassOf1499Point9ReadsRow1499) {
 }
 
 TEST(IsotopePattern, RowTheFileDidNotFillGivesFiveZeros) {
-  ScratchFolder folder;
+  TempDir folder;
   isotopePatternTable() = IsotopePatternTable{};
-  loadIsotopePatternTable(folder.write("IPV.txt", numberedRows(1500, 1.0)));
+  loadIsotopePatternTable(writeIn(folder, "IPV.txt", numberedRows(1500, 1.0)));
   EXPECT_EQ(isotopePattern(1499.5), numberedRow(1499, 1.0));
   EXPECT_EQ(isotopePattern(1500.0), kZeros);
   EXPECT_EQ(isotopePattern(9000.25), kZeros);
@@ -118,10 +103,10 @@ TEST(IsotopePattern, RowTheFileDidNotFillGivesFiveZeros) {
 }
 
 TEST(LoadIsotopePatternTable, SecondLoadOverwritesInPlaceAndKeepsLaterRows) {
-  ScratchFolder folder;
+  TempDir folder;
   isotopePatternTable() = IsotopePatternTable{};
-  loadIsotopePatternTable(folder.write("first.txt", numberedRows(3000)));
-  loadIsotopePatternTable(folder.write("second.txt", numberedRows(1000, 0.125)));
+  loadIsotopePatternTable(writeIn(folder, "first.txt", numberedRows(3000)));
+  loadIsotopePatternTable(writeIn(folder, "second.txt", numberedRows(1000, 0.125)));
   EXPECT_EQ(isotopePattern(0.5), numberedRow(0, 0.125));
   EXPECT_EQ(isotopePattern(999.5), numberedRow(999, 0.125));
   EXPECT_EQ(isotopePattern(1000.5), numberedRow(1000));
@@ -130,25 +115,25 @@ TEST(LoadIsotopePatternTable, SecondLoadOverwritesInPlaceAndKeepsLaterRows) {
 }
 
 TEST(LoadIsotopePatternTable, IncompleteLastRowKeepsTheOldValuesOfItsMissingColumns) {
-  ScratchFolder folder;
-  loadIsotopePatternTable(folder.write("first.txt", numberedRows(3)));
-  loadIsotopePatternTable(folder.write("second.txt", "9 9 9 9 9\n7 7\n"));
+  TempDir folder;
+  loadIsotopePatternTable(writeIn(folder, "first.txt", numberedRows(3)));
+  loadIsotopePatternTable(writeIn(folder, "second.txt", "9 9 9 9 9\n7 7\n"));
   EXPECT_EQ(isotopePattern(0.0), (IsotopePattern{9, 9, 9, 9, 9}));
   EXPECT_EQ(isotopePattern(1.0), (IsotopePattern{7, 7, 1.5, 1.75, 2}));
   EXPECT_EQ(isotopePattern(2.0), numberedRow(2));
 }
 
 TEST(LoadIsotopePatternTable, MissingFileFailsWithTheExactMessage) {
-  ScratchFolder folder;
-  EXPECT_EQ(failureText((folder.path / "IPV.txt").string()),
+  TempDir folder;
+  EXPECT_EQ(failureText((folder.path() / "IPV.txt").string()),
             "Please make sure the IPV.txt is with this Program.^_^");
-  EXPECT_EQ(failureText(folder.path.string()),  // a folder cannot be read as the table either
+  EXPECT_EQ(failureText(folder.path().string()),  // a folder cannot be read as the table either
             "Please make sure the IPV.txt is with this Program.^_^");
 }
 
 TEST(IsotopePattern, MassesOf15000DaltonsOrMoreReadTheLastRow) {
-  ScratchFolder folder;
-  loadIsotopePatternTable(folder.write("IPV.txt", numberedRows(kIsotopeTableRows)));
+  TempDir folder;
+  loadIsotopePatternTable(writeIn(folder, "IPV.txt", numberedRows(kIsotopeTableRows)));
   EXPECT_EQ(isotopePattern(14999.999), numberedRow(14999));
   EXPECT_EQ(isotopePattern(15000.0), numberedRow(14999));
   EXPECT_EQ(isotopePattern(15000.5), numberedRow(14999));
@@ -158,8 +143,8 @@ TEST(IsotopePattern, MassesOf15000DaltonsOrMoreReadTheLastRow) {
 }
 
 TEST(IsotopePattern, NegativeAndNaNMassesGiveFiveZeros) {
-  ScratchFolder folder;
-  loadIsotopePatternTable(folder.write("IPV.txt", numberedRows(10, 1.0)));
+  TempDir folder;
+  loadIsotopePatternTable(writeIn(folder, "IPV.txt", numberedRows(10, 1.0)));
   EXPECT_EQ(isotopePattern(-0.5), kZeros);  // would truncate to row 0, but is not a mass
   EXPECT_EQ(isotopePattern(-1e-300), kZeros);
   EXPECT_EQ(isotopePattern(-3.0), kZeros);
@@ -169,8 +154,8 @@ TEST(IsotopePattern, NegativeAndNaNMassesGiveFiveZeros) {
 }
 
 TEST(LoadIsotopePatternTable, FileOfMoreThan15000RowsIsCutWithAnAlert) {
-  ScratchFolder folder;
-  std::string path = folder.write("long.txt", numberedRows(kIsotopeTableRows + 2, 0.5));
+  TempDir folder;
+  std::string path = writeIn(folder, "long.txt", numberedRows(kIsotopeTableRows + 2, 0.5));
   loadIsotopePatternTable(path);
   EXPECT_EQ(isotopePattern(14999.5), numberedRow(14999, 0.5));
   EXPECT_EQ(lastLogMessage(), "The isotope pattern file " + path +
@@ -178,8 +163,8 @@ TEST(LoadIsotopePatternTable, FileOfMoreThan15000RowsIsCutWithAnAlert) {
 }
 
 TEST(LoadIsotopePatternTable, ExtraNumbersShorterThanARowAlsoCount) {
-  ScratchFolder folder;
-  std::string path = folder.write("long.txt", numberedRows(kIsotopeTableRows) + "3\n");
+  TempDir folder;
+  std::string path = writeIn(folder, "long.txt", numberedRows(kIsotopeTableRows) + "3\n");
   loadIsotopePatternTable(path);
   EXPECT_EQ(isotopePattern(14999.5), numberedRow(14999));
   EXPECT_EQ(lastLogMessage(), "The isotope pattern file " + path +
@@ -187,16 +172,16 @@ TEST(LoadIsotopePatternTable, ExtraNumbersShorterThanARowAlsoCount) {
 }
 
 TEST(LoadIsotopePatternTable, FullFileLogsNothing) {
-  ScratchFolder folder;
-  std::string path = folder.write("full.txt", numberedRows(kIsotopeTableRows) + "\n \n");
+  TempDir folder;
+  std::string path = writeIn(folder, "full.txt", numberedRows(kIsotopeTableRows) + "\n \n");
   std::size_t before = runLogLines().size();
   loadIsotopePatternTable(path);
   EXPECT_EQ(runLogLines().size(), before);
 }
 
 TEST(LoadIsotopePatternTable, ShortFileIsReportedWithAnAlert) {
-  ScratchFolder folder;
-  std::string path = folder.write("short.txt", numberedRows(2) + "1 2 3\n");
+  TempDir folder;
+  std::string path = writeIn(folder, "short.txt", numberedRows(2) + "1 2 3\n");
   loadIsotopePatternTable(path);
   EXPECT_EQ(lastLogMessage(), "The isotope pattern file " + path +
                                   " fills only 2 of the 15000 rows (13 numbers); the other rows "
@@ -204,9 +189,9 @@ TEST(LoadIsotopePatternTable, ShortFileIsReportedWithAnAlert) {
 }
 
 TEST(LoadIsotopePatternTable, EmptyFileChangesNothing) {
-  ScratchFolder folder;
-  loadIsotopePatternTable(folder.write("IPV.txt", numberedRows(4)));
-  std::string path = folder.write("empty.txt", "");
+  TempDir folder;
+  loadIsotopePatternTable(writeIn(folder, "IPV.txt", numberedRows(4)));
+  std::string path = writeIn(folder, "empty.txt", "");
   loadIsotopePatternTable(path);
   EXPECT_EQ(isotopePattern(3.5), numberedRow(3));
   EXPECT_EQ(lastLogMessage(), "The isotope pattern file " + path +
@@ -215,7 +200,7 @@ TEST(LoadIsotopePatternTable, EmptyFileChangesNothing) {
 }
 
 TEST(LoadIsotopePatternTable, CrLfLineEndsReadTheSameAsLf) {
-  ScratchFolder folder;
+  TempDir folder;
   std::string lf = numberedRows(200, 0.375);
   std::string crlf;
   for (char c : lf) {
@@ -223,64 +208,64 @@ TEST(LoadIsotopePatternTable, CrLfLineEndsReadTheSameAsLf) {
     crlf += c;
   }
   isotopePatternTable() = IsotopePatternTable{};
-  loadIsotopePatternTable(folder.write("crlf.txt", crlf));
+  loadIsotopePatternTable(writeIn(folder, "crlf.txt", crlf));
   IsotopePatternTable fromCrLf = isotopePatternTable();
   EXPECT_EQ(fromCrLf.rows[0], numberedRow(0, 0.375));
   EXPECT_EQ(fromCrLf.rows[199], numberedRow(199, 0.375));
   isotopePatternTable() = IsotopePatternTable{};
-  loadIsotopePatternTable(folder.write("lf.txt", lf));
+  loadIsotopePatternTable(writeIn(folder, "lf.txt", lf));
   EXPECT_EQ(isotopePatternTable().rows, fromCrLf.rows);
 }
 
 TEST(LoadIsotopePatternTable, LeadingPlusAndExponentsAreAccepted) {
-  ScratchFolder folder;
-  loadIsotopePatternTable(folder.write("IPV.txt", "+1 -0 1E-3 .5 7.\n"));
+  TempDir folder;
+  loadIsotopePatternTable(writeIn(folder, "IPV.txt", "+1 -0 1E-3 .5 7.\n"));
   EXPECT_EQ(isotopePattern(0.0), (IsotopePattern{1, 0, 0.001, 0.5, 7}));
 }
 
 TEST(LoadIsotopePatternTable, TokenThatIsNotANumberFailsNamingFileLineAndToken) {
-  ScratchFolder folder;
-  loadIsotopePatternTable(folder.write("good.txt", numberedRows(3)));
-  std::string path = folder.write("bad.txt", "1 2 3 4 5\r\n1 2 x 4 5\r\n1 2 3 4 5\r\n");
+  TempDir folder;
+  loadIsotopePatternTable(writeIn(folder, "good.txt", numberedRows(3)));
+  std::string path = writeIn(folder, "bad.txt", "1 2 3 4 5\r\n1 2 x 4 5\r\n1 2 3 4 5\r\n");
   EXPECT_EQ(failureText(path), "Isotope pattern file " + path + ", line 2: \"x\" is not a number.");
   // The table is changed only by a file that reads completely.
   EXPECT_EQ(isotopePattern(1.5), numberedRow(1));
 }
 
 TEST(LoadIsotopePatternTable, NumberWithTrailingGarbageIsRefused) {
-  ScratchFolder folder;
-  std::string path = folder.write("bad.txt", "1 2 3 4 5\n\n\n0.5 1,5 1 1 1\n");
+  TempDir folder;
+  std::string path = writeIn(folder, "bad.txt", "1 2 3 4 5\n\n\n0.5 1,5 1 1 1\n");
   EXPECT_EQ(failureText(path),
             "Isotope pattern file " + path + ", line 4: \"1,5\" is not a number.");
 }
 
 TEST(LoadIsotopePatternTable, NonFiniteAndOutOfRangeValuesAreRefused) {
-  ScratchFolder folder;
+  TempDir folder;
   std::string prefix = "Isotope pattern file ";
-  std::string path = folder.write("nan.txt", "1 nan 0 0 0\n");
+  std::string path = writeIn(folder, "nan.txt", "1 nan 0 0 0\n");
   EXPECT_EQ(failureText(path), prefix + path + ", line 1: \"nan\" is not a finite number.");
-  path = folder.write("inf.txt", "1 0 0 0 -inf\n");
+  path = writeIn(folder, "inf.txt", "1 0 0 0 -inf\n");
   EXPECT_EQ(failureText(path), prefix + path + ", line 1: \"-inf\" is not a finite number.");
-  path = folder.write("huge.txt", "1 0 0 0 0\n1e999 0 0 0 0\n");
+  path = writeIn(folder, "huge.txt", "1 0 0 0 0\n1e999 0 0 0 0\n");
   EXPECT_EQ(failureText(path),
             prefix + path + ", line 2: \"1e999\" is out of the range of a double.");
-  path = folder.write("signs.txt", "+-1 0 0 0 0\n");
+  path = writeIn(folder, "signs.txt", "+-1 0 0 0 0\n");
   EXPECT_EQ(failureText(path), prefix + path + ", line 1: \"+-1\" is not a number.");
-  path = folder.write("plus.txt", "1 + 0 0 0\n");
+  path = writeIn(folder, "plus.txt", "1 + 0 0 0\n");
   EXPECT_EQ(failureText(path), prefix + path + ", line 1: \"+\" is not a number.");
-  path = folder.write("hex.txt", "0x10 0 0 0 0\n");
+  path = writeIn(folder, "hex.txt", "0x10 0 0 0 0\n");
   EXPECT_EQ(failureText(path), prefix + path + ", line 1: \"0x10\" is not a number.");
 }
 
 TEST(LoadIsotopePatternTable, BinaryBytesAndOverLongTokensGiveAShortClearMessage) {
-  ScratchFolder folder;
+  TempDir folder;
   std::string bytes = "1 2 3\n";
   bytes += std::string("\x01\xff\x7f", 3) + std::string(100000, '7') + "z\n";
-  std::string path = folder.write("random.bin", bytes);
+  std::string path = writeIn(folder, "random.bin", bytes);
   EXPECT_EQ(failureText(path), "Isotope pattern file " + path + ", line 2: \"???" +
                                    std::string(37, '7') + "...\" is not a number.");
   std::string nul = std::string("1 2\0 3", 6);
-  path = folder.write("nul.bin", nul);
+  path = writeIn(folder, "nul.bin", nul);
   EXPECT_EQ(failureText(path),
             "Isotope pattern file " + path + ", line 1: \"2?\" is not a number.");
 }

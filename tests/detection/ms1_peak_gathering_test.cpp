@@ -356,19 +356,17 @@ TEST(GatherMs1Peaks, UnorderedScanPeaksStopAtTheFirstPeakAboveTheWindow) {
 }
 
 TEST(GatherMs1Peaks, DebugModeWritesThePeakFileAndPrintsTheScans) {
-  const auto folder = std::filesystem::temp_directory_path() / ("corvid_gather_" + std::to_string(getpid()));
-  std::filesystem::create_directories(folder);
+  const testing::TempDir folder;
   const MS1File file = makeMs1File({makeScan(7, {{499.5, 10.0}, {500.25, 2.0}})});
   ParameterTable parameters = defaultParameters();
   testing::setParameter(parameters, "debug_mode", "1");
-  testing::setParameter(parameters, "datapath", folder.string() + "/");
+  testing::setParameter(parameters, "datapath", folder.folder());
   DetectionContext context = makeDetectionContext(parameters, file);
   std::vector<Peak> gathered;
-  testing::StdoutCapture capture;
+  testing::StdoutRedirect capture;
   gatherMs1Peaks(context, 8, 500.0, gathered);
   const std::string printed = capture.text();
-  const auto written = readWholeFile(folder.string() + "/8ms1.Peaks");
-  std::filesystem::remove_all(folder);
+  const auto written = readWholeFile(folder.file("8ms1.Peaks"));
   ASSERT_TRUE(written.has_value());
   // Offsets -4..-1 fall before the file and read as empty scans; offset 0 is scan 7.
   EXPECT_EQ(*written,
@@ -385,19 +383,17 @@ TEST(GatherMs1Peaks, DebugModeWritesThePeakFileAndPrintsTheScans) {
 }
 
 TEST(GatherMs1Peaks, DebugModeTwoWritesThePeakFileWithoutPrinting) {
-  const auto folder = std::filesystem::temp_directory_path() / ("corvid_gather2_" + std::to_string(getpid()));
-  std::filesystem::create_directories(folder);
+  const testing::TempDir folder;
   const MS1File file = makeMs1File({makeScan(1, {}), makeScan(3, {{500.0, 1.0}})});
   ParameterTable parameters = defaultParameters();
   testing::setParameter(parameters, "debug_mode", "2");
-  testing::setParameter(parameters, "datapath", folder.string() + "/");
+  testing::setParameter(parameters, "datapath", folder.folder());
   DetectionContext context = makeDetectionContext(parameters, file);
   std::vector<Peak> gathered;
-  testing::StdoutCapture capture;
+  testing::StdoutRedirect capture;
   gatherMs1Peaks(context, 2, 500.0, gathered);
   const std::string printed = capture.text();
-  const auto written = readWholeFile(folder.string() + "/2ms1.Peaks");
-  std::filesystem::remove_all(folder);
+  const auto written = readWholeFile(folder.file("2ms1.Peaks"));
   ASSERT_TRUE(written.has_value());
   EXPECT_EQ(*written,
             "0\t500.000000\r\n0\t500.000000\r\n0\t500.000000\r\n0\t500.000000\r\n"

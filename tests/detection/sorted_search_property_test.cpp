@@ -91,15 +91,14 @@ TEST(SortedSearch, QuickRejectionGivesTheSameCandidatesAsTheFullMeasurement) {
   for (IsotopePattern& row : isotopePatternTable().rows) {
     row = {1.0, 0.6 + 0.4 * unit(random), 0.3 + 0.3 * unit(random), 0.1 + 0.2 * unit(random), 0.05};
   }
-  const auto folder = std::filesystem::temp_directory_path() / ("corvid_quick_" + std::to_string(getpid()));
-  std::filesystem::create_directories(folder);
+  const testing::TempDir folder;
   std::size_t accepted = 0;
   for (int trial = 0; trial < 20; ++trial) {
     const MS1File file = randomRun(random);
     ParameterTable quick = testing::defaultParameters();
     ParameterTable full = quick;
     testing::setParameter(full, "debug_mode", "1");
-    testing::setParameter(full, "datapath", folder.string() + "/");
+    testing::setParameter(full, "datapath", folder.folder());
     DetectionContext quickContext = makeDetectionContext(quick, file);
     DetectionContext fullContext = makeDetectionContext(full, file);
     for (int scan = 0; scan < 10; ++scan) {
@@ -108,7 +107,7 @@ TEST(SortedSearch, QuickRejectionGivesTheSameCandidatesAsTheFullMeasurement) {
       std::vector<Peak> gathered;
       gatherMs1Peaks(quickContext, ms2, center, gathered);
       detectCandidates(quickContext, center, ms2, gathered);
-      testing::StdoutCapture capture;
+      testing::StdoutRedirect capture;
       gatherMs1Peaks(fullContext, ms2, center, gathered);
       detectCandidates(fullContext, center, ms2, gathered);
     }
@@ -120,7 +119,6 @@ TEST(SortedSearch, QuickRejectionGivesTheSameCandidatesAsTheFullMeasurement) {
     }
     accepted += quickContext.records.size();
   }
-  std::filesystem::remove_all(folder);
   testing::resetIsotopeTable();
   EXPECT_GT(accepted, 20u);  // the comparison covered real candidates
 }

@@ -8,15 +8,13 @@
 #include <cstring>
 #include <map>
 
-#include "open_format_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 #include "spectra/open_format_extractor.h"
 
 namespace corvid {
 namespace {
 
-using testing::exists;
-using testing::readBytes;
-using testing::TempFolder;
+using namespace testing;
 
 std::string bsa1Path() {
   const char* fromEnvironment = std::getenv("CORVID_BSA1");
@@ -143,13 +141,13 @@ std::map<std::uint32_t, Written> writtenBlocks(const std::string& text,
 TEST(ExtractBSA1, EverySpectrumWrittenExactlyInAcquisitionOrder) {
   std::string input = bsa1Path();
   if (!exists(input)) GTEST_SKIP() << "BSA1.mzML not found (set CORVID_BSA1)";
-  TempFolder temp;
+  TempDir temp;
   ASSERT_TRUE(extractOpenFormat(input, temp.folder(), "BSA1"));
-  std::vector<Expected> spectra = expectedSpectra(readBytes(input));
+  std::vector<Expected> spectra = expectedSpectra(readFile(input));
   ASSERT_EQ(spectra.size(), 1684U);
 
   // Native id -> written scan from the summary.
-  std::string summary = readBytes(temp.file("BSA1_scans.csv"));
+  std::string summary = readFile(temp.file("BSA1_scans.csv"));
   std::map<std::string, std::uint32_t> scanOfId;
   std::size_t at = summary.find("\r\n") + 2;
   while (at < summary.size()) {
@@ -163,8 +161,8 @@ TEST(ExtractBSA1, EverySpectrumWrittenExactlyInAcquisitionOrder) {
   ASSERT_EQ(scanOfId.size(), spectra.size());
 
   std::vector<std::uint32_t> ms1Order, ms2Order;
-  auto ms1 = writtenBlocks(readBytes(temp.file("BSA1.ms1")), ms1Order);
-  auto ms2 = writtenBlocks(readBytes(temp.file("BSA1.ms2")), ms2Order);
+  auto ms1 = writtenBlocks(readFile(temp.file("BSA1.ms1")), ms1Order);
+  auto ms2 = writtenBlocks(readFile(temp.file("BSA1.ms2")), ms2Order);
   EXPECT_EQ(ms1.size() + ms2.size(), spectra.size());
   EXPECT_TRUE(std::is_sorted(ms1Order.begin(), ms1Order.end()));
   EXPECT_TRUE(std::is_sorted(ms2Order.begin(), ms2Order.end()));

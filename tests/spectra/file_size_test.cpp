@@ -5,13 +5,13 @@
 
 #include <string>
 
-#include "ms_text_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 #include "startup/run_failure.h"
 
 namespace corvid {
 namespace {
 
-using testing_support::TempFolder;
+using namespace testing;
 
 std::string failureText(const std::string& path) {
   try {
@@ -23,23 +23,23 @@ std::string failureText(const std::string& path) {
 }
 
 TEST(FileSize, ReturnsTheSizeInBytes) {
-  TempFolder folder;
-  testing_support::writeBytes(folder.file("a.ms1"), std::string(12345, 'x'));
-  testing_support::writeBytes(folder.file("empty.ms1"), "");
+  TempDir folder;
+  testing::writeFile(folder.file("a.ms1"), std::string(12345, 'x'));
+  testing::writeFile(folder.file("empty.ms1"), "");
   EXPECT_EQ(fileSize(folder.file("a.ms1")), 12345);
   EXPECT_EQ(fileSize(folder.file("empty.ms1")), 0);
 }
 
 TEST(FileSize, MissingFileRaisesTheDoesNotExistText) {
-  TempFolder folder;
+  TempDir folder;
   const std::string path = folder.file("gone.ms2");
   EXPECT_EQ(failureText(path), "\nDear User:\n Corvid.exe failed to open " + path +
                                    ", this file does not exist any more!\n");
 }
 
 TEST(FileSize, FolderIsTreatedAsAFileThatCannotBeOpened) {
-  TempFolder folder;
-  const std::string path = folder.path.string();
+  TempDir folder;
+  const std::string path = folder.path().string();
   EXPECT_EQ(failureText(path), "\nDear User:\n Corvid.exe failed to open " + path +
                                    ", this file does not exist any more!\n");
 }
@@ -50,9 +50,9 @@ TEST(FileSize, FailedSeekPrintsErrorIn180AndRaisesEndOfFileText) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   const std::string path = "/proc/self/fd/" + std::to_string(ends[0]);
-  testing::internal::CaptureStdout();
+  ::testing::internal::CaptureStdout();
   const std::string text = failureText(path);
-  const std::string printed = testing::internal::GetCapturedStdout();
+  const std::string printed = ::testing::internal::GetCapturedStdout();
   close(ends[0]);
   close(ends[1]);
   EXPECT_EQ(printed, "Error in 180filesize\n");

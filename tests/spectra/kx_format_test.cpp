@@ -8,18 +8,12 @@
 
 #include "spectra/precursor_record.h"
 #include "startup/run_failure.h"
-#include "tests/spectra/writer_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 
 namespace corvid {
 namespace {
 
-using testing_support::ByteBuilder;
-using testing_support::logMark;
-using testing_support::logMessagesSince;
-using testing_support::makeSpectrum;
-using testing_support::readBytes;
-using testing_support::TempFolder;
-using testing_support::writeBytes;
+using namespace testing;
 
 GroupExport groupOf(const MS2File& file, std::string rawName,
                     std::vector<PrecursorRecord> accepted) {
@@ -40,7 +34,7 @@ std::string failureText(const std::function<void()>& action) {
 }
 
 TEST(WriteKX2, GoldenBytesForAcceptedAndRecordedPrecursors) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   file.spectra = {makeSpectrum(100, 2, 999.492724, {{100.5, 20.0}, {200.25, 3.5}}),
                   makeSpectrum(101, 3, 1500.0, {{50.0, 1.0}})};
@@ -53,31 +47,31 @@ TEST(WriteKX2, GoldenBytesForAcceptedAndRecordedPrecursors) {
   data.u32(2).f64(500.1).u32(2).f64(400.2).u32(3);
   data.u32(101).u32(1).f64(50.0).f64(1.0);
   data.u32(1).f64((1500.0 + 2 * kProtonMass) / 3).u32(3);
-  EXPECT_EQ(readBytes(path), data.bytes);
+  EXPECT_EQ(readFile(path), data.bytes);
   ByteBuilder index;
   index.u32(100).u32(13).u32(101).u32(81);
-  EXPECT_EQ(readBytes(path + "idx"), index.bytes);
+  EXPECT_EQ(readFile(path + "idx"), index.bytes);
   EXPECT_EQ(group.writtenCount, 3);
 }
 
 TEST(WriteKX2, EmptyGroupGivesHeaderOnlyAndEmptyIndex) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   GroupExport group;
   group.rawName = "abc";
   group.writtenCount = 9;
   std::string path = folder.file("e.kx2");
   ASSERT_TRUE(writeKX2(group, file, path));
-  std::string data = readBytes(path);
+  std::string data = readFile(path);
   EXPECT_EQ(data.size(), 8u + 4u);
   EXPECT_EQ(data, ByteBuilder().u32(0).title("abc").bytes);
   EXPECT_TRUE(std::filesystem::exists(path + "idx"));
-  EXPECT_EQ(readBytes(path + "idx"), "");
+  EXPECT_EQ(readFile(path + "idx"), "");
   EXPECT_EQ(group.writtenCount, 0);
 }
 
 TEST(WriteKX2, ThreeAcceptedPrecursorsGiveOneRecord) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   file.spectra = {makeSpectrum(7, 2, 800.0, {})};
   GroupExport group = groupOf(file, "r", {{7.0, 2.0, 401.0}, {7.0, 3.0, 301.0}, {7.0, 4.0, 201.0}});
@@ -86,13 +80,13 @@ TEST(WriteKX2, ThreeAcceptedPrecursorsGiveOneRecord) {
   ByteBuilder data;
   data.u32(1).title("r").u32(7).u32(0).u32(3);
   data.f64(401.0).u32(2).f64(301.0).u32(3).f64(201.0).u32(4);
-  EXPECT_EQ(readBytes(path), data.bytes);
-  EXPECT_EQ(readBytes(path + "idx"), ByteBuilder().u32(7).u32(10).bytes);
+  EXPECT_EQ(readFile(path), data.bytes);
+  EXPECT_EQ(readFile(path + "idx"), ByteBuilder().u32(7).u32(10).bytes);
   EXPECT_EQ(group.writtenCount, 3);
 }
 
 TEST(WriteKX2, SmallerScanUnderCursorGivesRecordWithoutPrecursorsAndAlert) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   file.spectra = {makeSpectrum(5, 2, 800.0, {}), makeSpectrum(9, 2, 800.0, {})};
   GroupExport group = groupOf(file, "r", {{6.0, 2.0, 401.0}});
@@ -105,7 +99,7 @@ TEST(WriteKX2, SmallerScanUnderCursorGivesRecordWithoutPrecursorsAndAlert) {
   data.u32(2).title("r");
   data.u32(5).u32(0).u32(1).f64(mzFromMH(800.0, 2)).u32(2);
   data.u32(9).u32(0).u32(0);
-  EXPECT_EQ(readBytes(path), data.bytes);
+  EXPECT_EQ(readFile(path), data.bytes);
   EXPECT_EQ(group.writtenCount, 1);
   EXPECT_EQ(logMessagesSince(mark),
             std::vector<std::string>{"1 spectra written without precursors in " + path +
@@ -114,7 +108,7 @@ TEST(WriteKX2, SmallerScanUnderCursorGivesRecordWithoutPrecursorsAndAlert) {
 }
 
 TEST(WriteKX2, UncreatableFileLogsErrorAndReturnsFalse) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   GroupExport group;
   std::string path = folder.file("nowhere/x.kx2");
@@ -127,20 +121,20 @@ TEST(WriteKX2, UncreatableFileLogsErrorAndReturnsFalse) {
 }
 
 TEST(WriteKX2, EmptyPathWritesTheFallbackPair) {
-  TempFolder folder;
+  TempDir folder;
   std::filesystem::path previous = std::filesystem::current_path();
-  std::filesystem::current_path(folder.path);
+  std::filesystem::current_path(folder.path());
   MS2File file;
   GroupExport group;
   bool written = writeKX2(group, file, "");
   std::filesystem::current_path(previous);
   EXPECT_TRUE(written);
-  EXPECT_TRUE(std::filesystem::exists(folder.path / "F:\\test.kx"));
-  EXPECT_TRUE(std::filesystem::exists(folder.path / "F:\\test.kxidx"));
+  EXPECT_TRUE(std::filesystem::exists(folder.path() / "F:\\test.kx"));
+  EXPECT_TRUE(std::filesystem::exists(folder.path() / "F:\\test.kxidx"));
 }
 
 TEST(WriteKX1, GoldenBytesWithRetentionTimeInThePrecursorSlot) {
-  TempFolder folder;
+  TempDir folder;
   MS1File ms1;
   ms1.rawName = "ms1run";
   MS1Spectrum first;
@@ -158,14 +152,14 @@ TEST(WriteKX1, GoldenBytesWithRetentionTimeInThePrecursorSlot) {
   data.u32(2).title("ms1run");
   data.u32(1).u32(1).f64(300.0).f64(10.0).u32(1).f64(0.5).u32(1);
   data.u32(2).u32(0).u32(1).f64(1.0).u32(1);
-  EXPECT_EQ(readBytes(path), data.bytes);
-  EXPECT_EQ(readBytes(path + "idx"), ByteBuilder().u32(1).u32(15).u32(2).u32(55).bytes);
+  EXPECT_EQ(readFile(path), data.bytes);
+  EXPECT_EQ(readFile(path + "idx"), ByteBuilder().u32(1).u32(15).u32(2).u32(55).bytes);
 }
 
 TEST(WriteKX2FromMGF, BlocksOfOneScanMergeByPrecursorIndex) {
-  TempFolder folder;
+  TempDir folder;
   std::string mgfPath = folder.file("sample.MGF");
-  writeBytes(
+  writeFile(
       mgfPath,
       "BEGIN IONS\nTITLE=sample.100.100.2.0.dta\nCHARGE=2+\nPEPMASS=500.5\n10.0 1.0\n20.0 2.0\nEND "
       "IONS\n"
@@ -184,12 +178,12 @@ TEST(WriteKX2FromMGF, BlocksOfOneScanMergeByPrecursorIndex) {
   data.u32(2).f64(mzOf(500.5, 2)).u32(2).f64(mzOf(333.25, 3)).u32(3);
   data.u32(101).u32(1).f64(40.0).f64(4.0).u32(1).f64(mzOf(600.0, 2)).u32(2);
   std::string base = folder.file("sample");
-  EXPECT_EQ(readBytes(base + ".kx2"), data.bytes);
-  EXPECT_EQ(readBytes(base + ".kx2idx"), ByteBuilder().u32(100).u32(15).u32(101).u32(83).bytes);
+  EXPECT_EQ(readFile(base + ".kx2"), data.bytes);
+  EXPECT_EQ(readFile(base + ".kx2idx"), ByteBuilder().u32(100).u32(15).u32(101).u32(83).bytes);
 }
 
 TEST(WriteKX2FromMGF, RepeatedPrecursorIndexReplacesWithAlert) {
-  TempFolder folder;
+  TempDir folder;
   MGFFile mgf;
   mgf.path = folder.file("rep.mgf");
   mgf.rawName = "rep";
@@ -211,12 +205,12 @@ TEST(WriteKX2FromMGF, RepeatedPrecursorIndexReplacesWithAlert) {
       .u32(1)
       .f64((1200.0 - kProtonMass) / 3 + kProtonMass)
       .u32(3);
-  EXPECT_EQ(readBytes(folder.file("rep.kx2")), data.bytes);
+  EXPECT_EQ(readFile(folder.file("rep.kx2")), data.bytes);
   EXPECT_EQ(logMessagesSince(mark).size(), 1u);
 }
 
 TEST(WriteKX2FromMGF, UncreatableOutputLogsError) {
-  TempFolder folder;
+  TempDir folder;
   std::filesystem::create_directories(folder.file("c.kx2"));  // a folder where the file should go
   MGFFile mgf;
   mgf.path = folder.file("c.mgf");
@@ -229,7 +223,7 @@ TEST(WriteKX2FromMGF, UncreatableOutputLogsError) {
 }
 
 TEST(OpenKX, RoundTripOfWriteKX2) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   for (std::uint32_t scan = 20; scan < 26; ++scan) {
     file.spectra.push_back(
@@ -262,7 +256,7 @@ TEST(OpenKX, RoundTripOfWriteKX2) {
 }
 
 // Writes a part of n spectra starting at firstScan; returns its path.
-std::string writePart(const TempFolder& folder, const std::string& name, std::uint32_t firstScan,
+std::string writePart(const TempDir& folder, const std::string& name, std::uint32_t firstScan,
                       int count, const std::string& title) {
   MS2File file;
   for (int i = 0; i < count; ++i) {
@@ -277,7 +271,7 @@ std::string writePart(const TempFolder& folder, const std::string& name, std::ui
 }
 
 TEST(MergeKX2Parts, TenAndFiveSpectraGiveFifteenWithShiftedOffsets) {
-  TempFolder folder;
+  TempDir folder;
   std::string first = writePart(folder, "run_ID_0_HCDFT.kx2", 1, 10, "run");
   std::string second = writePart(folder, "run_ID_1_HCDFT.kx2", 11, 5, "other");
   std::string target = folder.file("run_HCDFT.kx2");
@@ -288,15 +282,15 @@ TEST(MergeKX2Parts, TenAndFiveSpectraGiveFifteenWithShiftedOffsets) {
                          first + "idx> \n[Corvid] <Loading KX file " + second +
                          "> \n[Corvid] <Loading KXIDX file " + second +
                          "idx> \n2 Number of file will merge \nrunTitle\n");
-  std::string firstData = readBytes(first);
-  std::string secondData = readBytes(second);
+  std::string firstData = readFile(first);
+  std::string secondData = readFile(second);
   const std::size_t firstHeader = 8 + 4;   // "run" and its zero byte
   const std::size_t secondHeader = 8 + 6;  // "other" and its zero byte
-  std::string merged = readBytes(target);
+  std::string merged = readFile(target);
   EXPECT_EQ(merged, ByteBuilder().u32(15).title("run").bytes + firstData.substr(firstHeader) +
                         secondData.substr(secondHeader));
-  std::string firstIndex = readBytes(first + "idx");
-  std::string secondIndex = readBytes(second + "idx");
+  std::string firstIndex = readFile(first + "idx");
+  std::string secondIndex = readFile(second + "idx");
   ByteBuilder expectedIndex;
   expectedIndex.raw(firstIndex);
   const std::uint32_t shift = static_cast<std::uint32_t>(firstData.size() - secondHeader);
@@ -306,7 +300,7 @@ TEST(MergeKX2Parts, TenAndFiveSpectraGiveFifteenWithShiftedOffsets) {
     std::uint32_t offset = readKXValue(bytes, 40, static_cast<std::int64_t>(entry * 8 + 4), second);
     expectedIndex.u32(scan).u32(offset + shift);
   }
-  EXPECT_EQ(readBytes(target + "idx"), expectedIndex.bytes);
+  EXPECT_EQ(readFile(target + "idx"), expectedIndex.bytes);
   // Every merged index entry points at its own record.
   KXReader reader;
   ::testing::internal::CaptureStdout();
@@ -323,7 +317,7 @@ TEST(MergeKX2Parts, TenAndFiveSpectraGiveFifteenWithShiftedOffsets) {
 }
 
 TEST(MergeKX2Parts, NoPartIsAnError) {
-  TempFolder folder;
+  TempDir folder;
   std::size_t mark = logMark();
   ::testing::internal::CaptureStdout();
   EXPECT_FALSE(mergeKX2Parts({}, folder.file("t.kx2")));
@@ -333,7 +327,7 @@ TEST(MergeKX2Parts, NoPartIsAnError) {
 }
 
 TEST(AppendKX, OffsetsPastTwoGibibytesRaiseAnAlert) {
-  TempFolder folder;
+  TempDir folder;
   KXReader part;
   part.path = folder.file("p.kx2");
   std::string data = ByteBuilder().u32(1).title("t").u32(7).bytes;
@@ -357,8 +351,8 @@ TEST(AppendKX, OffsetsPastTwoGibibytesRaiseAnAlert) {
   ASSERT_TRUE(closeOutputFile(outData));
   ASSERT_TRUE(closeOutputFile(outIndex));
   EXPECT_EQ(outPosition, kKXOffsetLimit + 104);
-  EXPECT_EQ(readBytes(folder.file("m.kx2")), ByteBuilder().u32(7).bytes);
-  EXPECT_EQ(readBytes(folder.file("m.kx2idx")),
+  EXPECT_EQ(readFile(folder.file("m.kx2")), ByteBuilder().u32(7).bytes);
+  EXPECT_EQ(readFile(folder.file("m.kx2idx")),
             ByteBuilder().u32(7).u32(static_cast<std::uint32_t>(kKXOffsetLimit + 100)).bytes);
   std::vector<std::string> messages = logMessagesSince(mark);
   ASSERT_EQ(messages.size(), 1u);
@@ -368,14 +362,14 @@ TEST(AppendKX, OffsetsPastTwoGibibytesRaiseAnAlert) {
 }
 
 TEST(OpenKX, MissingFilesRaiseTheMissingFileText) {
-  TempFolder folder;
+  TempDir folder;
   std::string path = folder.file("absent.kx2");
   KXReader reader;
   ::testing::internal::CaptureStdout();
   EXPECT_EQ(failureText([&] { openKX(reader, path); }),
             "\nDear User:\n Corvid.exe failed to open " + path +
                 ", this file does not exist any more!\n");
-  writeBytes(path, ByteBuilder().u32(0).title("x").bytes);
+  writeFile(path, ByteBuilder().u32(0).title("x").bytes);
   EXPECT_EQ(failureText([&] { openKX(reader, path); }),
             "\nDear User:\n Corvid.exe failed to open " + path +
                 "idx, this file does not exist any more!\n");
@@ -383,15 +377,15 @@ TEST(OpenKX, MissingFilesRaiseTheMissingFileText) {
 }
 
 TEST(OpenKX, DamagedFilesRaiseAClearFailure) {
-  TempFolder folder;
+  TempDir folder;
   std::string path = folder.file("short.kx2");
-  writeBytes(path, "abc");
-  writeBytes(path + "idx", "");
+  writeFile(path, "abc");
+  writeFile(path + "idx", "");
   KXReader reader;
   ::testing::internal::CaptureStdout();
   EXPECT_EQ(failureText([&] { openKX(reader, path); }),
             "KX file " + path + " is damaged: a value at byte 0 lies beyond its end (3 bytes)");
-  writeBytes(path, ByteBuilder().u32(1).u32(4000000000u).raw("xyz").bytes);
+  writeFile(path, ByteBuilder().u32(1).u32(4000000000u).raw("xyz").bytes);
   KXReader second;
   openKX(second, path);
   EXPECT_EQ(
@@ -401,7 +395,7 @@ TEST(OpenKX, DamagedFilesRaiseAClearFailure) {
 }
 
 TEST(MergeKX2Parts, RandomBytesFailCleanlyOrMerge) {
-  TempFolder folder;
+  TempDir folder;
   std::mt19937 generator(7);
   ::testing::internal::CaptureStdout();
   for (int round = 0; round < 40; ++round) {
@@ -410,8 +404,8 @@ TEST(MergeKX2Parts, RandomBytesFailCleanlyOrMerge) {
     for (char& c : data) c = static_cast<char>(generator() % 8);  // small values: short titles
     std::string index(generator() % 40, '\0');
     for (char& c : index) c = static_cast<char>(generator());
-    writeBytes(path, data);
-    writeBytes(path + "idx", index);
+    writeFile(path, data);
+    writeFile(path + "idx", index);
     std::string outcome = failureText([&] {
       mergeKX2Parts({path, path}, folder.file("merged.kx2"));
     });

@@ -6,14 +6,12 @@
 #include <filesystem>
 
 #include "spectra/kx_format.h"
-#include "tests/spectra/writer_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 
 namespace corvid {
 namespace {
 
-using testing_support::readBytes;
-using testing_support::TempFolder;
-using testing_support::writeBytes;
+using namespace testing;
 
 std::string blocksFor(const std::string& raw, std::initializer_list<int> scans) {
   std::string text;
@@ -32,10 +30,10 @@ std::string blocksFor(const std::string& raw, std::initializer_list<int> scans) 
 }
 
 TEST(RunMGFPipeline, TwoFilesGiveTwoKX2PairsNamedAfterThem) {
-  TempFolder folder;
-  writeBytes(folder.file("first.mgf"), blocksFor("first", {10, 11, 11}));
-  writeBytes(folder.file("SECOND.MGF"), blocksFor("second", {5}));
-  ParameterTable parameters{{"datapath", folder.path.string() + "/"}};
+  TempDir folder;
+  writeFile(folder.file("first.mgf"), blocksFor("first", {10, 11, 11}));
+  writeFile(folder.file("SECOND.MGF"), blocksFor("second", {5}));
+  ParameterTable parameters{{"datapath", folder.path().string() + "/"}};
   ::testing::internal::CaptureStdout();
   runMGFPipeline(parameters, {"first.mgf", "SECOND.MGF"});
   EXPECT_EQ(
@@ -63,9 +61,9 @@ TEST(RunMGFPipeline, TwoFilesGiveTwoKX2PairsNamedAfterThem) {
 }
 
 TEST(RunMGFPipelineDeathTest, MissingFileEndsTheRunAndKeepsEarlierOutputs) {
-  TempFolder folder;
-  writeBytes(folder.file("a.mgf"), blocksFor("a", {1}));
-  ParameterTable parameters{{"datapath", folder.path.string() + "/"}};
+  TempDir folder;
+  writeFile(folder.file("a.mgf"), blocksFor("a", {1}));
+  ParameterTable parameters{{"datapath", folder.path().string() + "/"}};
   std::string consolePath = folder.file("console.txt");
   EXPECT_EXIT(
       {
@@ -74,7 +72,7 @@ TEST(RunMGFPipelineDeathTest, MissingFileEndsTheRunAndKeepsEarlierOutputs) {
         std::exit(0);
       },
       ::testing::ExitedWithCode(255), "");
-  EXPECT_EQ(readBytes(consolePath),
+  EXPECT_EQ(readFile(consolePath),
             "[Corvid] Processing a.mgf \n[Corvid] Loading MGF... \n[Corvid] Writing KX2... \n"
             "[Corvid] Processing b.mgf \n[Corvid] Loading MGF... \nThe MGF does not exist.\n");
   EXPECT_TRUE(std::filesystem::exists(folder.file("a.kx2")));

@@ -7,16 +7,12 @@
 #include <random>
 
 #include "spectra/precursor_record.h"
-#include "tests/spectra/writer_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 
 namespace corvid {
 namespace {
 
-using testing_support::logMark;
-using testing_support::logMessagesSince;
-using testing_support::readBytes;
-using testing_support::TempFolder;
-using testing_support::writeBytes;
+using namespace testing;
 
 constexpr const char* kTitleHelp =
     "[Error] Incorrect title format! correct format should be:\n"
@@ -27,9 +23,9 @@ constexpr const char* kTitleHelp =
     "\tCorvid can parse scan = 2345 charge = 2 from this title.\n"
     "[Error] Sorry, Corvid fail to parse the title of the MGF, the program will exit!\n";
 
-MGFFile readText(const TempFolder& folder, std::string_view text, std::string* console = nullptr) {
+MGFFile readText(const TempDir& folder, std::string_view text, std::string* console = nullptr) {
   std::string path = folder.file("in.mgf");
-  writeBytes(path, text);
+  writeFile(path, text);
   MGFFile file;
   file.path = path;
   ::testing::internal::CaptureStdout();
@@ -41,7 +37,7 @@ MGFFile readText(const TempFolder& folder, std::string_view text, std::string* c
 
 // Runs readMGF in a child process with its standard output in a file; the parent checks the
 // exit status, then the file.
-void expectExitWithOutput(const TempFolder& folder, const std::string& mgfPath,
+void expectExitWithOutput(const TempDir& folder, const std::string& mgfPath,
                           const std::string& expected) {
   std::string consolePath = folder.file("console.txt");
   MGFFile file;
@@ -53,7 +49,7 @@ void expectExitWithOutput(const TempFolder& folder, const std::string& mgfPath,
         std::exit(0);
       },
       ::testing::ExitedWithCode(255), "");
-  EXPECT_EQ(readBytes(consolePath), expected);
+  EXPECT_EQ(readFile(consolePath), expected);
 }
 
 constexpr std::string_view kTwoBlocks = R"(BEGIN IONS
@@ -73,7 +69,7 @@ END IONS
 )";
 
 TEST(ReadMGF, ReadsBlocksWithFourAndFiveFieldTitles) {
-  TempFolder folder;
+  TempDir folder;
   MGFFile file = readText(folder, kTwoBlocks);
   ASSERT_EQ(file.spectra.size(), 2u);
   EXPECT_EQ(file.rawName, "human");
@@ -96,7 +92,7 @@ TEST(ReadMGF, ReadsBlocksWithFourAndFiveFieldTitles) {
 }
 
 TEST(ReadMGF, CrLfLineEndsReadLikeLineFeeds) {
-  TempFolder folder;
+  TempDir folder;
   std::string crlf;
   for (char c : kTwoBlocks) {
     if (c == '\n') crlf += '\r';
@@ -111,7 +107,7 @@ TEST(ReadMGF, CrLfLineEndsReadLikeLineFeeds) {
 }
 
 TEST(ReadMGF, ChargeZeroPlusBecomesTwo) {
-  TempFolder folder;
+  TempDir folder;
   MGFFile file = readText(folder,
                           "BEGIN IONS\nTITLE=r.5.5.0.dta\nCHARGE=0+\nPEPMASS=400.0\n"
                           "100.0 1.0\nEND IONS\n");
@@ -121,7 +117,7 @@ TEST(ReadMGF, ChargeZeroPlusBecomesTwo) {
 }
 
 TEST(ReadMGF, HugeChargesAndMassesAreClampedNotOverflowed) {
-  TempFolder folder;
+  TempDir folder;
   MGFFile file = readText(folder,
                           "BEGIN IONS\nTITLE=r.5.5.0.dta\nCHARGE=-99999999999+\nPEPMASS=1e999\n"
                           "1e400 5\nEND IONS\nBEGIN IONS\nTITLE=r.6.6.0.dta\nCHARGE=99999999999+\n"
@@ -135,7 +131,7 @@ TEST(ReadMGF, HugeChargesAndMassesAreClampedNotOverflowed) {
 }
 
 TEST(ReadMGF, BlockWithoutChargeUsesDefaultCharge) {
-  TempFolder folder;
+  TempDir folder;
   MGFFile file =
       readText(folder, "BEGIN IONS\nTITLE=r.5.5.0.dta\nPEPMASS=400.0\n100.0 1.0\nEND IONS\n");
   ASSERT_EQ(file.spectra.size(), 1u);
@@ -144,7 +140,7 @@ TEST(ReadMGF, BlockWithoutChargeUsesDefaultCharge) {
 }
 
 TEST(ReadMGF, DistinctScanCountCountsScanChanges) {
-  TempFolder folder;
+  TempDir folder;
   std::string text;
   for (int scan : {100, 100, 101, 100, 0}) {
     text += "BEGIN IONS\nTITLE=r." + std::to_string(scan) + "." + std::to_string(scan) +
@@ -156,7 +152,7 @@ TEST(ReadMGF, DistinctScanCountCountsScanChanges) {
 }
 
 TEST(ReadMGF, BlockWithoutPeaksKeepsZeroMass) {
-  TempFolder folder;
+  TempDir folder;
   MGFFile file =
       readText(folder, "BEGIN IONS\nTITLE=r.5.5.2.dta\nCHARGE=2+\nPEPMASS=400.0\nEND IONS\n");
   ASSERT_EQ(file.spectra.size(), 1u);
@@ -165,7 +161,7 @@ TEST(ReadMGF, BlockWithoutPeaksKeepsZeroMass) {
 }
 
 TEST(ReadMGF, ScanMultipleOfNinetyOnePrintsProgress) {
-  TempFolder folder;
+  TempDir folder;
   std::string console;
   readText(folder,
            "BEGIN IONS\nTITLE=r.182.182.2.dta\nEND IONS\nBEGIN IONS\nTITLE=r.183.183.2.dta\n",
@@ -174,7 +170,7 @@ TEST(ReadMGF, ScanMultipleOfNinetyOnePrintsProgress) {
 }
 
 TEST(ReadMGF, MissingEndIonsSwallowsTheNextBlockWithAlert) {
-  TempFolder folder;
+  TempDir folder;
   std::size_t mark = logMark();
   MGFFile file =
       readText(folder,
@@ -191,7 +187,7 @@ TEST(ReadMGF, MissingEndIonsSwallowsTheNextBlockWithAlert) {
 }
 
 TEST(ReadMGF, PeaksBeforeAnyTitleAreIgnoredWithAlert) {
-  TempFolder folder;
+  TempDir folder;
   std::size_t mark = logMark();
   MGFFile file = readText(folder, "10.0 1.0\n11.0 2.0\nBEGIN IONS\nTITLE=r.1.1.2.dta\nEND IONS\n");
   ASSERT_EQ(file.spectra.size(), 1u);
@@ -203,7 +199,7 @@ TEST(ReadMGF, PeaksBeforeAnyTitleAreIgnoredWithAlert) {
 }
 
 TEST(ReadMGF, LongLinesArriveInPiecesOf1023Characters) {
-  TempFolder folder;
+  TempDir folder;
   // The first 1023 characters are one piece (not a title); the rest is read as a line of its own.
   std::string text = "BEGIN IONS\n" + std::string(1023, 'Z') + "TITLE=r.9.9.2.dta\nCHARGE=2+\n" +
                      "PEPMASS=300.0\n" + std::string(1023, '0') + "5.5 7.0\nEND IONS\n";
@@ -223,7 +219,7 @@ TEST(ReadMGF, LongLinesArriveInPiecesOf1023Characters) {
 }
 
 TEST(ReadMGF, TruncatedLastLineLosesItsLastCharacter) {
-  TempFolder folder;
+  TempDir folder;
   MGFFile file =
       readText(folder, "BEGIN IONS\nTITLE=r.1.1.2.dta\nCHARGE=2+\nPEPMASS=300.0\n100.5 27");
   ASSERT_EQ(file.spectra.size(), 1u);
@@ -233,7 +229,7 @@ TEST(ReadMGF, TruncatedLastLineLosesItsLastCharacter) {
 }
 
 TEST(ReadMGF, EmptyFileGivesNoSpectra) {
-  TempFolder folder;
+  TempDir folder;
   MGFFile file = readText(folder, "");
   EXPECT_TRUE(file.spectra.empty());
   EXPECT_EQ(file.distinctScanCount, 0);
@@ -241,7 +237,7 @@ TEST(ReadMGF, EmptyFileGivesNoSpectra) {
 }
 
 TEST(ReadMGF, RandomBytesWithoutTitlesDoNotCrash) {
-  TempFolder folder;
+  TempDir folder;
   std::mt19937 generator(20160);
   std::string noise(200000, '\0');
   for (char& c : noise) c = static_cast<char>(generator() % 256);
@@ -253,7 +249,7 @@ TEST(ReadMGF, RandomBytesWithoutTitlesDoNotCrash) {
 }
 
 TEST(ReadMGF, ZeroByteEndsTheLineAsTheCStringFunctionsSeeIt) {
-  TempFolder folder;
+  TempDir folder;
   std::string text = "BEGIN IONS\nTITLE=r.12.12.2.dta\nCHARGE=4";
   text += '\0';
   text += "junk+\nEND IONS\n";
@@ -279,31 +275,31 @@ TEST(ParseMGFTitle, SplitsRawNameScanAndPrecursorIndex) {
 }
 
 TEST(ReadMGFDeathTest, RawNameWithDotFailsWithTitleHelp) {
-  TempFolder folder;
+  TempDir folder;
   std::string path = folder.file("dot.mgf");
-  writeBytes(path, "BEGIN IONS\nTITLE=a.b.100.100.2.dta\nEND IONS\n");
+  writeFile(path, "BEGIN IONS\nTITLE=a.b.100.100.2.dta\nEND IONS\n");
   expectExitWithOutput(folder, path, kTitleHelp);
 }
 
 TEST(ReadMGFDeathTest, ScanOutOfRangeFailsWithTitleHelp) {
-  TempFolder folder;
+  TempDir folder;
   std::string path = folder.file("range.mgf");
-  writeBytes(path, "BEGIN IONS\r\nTITLE=r.3000000000.3000000000.2.dta\r\nEND IONS\r\n");
+  writeFile(path, "BEGIN IONS\r\nTITLE=r.3000000000.3000000000.2.dta\r\nEND IONS\r\n");
   expectExitWithOutput(folder, path, kTitleHelp);
 }
 
 TEST(ReadMGFDeathTest, TitleWithoutScanFailsAfterEarlierProgress) {
-  TempFolder folder;
+  TempDir folder;
   std::string path = folder.file("late.mgf");
-  writeBytes(path, "BEGIN IONS\nTITLE=r.91.91.2.dta\nEND IONS\nBEGIN IONS\nTITLE=r.\nEND IONS\n");
+  writeFile(path, "BEGIN IONS\nTITLE=r.91.91.2.dta\nEND IONS\nBEGIN IONS\nTITLE=r.\nEND IONS\n");
   expectExitWithOutput(folder, path,
                        std::string("\r[Corvid] Extracting MS2, Scan Num = 91") + kTitleHelp);
 }
 
 TEST(ReadMGFDeathTest, MissingFileExitsWithMessage) {
-  TempFolder folder;
+  TempDir folder;
   expectExitWithOutput(folder, folder.file("absent.mgf"), "The MGF does not exist.\n");
-  expectExitWithOutput(folder, folder.path.string(), "The MGF does not exist.\n");
+  expectExitWithOutput(folder, folder.path().string(), "The MGF does not exist.\n");
 }
 
 }  // namespace

@@ -6,16 +6,12 @@
 #include <filesystem>
 
 #include "spectra/mgf_reader.h"
-#include "tests/spectra/writer_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 
 namespace corvid {
 namespace {
 
-using testing_support::logMark;
-using testing_support::logMessagesSince;
-using testing_support::makeSpectrum;
-using testing_support::readBytes;
-using testing_support::TempFolder;
+using namespace testing;
 
 ParameterTable mgfOn() { return ParameterTable{{"output_mgf", "1"}}; }
 
@@ -40,17 +36,17 @@ MS2File twoPeakFile(std::vector<std::uint32_t> scans) {
 }
 
 std::string writeAndRead(GroupExport& group, const MS2File& file, const ParameterTable& table,
-                         const TempFolder& folder) {
+                         const TempDir& folder) {
   std::string path = folder.file("out.mgf");
   ::testing::internal::CaptureStdout();
   bool written = writeMGF(group, file, table, path);
   ::testing::internal::GetCapturedStdout();
   EXPECT_TRUE(written);
-  return readBytes(path);
+  return readFile(path);
 }
 
 TEST(WriteMGF, AcceptedPrecursorGivesExactBlockWithCrLf) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file = twoPeakFile({100});
   GroupExport group = wholeFileGroup(file, {{100.0, 3.0, 333.5}});
   EXPECT_EQ(writeAndRead(group, file, mgfOn(), folder),
@@ -66,7 +62,7 @@ TEST(WriteMGF, AcceptedPrecursorGivesExactBlockWithCrLf) {
 }
 
 TEST(WriteMGF, ScanWithoutAcceptedPrecursorUsesRecordedPrecursor) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file = twoPeakFile({100});
   GroupExport group = wholeFileGroup(file, {});
   EXPECT_EQ(writeAndRead(group, file, mgfOn(), folder),
@@ -82,7 +78,7 @@ TEST(WriteMGF, ScanWithoutAcceptedPrecursorUsesRecordedPrecursor) {
 }
 
 TEST(WriteMGF, ThreeAcceptedPrecursorsGiveThreeBlocksIndexedZeroToTwo) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file = twoPeakFile({99, 100, 101});
   GroupExport group =
       wholeFileGroup(file, {{100.0, 2.0, 500.1}, {100.0, 3.0, 400.2}, {100.0, 4.0, 300.3}});
@@ -102,7 +98,7 @@ TEST(WriteMGF, ThreeAcceptedPrecursorsGiveThreeBlocksIndexedZeroToTwo) {
 }
 
 TEST(WriteMGF, OutputSwitchOffLeavesEmptyFile) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file = twoPeakFile({100, 101});
   GroupExport group = wholeFileGroup(file, {{100.0, 3.0, 333.5}});
   ParameterTable table{{"output_mgf", "0"}};
@@ -118,14 +114,14 @@ TEST(WriteMGF, OutputSwitchOffLeavesEmptyFile) {
 }
 
 TEST(WriteMGF, MissingSwitchCountsAsOff) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file = twoPeakFile({100});
   GroupExport group = wholeFileGroup(file, {});
   EXPECT_EQ(writeAndRead(group, file, ParameterTable{}, folder), "");
 }
 
 TEST(WriteMGF, EmptyGroupGivesEmptyFileAndNoProgress) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   GroupExport group;
   group.writtenCount = 7;
@@ -133,12 +129,12 @@ TEST(WriteMGF, EmptyGroupGivesEmptyFileAndNoProgress) {
   ::testing::internal::CaptureStdout();
   EXPECT_TRUE(writeMGF(group, file, mgfOn(), path));
   EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
-  EXPECT_EQ(readBytes(path), "");
+  EXPECT_EQ(readFile(path), "");
   EXPECT_EQ(group.writtenCount, 0);
 }
 
 TEST(WriteMGF, SmallerScanUnderCursorWritesNothingAndAlertsOnce) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file = twoPeakFile({100, 200, 300});
   // Scan 150 has no spectrum: once the cursor reaches it, 200 and 300 find it behind them.
   GroupExport group = wholeFileGroup(file, {{150.0, 2.0, 410.0}});
@@ -157,7 +153,7 @@ TEST(WriteMGF, SmallerScanUnderCursorWritesNothingAndAlertsOnce) {
 }
 
 TEST(WriteMGF, ProgressEveryFortyOneSpectraAndAtTheLast) {
-  TempFolder folder;
+  TempDir folder;
   std::vector<std::uint32_t> scans;
   for (std::uint32_t scan = 1; scan <= 42; ++scan) scans.push_back(scan);
   MS2File file = twoPeakFile(scans);
@@ -175,7 +171,7 @@ TEST(WriteMGF, ProgressEveryFortyOneSpectraAndAtTheLast) {
 }
 
 TEST(WriteMGF, UncreatableFileLogsErrorAndReturnsFalse) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file = twoPeakFile({100});
   GroupExport group = wholeFileGroup(file, {});
   std::string path = folder.file("no_such_folder/out.mgf");
@@ -200,9 +196,9 @@ TEST(WriteMGF, FullDiskLogsWriteErrorAndReturnsFalse) {
 }
 
 TEST(WriteMGF, EmptyPathWritesTheFallbackFile) {
-  TempFolder folder;
+  TempDir folder;
   std::filesystem::path previous = std::filesystem::current_path();
-  std::filesystem::current_path(folder.path);
+  std::filesystem::current_path(folder.path());
   MS2File file = twoPeakFile({100});
   GroupExport group = wholeFileGroup(file, {});
   ::testing::internal::CaptureStdout();
@@ -210,11 +206,11 @@ TEST(WriteMGF, EmptyPathWritesTheFallbackFile) {
   ::testing::internal::GetCapturedStdout();
   std::filesystem::current_path(previous);
   EXPECT_TRUE(written);
-  EXPECT_TRUE(std::filesystem::exists(folder.path / "F:\\test.mgf"));
+  EXPECT_TRUE(std::filesystem::exists(folder.path() / "F:\\test.mgf"));
 }
 
 TEST(WriteMGF, OnlyTheGroupPositionsAreWritten) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file = twoPeakFile({10, 11, 12});
   GroupExport group;
   group.rawName = "g";
@@ -226,7 +222,7 @@ TEST(WriteMGF, OnlyTheGroupPositionsAreWritten) {
 }
 
 TEST(WriteMGF, RoundTripThroughReadMGF) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file = twoPeakFile({7, 8, 9});
   GroupExport group = wholeFileGroup(file, {{8.0, 3.0, 612.345678}, {8.0, 2.0, 918.0}});
   std::string path = folder.file("trip.mgf");

@@ -5,21 +5,19 @@
 #include <string>
 #include <vector>
 
-#include "ms_text_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 #include "startup/run_failure.h"
 
 namespace corvid {
 namespace {
 
-using testing_support::LogWatch;
-using testing_support::TempFolder;
-using testing_support::writeBytes;
+using namespace testing;
 
 // Loads text written to a fresh file; returns the file's path through path when asked.
-MS1File loadText(const TempFolder& folder, const std::string& text, std::int64_t chunkLimit = 0,
+MS1File loadText(const TempDir& folder, const std::string& text, std::int64_t chunkLimit = 0,
                  std::string* pathOut = nullptr) {
   const std::string path = folder.file("run.ms1");
-  writeBytes(path, text);
+  writeFile(path, text);
   MS1File ms1;
   if (chunkLimit > 0) {
     loadMS1File(path, chunkLimit, ms1);
@@ -46,7 +44,7 @@ const char* const kTwoScans =
     "500.0 7.0\r\n";
 
 TEST(LoadMS1File, ReadsScansRetentionTimesInstrumentAndPeaks) {
-  TempFolder folder;
+  TempDir folder;
   LogWatch log;
   const MS1File ms1 = loadText(folder, kTwoScans);
   ASSERT_EQ(ms1.spectra.size(), 2u);
@@ -72,7 +70,7 @@ TEST(LoadMS1File, ReadsScansRetentionTimesInstrumentAndPeaks) {
 }
 
 TEST(LoadMS1File, RetTimeWithoutPointIsTenTimesLarger) {
-  TempFolder folder;
+  TempDir folder;
   const MS1File ms1 = loadText(folder,
                                "S\t1\t1\r\nI\tRetTime\t12\r\n"
                                "S\t2\t2\r\nI\tRetTime\t12.0\r\n");
@@ -82,7 +80,7 @@ TEST(LoadMS1File, RetTimeWithoutPointIsTenTimesLarger) {
 }
 
 TEST(LoadMS1File, InstrumentLettersAndFirstTypedScanDecidesTheName) {
-  TempFolder folder;
+  TempDir folder;
   const MS1File ms1 = loadText(folder,
                                "S\t1\t1\r\n"  // no type line
                                "S\t2\t2\r\nI\tInstrumentType\tITMS\r\n"
@@ -99,12 +97,12 @@ TEST(LoadMS1File, InstrumentLettersAndFirstTypedScanDecidesTheName) {
 }
 
 TEST(LoadMS1File, UnknownInstrumentNamesTheFileUnknown) {
-  TempFolder folder;
+  TempDir folder;
   EXPECT_EQ(loadText(folder, "S\t1\t1\r\nI\tInstrumentType\tTOF\r\n").instrumentName, "Unknown");
 }
 
 TEST(LoadMS1File, NoInstrumentTypeLineLeavesNameEmpty) {
-  TempFolder folder;
+  TempDir folder;
   const MS1File ms1 = loadText(folder, "S\t1\t1\r\n100.5 1.5\r\n");
   EXPECT_EQ(ms1.instrumentName, "");
   EXPECT_EQ(ms1.spectra[0].instrumentLetter, "");
@@ -112,7 +110,7 @@ TEST(LoadMS1File, NoInstrumentTypeLineLeavesNameEmpty) {
 }
 
 TEST(LoadMS1File, SpectrumWithoutPeaksIsKept) {
-  TempFolder folder;
+  TempDir folder;
   const MS1File ms1 = loadText(folder, "S\t1\t1\r\nI\tRetTime\t1.0\r\nS\t2\t2\r\n100.5 1.5\r\n");
   ASSERT_EQ(ms1.spectra.size(), 2u);
   EXPECT_TRUE(ms1.spectra[0].peaks.empty());
@@ -120,7 +118,7 @@ TEST(LoadMS1File, SpectrumWithoutPeaksIsKept) {
 }
 
 TEST(LoadMS1File, DuplicateScanBlocksGiveTwoSpectra) {
-  TempFolder folder;
+  TempDir folder;
   const MS1File ms1 = loadText(folder, "S\t7\t7\r\n100.5 1.5\r\nS\t7\t7\r\n200.5 2.5\r\n");
   ASSERT_EQ(ms1.spectra.size(), 2u);
   EXPECT_EQ(ms1.spectra[0].scanNumber, 7u);
@@ -160,7 +158,7 @@ void expectSameSpectra(const MS1File& expected, const MS1File& actual, std::int6
 }
 
 TEST(LoadMS1File, ChunkCutNeverSplitsASpectrum) {
-  TempFolder folder;
+  TempDir folder;
   const std::string text = manyScans(60);
   const MS1File whole = loadText(folder, text);
   ASSERT_EQ(whole.spectra.size(), 60u);
@@ -174,7 +172,7 @@ TEST(LoadMS1File, ChunkCutNeverSplitsASpectrum) {
 }
 
 TEST(LoadMS1File, FileOfExactlyTheChunkLimitIsCutBeforeItsLastScan) {
-  TempFolder folder;
+  TempDir folder;
   const std::string text = manyScans(5);
   const MS1File whole = loadText(folder, text);
   const MS1File chunked = loadText(folder, text, static_cast<std::int64_t>(text.size()));
@@ -182,7 +180,7 @@ TEST(LoadMS1File, FileOfExactlyTheChunkLimitIsCutBeforeItsLastScan) {
 }
 
 TEST(LoadMS1File, SpectrumLargerThanTheChunkIsSplitWithAnAlert) {
-  TempFolder folder;
+  TempDir folder;
   std::string path;
   LogWatch log;
   const MS1File ms1 = loadText(folder, "S\t1\t1\r\n100.5 1.5\r\n200.5 2.5\r\n", 10, &path);
@@ -205,7 +203,7 @@ TEST(MS1ChunkLength, CutsBeforeTheLastScanAtALineStart) {
 }
 
 TEST(LoadMS1File, BareLineFeedsLoseTheFirstCharacterAfterAPeakLineWithAlert) {
-  TempFolder folder;
+  TempDir folder;
   std::string path;
   LogWatch log;
   const MS1File ms1 =
@@ -230,7 +228,7 @@ TEST(LoadMS1File, BareLineFeedsLoseTheFirstCharacterAfterAPeakLineWithAlert) {
 }
 
 TEST(LoadMS1File, MissingFileRaisesTheDoesNotExistText) {
-  TempFolder folder;
+  TempDir folder;
   const std::string path = folder.file("none.ms1");
   MS1File ms1;
   try {
@@ -243,7 +241,7 @@ TEST(LoadMS1File, MissingFileRaisesTheDoesNotExistText) {
 }
 
 TEST(LoadMS1File, EmptyFileLoadsNoSpectra) {
-  TempFolder folder;
+  TempDir folder;
   LogWatch log;
   const MS1File ms1 = loadText(folder, "");
   EXPECT_EQ(ms1.spectrumCount, 0);
@@ -252,7 +250,7 @@ TEST(LoadMS1File, EmptyFileLoadsNoSpectra) {
 }
 
 TEST(LoadMS1File, TruncatedFileReadsUpToItsLastByte) {
-  TempFolder folder;
+  TempDir folder;
   const MS1File ms1 = loadText(folder, "S\t1\t1\r\nI\tRetTime\t12.5\r\n100.5 20");
   ASSERT_EQ(ms1.spectra.size(), 1u);
   EXPECT_EQ(ms1.spectra[0].retentionTime, 12.5);
@@ -269,7 +267,7 @@ TEST(LoadMS1File, TruncatedFileReadsUpToItsLastByte) {
 }
 
 TEST(LoadMS1File, ZeroByteEndsTheScanWithAlert) {
-  TempFolder folder;
+  TempDir folder;
   std::string path;
   LogWatch log;
   const MS1File ms1 =
@@ -283,7 +281,7 @@ TEST(LoadMS1File, ZeroByteEndsTheScanWithAlert) {
 }
 
 TEST(LoadMS1File, LinesBeforeTheFirstScanAreIgnoredWithAlert) {
-  TempFolder folder;
+  TempDir folder;
   std::string path;
   LogWatch log;
   const MS1File ms1 = loadText(folder,
@@ -300,9 +298,9 @@ TEST(LoadMS1File, LinesBeforeTheFirstScanAreIgnoredWithAlert) {
 }
 
 TEST(LoadMS1File, RandomBytesNeverCrashOrHang) {
-  TempFolder folder;
+  TempDir folder;
   for (std::uint64_t seed = 1; seed <= 20; ++seed) {
-    const std::string bytes = testing_support::pseudoRandomBytes(200000, seed, seed % 2 == 0);
+    const std::string bytes = testing::pseudoRandomBytes(200000, seed, seed % 2 == 0);
     for (std::int64_t limit : {std::int64_t{0}, std::int64_t{4096}}) {
       const MS1File ms1 = loadText(folder, bytes, limit);
       EXPECT_EQ(ms1.spectrumCount, static_cast<std::int64_t>(ms1.spectra.size()));
@@ -311,7 +309,7 @@ TEST(LoadMS1File, RandomBytesNeverCrashOrHang) {
 }
 
 TEST(LoadMS1File, TenMegabyteSingleLineIsScannedToTheEnd) {
-  TempFolder folder;
+  TempDir folder;
   const MS1File digits = loadText(folder, std::string(10'000'000, '1'));
   EXPECT_EQ(digits.spectrumCount, 0);  // a peak line before any scan: ignored
   const MS1File letters =

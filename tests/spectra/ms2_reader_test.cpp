@@ -7,20 +7,18 @@
 #include <string>
 #include <vector>
 
-#include "ms_text_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 #include "startup/run_failure.h"
 
 namespace corvid {
 namespace {
 
-using testing_support::LogWatch;
-using testing_support::TempFolder;
-using testing_support::writeBytes;
+using namespace testing;
 
-MS2File loadText(const TempFolder& folder, const std::string& text,
+MS2File loadText(const TempDir& folder, const std::string& text,
                  std::string* pathOut = nullptr) {
   const std::string path = folder.file("run.ms2");
-  writeBytes(path, text);
+  writeFile(path, text);
   MS2File ms2;
   loadMS2File(path, ms2);
   if (pathOut != nullptr) *pathOut = path;
@@ -47,7 +45,7 @@ const char* const kOneScan =
     "800.4 12.0\r\n";
 
 TEST(LoadMS2File, ReadsEveryRecognisedLine) {
-  TempFolder folder;
+  TempDir folder;
   LogWatch log;
   const MS2File ms2 = loadText(folder, kOneScan);
   ASSERT_EQ(ms2.spectra.size(), 1u);
@@ -83,7 +81,7 @@ TEST(LoadMS2File, ReadsEveryRecognisedLine) {
 }
 
 TEST(LoadMS2File, ChargeZeroBecomesTwoAndZeroMassIsRebuiltFromActivationCenter) {
-  TempFolder folder;
+  TempDir folder;
   const MS2File ms2 =
       loadText(folder, "S\t1\t1\t500.25\r\nI\tActivationCenter\t500.25\r\nZ\t0\t0.0\r\n");
   ASSERT_EQ(ms2.spectra.size(), 1u);
@@ -93,14 +91,14 @@ TEST(LoadMS2File, ChargeZeroBecomesTwoAndZeroMassIsRebuiltFromActivationCenter) 
 }
 
 TEST(LoadMS2File, EmptyChargeFieldBecomesTwo) {
-  TempFolder folder;
+  TempDir folder;
   const MS2File ms2 = loadText(folder, "S\t1\t1\r\nZ\t\t1000.5\r\n");
   EXPECT_EQ(ms2.spectra[0].charge, 2);
   EXPECT_EQ(ms2.spectra[0].precursorMH, 1000.5);
 }
 
 TEST(LoadMS2File, MassIsRebuiltOnlyStrictlyInsideTheZeroBand) {
-  TempFolder folder;
+  TempDir folder;
   const MS2File ms2 = loadText(folder,
                                "S\t1\t1\r\nI\tActivationCenter\t400.0\r\nZ\t3\t0.00001\r\n"
                                "S\t2\t2\r\nI\tActivationCenter\t400.0\r\nZ\t3\t0.000009\r\n");
@@ -109,26 +107,26 @@ TEST(LoadMS2File, MassIsRebuiltOnlyStrictlyInsideTheZeroBand) {
 }
 
 TEST(LoadMS2File, ZeroMassBeforeActivationCenterUsesCenterZero) {
-  TempFolder folder;
+  TempDir folder;
   const MS2File ms2 = loadText(folder, "S\t1\t1\r\nZ\t3\t0.0\r\nI\tActivationCenter\t400.0\r\n");
   EXPECT_EQ(ms2.spectra[0].precursorMH, -2 * 1.007276);
   EXPECT_EQ(ms2.spectra[0].activationCenter, 400.0);
 }
 
 TEST(LoadMS2File, LaterChargeLineOverwritesTheEarlierOne) {
-  TempFolder folder;
+  TempDir folder;
   const MS2File ms2 = loadText(folder, "S\t1\t1\r\nZ\t2\t1000.5\r\nZ\t3\t1500.75\r\n");
   EXPECT_EQ(ms2.spectra[0].charge, 3);
   EXPECT_EQ(ms2.spectra[0].precursorMH, 1500.75);
 }
 
 TEST(LoadMS2File, MassWithoutPointIsTenTimesLarger) {
-  TempFolder folder;
+  TempDir folder;
   EXPECT_EQ(loadText(folder, "S\t1\t1\r\nZ\t2\t1000\r\n").spectra[0].precursorMH, 10000.0);
 }
 
 TEST(LoadMS2File, PqdOnIonTrapGetsCodeMinusOneAndNoGroup) {
-  TempFolder folder;
+  TempDir folder;
   std::string path;
   LogWatch log;
   const MS2File ms2 =
@@ -147,7 +145,7 @@ TEST(LoadMS2File, PqdOnIonTrapGetsCodeMinusOneAndNoGroup) {
 }
 
 TEST(LoadMS2File, PqdOnFourierTransformBelongsToNoGroup) {
-  TempFolder folder;
+  TempDir folder;
   std::string path;
   LogWatch log;
   const MS2File ms2 =
@@ -163,7 +161,7 @@ TEST(LoadMS2File, PqdOnFourierTransformBelongsToNoGroup) {
 }
 
 TEST(LoadMS2File, NoInstrumentTypeLineKeepsGroupZeroWithoutSettingItsFlag) {
-  TempFolder folder;
+  TempDir folder;
   std::string path;
   LogWatch log;
   const MS2File ms2 = loadText(folder, "S\t1\t1\r\nI\tActivationType\tETD\r\n100.5 1.0\r\n", &path);
@@ -177,7 +175,7 @@ TEST(LoadMS2File, NoInstrumentTypeLineKeepsGroupZeroWithoutSettingItsFlag) {
 }
 
 TEST(LoadMS2File, EveryActivationAndAnalyzerGivesItsGroup) {
-  TempFolder folder;
+  TempDir folder;
   std::string text;
   const char* const types[] = {"CID", "ETD", "HCD"};
   const char* const analyzers[] = {"ITMS", "FTMS"};
@@ -198,7 +196,7 @@ TEST(LoadMS2File, EveryActivationAndAnalyzerGivesItsGroup) {
 }
 
 TEST(LoadMS2File, QuadrupoleTimeOfFlightCountsAsFourierTransformAndOthersAsIonTrap) {
-  TempFolder folder;
+  TempDir folder;
   const MS2File ms2 = loadText(folder,
                                "S\t1\t1\r\nI\tActivationType\tCID\r\nI\tInstrumentType\tQTOF\r\n"
                                "S\t2\t2\r\nI\tActivationType\tCID\r\nI\tInstrumentType\tXYZ\r\n");
@@ -209,7 +207,7 @@ TEST(LoadMS2File, QuadrupoleTimeOfFlightCountsAsFourierTransformAndOthersAsIonTr
 }
 
 TEST(LoadMS2File, InstrumentTypeBeforeActivationTypeBelongsToNoGroup) {
-  TempFolder folder;
+  TempDir folder;
   const MS2File ms2 =
       loadText(folder, "S\t1\t1\r\nI\tInstrumentType\tFTMS\r\nI\tActivationType\tCID\r\n");
   EXPECT_EQ(ms2.spectra[0].activationCode, 1);
@@ -220,7 +218,7 @@ TEST(LoadMS2File, InstrumentTypeBeforeActivationTypeBelongsToNoGroup) {
 }
 
 TEST(LoadMS2File, RetTimeWithoutPointIsTenTimesLarger) {
-  TempFolder folder;
+  TempDir folder;
   const MS2File ms2 =
       loadText(folder, "S\t1\t1\r\nI\tRetTime\t12\r\nS\t2\t2\r\nI\tRetTime\t12.0\r\n");
   EXPECT_EQ(ms2.spectra[0].retentionTime, 120.0);
@@ -228,7 +226,7 @@ TEST(LoadMS2File, RetTimeWithoutPointIsTenTimesLarger) {
 }
 
 TEST(LoadMS2File, SpectrumWithoutPeaksIsKept) {
-  TempFolder folder;
+  TempDir folder;
   const MS2File ms2 = loadText(folder, "S\t1\t1\r\nZ\t2\t1000.5\r\nS\t2\t2\r\n100.5 1.0\r\n");
   ASSERT_EQ(ms2.spectra.size(), 2u);
   EXPECT_TRUE(ms2.spectra[0].peaks.empty());
@@ -236,7 +234,7 @@ TEST(LoadMS2File, SpectrumWithoutPeaksIsKept) {
 }
 
 TEST(LoadMS2File, DuplicateScanBlocksGiveTwoSpectra) {
-  TempFolder folder;
+  TempDir folder;
   const MS2File ms2 = loadText(folder, "S\t5\t5\r\nZ\t2\t1000.5\r\nS\t5\t5\r\nZ\t3\t1200.5\r\n");
   ASSERT_EQ(ms2.spectra.size(), 2u);
   EXPECT_EQ(ms2.spectra[0].scanNumber, 5u);
@@ -245,17 +243,17 @@ TEST(LoadMS2File, DuplicateScanBlocksGiveTwoSpectra) {
 }
 
 TEST(LoadMS2File, OverlongScanNumberWrapsAround) {
-  TempFolder folder;
+  TempDir folder;
   EXPECT_EQ(loadText(folder, "S\t99999999999\t1\r\n").spectra[0].scanNumber, 1215752191u);
 }
 
 TEST(LoadMS2File, ReloadingClearsTheRecordFirst) {
-  TempFolder folder;
+  TempDir folder;
   const std::string path = folder.file("a.ms2");
-  writeBytes(path, kOneScan);
+  writeFile(path, kOneScan);
   MS2File ms2;
   loadMS2File(path, ms2);
-  writeBytes(path, "S\t1\t1\r\n");
+  writeFile(path, "S\t1\t1\r\n");
   loadMS2File(path, ms2);
   EXPECT_EQ(ms2.spectrumCount, 1);
   EXPECT_EQ(ms2.groupPresent, (std::array<std::uint8_t, 6>{}));
@@ -294,7 +292,7 @@ TEST(LoadMS2Text, LengthBelow2GiBLoadsTheText) {
 }
 
 TEST(LoadMS2File, BareLineFeedsLoseTheFirstCharacterAfterAPeakLineWithAlert) {
-  TempFolder folder;
+  TempDir folder;
   std::string path;
   LogWatch log;
   const MS2File ms2 = loadText(folder, "S\t1\t1\r\n100.5 10.0\n200.5 20.0\r\n", &path);
@@ -309,7 +307,7 @@ TEST(LoadMS2File, BareLineFeedsLoseTheFirstCharacterAfterAPeakLineWithAlert) {
 }
 
 TEST(LoadMS2File, BareLineFeedFileWithoutPeaksIsStillReported) {
-  TempFolder folder;
+  TempDir folder;
   std::string path;
   LogWatch log;
   const MS2File ms2 = loadText(folder, "H\tExtractor\tQuarry\nS\t1\t1\n", &path);
@@ -320,7 +318,7 @@ TEST(LoadMS2File, BareLineFeedFileWithoutPeaksIsStillReported) {
 }
 
 TEST(LoadMS2File, MissingFileRaisesTheDoesNotExistText) {
-  TempFolder folder;
+  TempDir folder;
   const std::string path = folder.file("none.ms2");
   MS2File ms2;
   try {
@@ -333,7 +331,7 @@ TEST(LoadMS2File, MissingFileRaisesTheDoesNotExistText) {
 }
 
 TEST(LoadMS2File, EmptyFileLoadsNoSpectra) {
-  TempFolder folder;
+  TempDir folder;
   LogWatch log;
   const MS2File ms2 = loadText(folder, "");
   EXPECT_EQ(ms2.spectrumCount, 0);
@@ -342,7 +340,7 @@ TEST(LoadMS2File, EmptyFileLoadsNoSpectra) {
 }
 
 TEST(LoadMS2File, TruncatedFileReadsUpToItsLastByte) {
-  TempFolder folder;
+  TempDir folder;
   const MS2File cutInCharge = loadText(folder, "S\t1\t1\r\nI\tActivationCenter\t300.5\r\nZ\t3");
   EXPECT_EQ(cutInCharge.spectra[0].charge, 3);
   EXPECT_EQ(cutInCharge.spectra[0].precursorMH, 3 * 300.5 - 2 * 1.007276);
@@ -358,7 +356,7 @@ TEST(LoadMS2File, TruncatedFileReadsUpToItsLastByte) {
 }
 
 TEST(LoadMS2File, ZeroByteEndsTheScanWithAlert) {
-  TempFolder folder;
+  TempDir folder;
   std::string path;
   LogWatch log;
   const MS2File ms2 = loadText(folder, std::string("S\t1\t1\r\n\0S\t2\t2\r\n", 15), &path);
@@ -372,7 +370,7 @@ TEST(LoadMS2File, ZeroByteEndsTheScanWithAlert) {
 }
 
 TEST(LoadMS2File, LinesBeforeTheFirstScanAreIgnoredWithAlert) {
-  TempFolder folder;
+  TempDir folder;
   std::string path;
   LogWatch log;
   const MS2File ms2 = loadText(folder,
@@ -388,16 +386,16 @@ TEST(LoadMS2File, LinesBeforeTheFirstScanAreIgnoredWithAlert) {
 }
 
 TEST(LoadMS2File, RandomBytesNeverCrashOrHang) {
-  TempFolder folder;
+  TempDir folder;
   for (std::uint64_t seed = 1; seed <= 20; ++seed) {
     const MS2File ms2 =
-        loadText(folder, testing_support::pseudoRandomBytes(200000, seed, seed % 2 == 0));
+        loadText(folder, testing::pseudoRandomBytes(200000, seed, seed % 2 == 0));
     EXPECT_EQ(ms2.spectrumCount, static_cast<std::int32_t>(ms2.spectra.size()));
   }
 }
 
 TEST(LoadMS2File, TenMegabyteSingleLineIsScannedToTheEnd) {
-  TempFolder folder;
+  TempDir folder;
   const MS2File ms2 = loadText(folder, "S\t1\t1\r\nI\tRetTime\t" + std::string(10'000'000, '5'));
   ASSERT_EQ(ms2.spectrumCount, 1);
   EXPECT_TRUE(std::isinf(ms2.spectra[0].retentionTime));

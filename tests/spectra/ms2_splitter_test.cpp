@@ -5,16 +5,13 @@
 #include <string>
 #include <vector>
 
-#include "ms_text_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 #include "startup/run_failure.h"
 
 namespace corvid {
 namespace {
 
-using testing_support::LogWatch;
-using testing_support::readBytes;
-using testing_support::TempFolder;
-using testing_support::writeBytes;
+using namespace testing;
 
 const char* const kHeader = "H\tCreationDate\tMon Jan 01 00:00:00 2024\r\nH\tExtractor\tQuarry\r\n";
 
@@ -39,19 +36,19 @@ int countScanLines(const std::string& text) {
 }
 
 TEST(SplitMS2, TwentyScansInPartsOfEightGiveEightEightFour) {
-  TempFolder folder;
+  TempDir folder;
   const std::string path = folder.file("run1.ms2");
   const std::string text = ms2Text(20);
-  writeBytes(path, text);
+  writeFile(path, text);
   std::vector<std::string> parts;
   LogWatch log;
   ASSERT_EQ(splitMS2(path, 8, parts), 3);
   const std::vector<std::string> expectedPaths = {
       folder.file("run1_ID_0.ms2"), folder.file("run1_ID_1.ms2"), folder.file("run1_ID_2.ms2")};
   EXPECT_EQ(parts, expectedPaths);
-  const std::string part0 = readBytes(parts[0]);
-  const std::string part1 = readBytes(parts[1]);
-  const std::string part2 = readBytes(parts[2]);
+  const std::string part0 = readFile(parts[0]);
+  const std::string part1 = readFile(parts[1]);
+  const std::string part2 = readFile(parts[2]);
   EXPECT_EQ(countScanLines(part0), 8);
   EXPECT_EQ(countScanLines(part1), 8);
   EXPECT_EQ(countScanLines(part2), 4);
@@ -68,27 +65,27 @@ TEST(SplitMS2, TwentyScansInPartsOfEightGiveEightEightFour) {
 }
 
 TEST(SplitMS2, ExactMultipleOfThePartSizeMakesNoEmptyPart) {
-  TempFolder folder;
+  TempDir folder;
   const std::string path = folder.file("run.ms2");
-  writeBytes(path, ms2Text(16));
+  writeFile(path, ms2Text(16));
   std::vector<std::string> parts;
   EXPECT_EQ(splitMS2(path, 8, parts), 2);
   EXPECT_EQ(parts.size(), 2u);
 }
 
 TEST(SplitMS2, TwoHundredThousandScansGiveEightyEightyForty) {
-  TempFolder folder;
+  TempDir folder;
   const std::string path = folder.file("big.ms2");
   // About 18 MB: more than one 16 MiB read block, so a cut also has to work across blocks.
   const std::string text = ms2Text(200000);
-  writeBytes(path, text);
+  writeFile(path, text);
   ParameterTable parameters{{"input_format", "raw"}};
   std::vector<std::string> parts;
   ASSERT_EQ(splitMS2(parameters, path, parts), 3);
   std::string joined;
   const int expected[] = {80000, 80000, 40000};
   for (std::size_t k = 0; k < parts.size(); ++k) {
-    const std::string part = readBytes(parts[k]);
+    const std::string part = readFile(parts[k]);
     EXPECT_EQ(countScanLines(part), expected[k]) << parts[k];
     joined += part;
   }
@@ -96,31 +93,31 @@ TEST(SplitMS2, TwoHundredThousandScansGiveEightyEightyForty) {
 }
 
 TEST(SplitMS2, ByteCopyKeepsEveryLineEndAndAMissingLastLineEnd) {
-  TempFolder folder;
+  TempDir folder;
   const std::string path = folder.file("mixed.ms2");
   const std::string text = "H\tx\r\nS\t1\t1\n1.5 2.5\r\n\r\nS\t2\t2\r\n3.5 4.5\nS\t3\t3\r\n5.5 6.5";
-  writeBytes(path, text);
+  writeFile(path, text);
   std::vector<std::string> parts;
   ASSERT_EQ(splitMS2(path, 1, parts), 3);
-  EXPECT_EQ(readBytes(parts[0]), "H\tx\r\nS\t1\t1\n1.5 2.5\r\n\r\n");
-  EXPECT_EQ(readBytes(parts[1]), "S\t2\t2\r\n3.5 4.5\n");
-  EXPECT_EQ(readBytes(parts[2]), "S\t3\t3\r\n5.5 6.5");
+  EXPECT_EQ(readFile(parts[0]), "H\tx\r\nS\t1\t1\n1.5 2.5\r\n\r\n");
+  EXPECT_EQ(readFile(parts[1]), "S\t2\t2\r\n3.5 4.5\n");
+  EXPECT_EQ(readFile(parts[2]), "S\t3\t3\r\n5.5 6.5");
 }
 
 TEST(SplitMS2, EmptyFileGivesOneEmptyPart) {
-  TempFolder folder;
+  TempDir folder;
   const std::string path = folder.file("empty.ms2");
-  writeBytes(path, "");
+  writeFile(path, "");
   std::vector<std::string> parts;
   LogWatch log;
   EXPECT_EQ(splitMS2(path, 8, parts), 1);
-  EXPECT_EQ(readBytes(parts[0]), "");
+  EXPECT_EQ(readFile(parts[0]), "");
   EXPECT_EQ(log.messages(),
             std::vector<std::string>{"File 0: " + folder.file("empty_ID_0.ms2") + " complete!"});
 }
 
 TEST(SplitMS2, MissingFileRaisesAClearFailure) {
-  TempFolder folder;
+  TempDir folder;
   const std::string path = folder.file("none.ms2");
   std::vector<std::string> parts;
   try {
@@ -133,9 +130,9 @@ TEST(SplitMS2, MissingFileRaisesAClearFailure) {
 }
 
 TEST(SplitMS2, UnwritablePartRaisesAClearFailure) {
-  TempFolder folder;
+  TempDir folder;
   const std::string path = folder.file("run.ms2");
-  writeBytes(path, ms2Text(2));
+  writeFile(path, ms2Text(2));
   std::filesystem::create_directories(folder.file("run_ID_0.ms2"));  // a folder in the way
   std::vector<std::string> parts;
   try {

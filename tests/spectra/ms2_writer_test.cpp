@@ -4,16 +4,12 @@
 
 #include <filesystem>
 
-#include "tests/spectra/writer_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 
 namespace corvid {
 namespace {
 
-using testing_support::logMark;
-using testing_support::logMessagesSince;
-using testing_support::makeSpectrum;
-using testing_support::readBytes;
-using testing_support::TempFolder;
+using namespace testing;
 
 constexpr std::string_view kHeaderAfterDate =
     "H\tExtractor\tCorvid\r\n"
@@ -47,7 +43,7 @@ std::string writeWithoutDate(GroupExport& group, const MS2File& file, const Para
   EXPECT_TRUE(writeMS2(group, file, table, path));
   std::string printed = ::testing::internal::GetCapturedStdout();
   if (console != nullptr) *console = printed;
-  std::string text = readBytes(path);
+  std::string text = readFile(path);
   std::size_t lineEnd = text.find("\r\n");
   EXPECT_NE(lineEnd, std::string::npos);
   std::string dateLine = text.substr(0, lineEnd);
@@ -60,7 +56,7 @@ std::string writeWithoutDate(GroupExport& group, const MS2File& file, const Para
 }
 
 TEST(WriteMS2, GoldenFileApartFromTheCreationDate) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   file.spectra = {hcdSpectrum(12), hcdSpectrum(1234567)};
   file.spectra[1].peaks.clear();
@@ -94,7 +90,7 @@ TEST(WriteMS2, GoldenFileApartFromTheCreationDate) {
 }
 
 TEST(WriteMS2, ScanTwelveIsZeroPaddedInBothFields) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   file.spectra = {hcdSpectrum(12)};
   GroupExport group = groupOf(file, {});
@@ -104,7 +100,7 @@ TEST(WriteMS2, ScanTwelveIsZeroPaddedInBothFields) {
 }
 
 TEST(WriteMS2, RowWithChargeThreeGivesItsMass) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   file.spectra = {hcdSpectrum(40)};
   GroupExport group = groupOf(file, {{40.0, 3.0, 500.0}, {40.0, 2.0, 612.5}});
@@ -119,7 +115,7 @@ TEST(WriteMS2, RowWithChargeThreeGivesItsMass) {
 }
 
 TEST(WriteMS2, SwitchOffLeavesOnlyTheFiveHeaderLines) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   file.spectra = {hcdSpectrum(12), hcdSpectrum(13)};
   GroupExport group = groupOf(file, {});
@@ -130,7 +126,7 @@ TEST(WriteMS2, SwitchOffLeavesOnlyTheFiveHeaderLines) {
 }
 
 TEST(WriteMS2, SpectrumWithoutPeaksHasZeroPeakCountAndNoPeakLines) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   file.spectra = {hcdSpectrum(12)};
   file.spectra[0].peaks.clear();
@@ -142,7 +138,7 @@ TEST(WriteMS2, SpectrumWithoutPeaksHasZeroPeakCountAndNoPeakLines) {
 }
 
 TEST(WriteMS2, LinesSitWhereTheMS2LoaderLooks) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   file.spectra = {hcdSpectrum(12)};
   GroupExport group = groupOf(file, {});
@@ -168,7 +164,7 @@ TEST(WriteMS2, LinesSitWhereTheMS2LoaderLooks) {
 }
 
 TEST(WriteMS2, UncreatableFilePrintsDiskMessageOnStandardError) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   file.spectra = {hcdSpectrum(12)};
   GroupExport group = groupOf(file, {});
@@ -181,19 +177,19 @@ TEST(WriteMS2, UncreatableFilePrintsDiskMessageOnStandardError) {
 }
 
 TEST(WriteMS2, EmptyPathWritesTheFallbackFile) {
-  TempFolder folder;
+  TempDir folder;
   std::filesystem::path previous = std::filesystem::current_path();
-  std::filesystem::current_path(folder.path);
+  std::filesystem::current_path(folder.path());
   MS2File file;
   GroupExport group;
   bool written = writeMS2(group, file, ParameterTable{}, "");
   std::filesystem::current_path(previous);
   EXPECT_TRUE(written);
-  EXPECT_TRUE(std::filesystem::exists(folder.path / "C:\\test.ms2"));
+  EXPECT_TRUE(std::filesystem::exists(folder.path() / "C:\\test.ms2"));
 }
 
 TEST(WriteMS2, ProgressTextAndSkippedSpectraAlert) {
-  TempFolder folder;
+  TempDir folder;
   MS2File file;
   file.spectra = {hcdSpectrum(10), hcdSpectrum(20), hcdSpectrum(30)};
   GroupExport group = groupOf(file, {{15.0, 2.0, 400.0}});

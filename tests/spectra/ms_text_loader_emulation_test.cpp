@@ -9,16 +9,13 @@
 #include <string>
 #include <vector>
 
-#include "open_format_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 #include "spectra/open_format_extractor.h"
 
 namespace corvid {
 namespace {
 
-using testing::exists;
-using testing::fixturePath;
-using testing::readBytes;
-using testing::TempFolder;
+using namespace testing;
 
 // The loaders' decimal scanner, up to a carriage return, blank or TAB.
 double decimalScan(const char*& p) {
@@ -127,9 +124,9 @@ std::vector<LoadedScan> loadLikeCorvid(const std::string& text, bool ms2) {
 }
 
 TEST(LoaderEmulation, FixtureMS2ValuesReachTheLoader) {
-  TempFolder temp;
+  TempDir temp;
   ASSERT_TRUE(extractOpenFormat(fixturePath("small.mzML"), temp.folder(), "small"));
-  std::vector<LoadedScan> scans = loadLikeCorvid(readBytes(temp.file("small.ms2")), true);
+  std::vector<LoadedScan> scans = loadLikeCorvid(readFile(temp.file("small.ms2")), true);
   ASSERT_EQ(scans.size(), 4U);
   const LoadedScan& cid = scans[0];
   EXPECT_EQ(cid.scan, 2);
@@ -162,10 +159,10 @@ TEST(LoaderEmulation, BSA1ValuesReachTheLoader) {
                           ? fromEnvironment
                           : "/root/.cache/corvid/pkg/usr/share/doc/openms/examples/BSA/BSA1.mzML";
   if (!exists(input)) GTEST_SKIP() << "BSA1.mzML not found (set CORVID_BSA1)";
-  TempFolder temp;
+  TempDir temp;
   ASSERT_TRUE(extractOpenFormat(input, temp.folder(), "BSA1"));
   for (bool ms2 : {false, true}) {
-    std::string text = readBytes(temp.file(ms2 ? "BSA1.ms2" : "BSA1.ms1"));
+    std::string text = readFile(temp.file(ms2 ? "BSA1.ms2" : "BSA1.ms1"));
     std::vector<LoadedScan> scans = loadLikeCorvid(text, ms2);
     ASSERT_EQ(scans.size(), ms2 ? 1120U : 564U);
     // The same values read with the C library, line by line.

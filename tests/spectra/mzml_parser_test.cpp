@@ -4,15 +4,13 @@
 
 #include <libmsnumpress/MSNumpress.hpp>
 
-#include "open_format_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 #include "spectra/open_format_extractor.h"
 
 namespace corvid {
 namespace {
 
-using testing::readBytes;
-using testing::TempFolder;
-using testing::writeBytes;
+using namespace testing;
 
 std::string base64Of(const std::vector<unsigned char>& bytes) {
   static const char* alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -71,8 +69,8 @@ TEST(ReadMzMLFile, NumpressArraysThroughParameterGroups) {
  </spectrumList></run>
 </mzML>
 )";
-  TempFolder temp;
-  writeBytes(temp.file("np.mzML"), text);
+  TempDir temp;
+  writeFile(temp.file("np.mzML"), text);
   std::string error;
   std::vector<OpenSpectrum> spectra = readAll(temp.file("np.mzML"), error);
   ASSERT_EQ(spectra.size(), 1U);
@@ -83,7 +81,7 @@ TEST(ReadMzMLFile, NumpressArraysThroughParameterGroups) {
     EXPECT_EQ(spectra[0].intensity[i], intensity[i]);
   }
   ASSERT_TRUE(extractOpenFormat(temp.file("np.mzML"), temp.folder(), "np"));
-  EXPECT_EQ(readBytes(temp.file("np.ms1")),
+  EXPECT_EQ(readFile(temp.file("np.ms1")),
             "S\t000009\t000009\r\nI\tRetTime\t0.000000\r\nI\tInstrumentType\tITMS\r\n"
             "100.123450 10.0000\r\n200.500000 2000.0000\r\n445.987650 123456.0000\r\n");
 }
@@ -113,8 +111,8 @@ const char* kTwoSpectra = R"(<?xml version="1.0"?>
 
 // The first scan, precursor and selected ion count; product windows do not; minutes become seconds.
 TEST(ReadMzMLFile, FirstScanAndPrecursorOnly) {
-  TempFolder temp;
-  writeBytes(temp.file("two.mzML"), kTwoSpectra);
+  TempDir temp;
+  writeFile(temp.file("two.mzML"), kTwoSpectra);
   std::string error;
   std::vector<OpenSpectrum> spectra = readAll(temp.file("two.mzML"), error);
   ASSERT_EQ(spectra.size(), 2U);
@@ -134,13 +132,13 @@ TEST(ReadMzMLFile, FirstScanAndPrecursorOnly) {
 // A reference to a later spectrum is resolved once all spectra are known: the headers are then
 // rewritten although the native numbers stand.
 TEST(ExtractOpenFormat, ForwardPrecursorReferenceIsResolved) {
-  TempFolder temp;
+  TempDir temp;
   std::string text = kTwoSpectra;
   // Put the MS1 spectrum first in retention time but keep the reference pointing forward.
   text.replace(text.find("value=\"200.0\""), 13, "value=\"160.0\"");
-  writeBytes(temp.file("fwd.mzML"), text);
+  writeFile(temp.file("fwd.mzML"), text);
   ASSERT_TRUE(extractOpenFormat(temp.file("fwd.mzML"), temp.folder(), "fwd"));
-  std::string ms2 = readBytes(temp.file("fwd.ms2"));
+  std::string ms2 = readFile(temp.file("fwd.ms2"));
   EXPECT_NE(ms2.find("I\tPrecursorScan\t2\r\n"), std::string::npos) << ms2;
   EXPECT_NE(ms2.find("S\t000001\t000001\t610.500000\r\n"), std::string::npos) << ms2;
   EXPECT_NE(ms2.find("I\tActivationCenter\t610.500000\r\n"), std::string::npos) << ms2;
@@ -163,8 +161,8 @@ TEST(ReadMzMLFile, ActivationPreferences) {
         "<mzML><run><spectrumList><spectrum id=\"scan=1\" defaultArrayLength=\"0\">"
         "<cvParam accession=\"MS:1000511\" value=\"2\"/><precursorList><precursor><activation>" +
         params + "</activation></precursor></precursorList></spectrum></spectrumList></run></mzML>";
-    TempFolder temp;
-    writeBytes(temp.file("a.mzML"), text);
+    TempDir temp;
+    writeFile(temp.file("a.mzML"), text);
     std::string error;
     std::vector<OpenSpectrum> spectra = readAll(temp.file("a.mzML"), error);
     ASSERT_EQ(spectra.size(), 1U);

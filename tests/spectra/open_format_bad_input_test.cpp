@@ -5,25 +5,20 @@
 #include <cstring>
 #include <limits>
 
-#include "open_format_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 #include "spectra/open_format_extractor.h"
 
 namespace corvid {
 namespace {
 
-using testing::exists;
-using testing::fixturePath;
-using testing::logSince;
-using testing::readBytes;
-using testing::TempFolder;
-using testing::writeBytes;
+using namespace testing;
 
 // Extraction of `bytes`, saved as `name`, must fail with an error naming the file and `problem`,
 // and leave neither a marker nor partial outputs.
 void expectFailure(const std::string& name, const std::string& bytes, const std::string& problem) {
-  TempFolder temp;
+  TempDir temp;
   std::string input = temp.file(name);
-  writeBytes(input, bytes);
+  writeFile(input, bytes);
   std::string stem = name.substr(0, name.rfind('.'));
   std::size_t mark = runLogLines().size();
   EXPECT_FALSE(extractOpenFormat(input, temp.folder(), stem));
@@ -35,7 +30,7 @@ void expectFailure(const std::string& name, const std::string& bytes, const std:
     EXPECT_FALSE(exists(temp.file(stem + suffix))) << suffix;
 }
 
-std::string smallMzML() { return readBytes(fixturePath("small.mzML")); }
+std::string smallMzML() { return readFile(fixturePath("small.mzML")); }
 
 std::string replaced(std::string text, const std::string& from, const std::string& to) {
   std::size_t at = text.find(from);
@@ -45,7 +40,7 @@ std::string replaced(std::string text, const std::string& from, const std::strin
 }
 
 TEST(ExtractOpenFormatBadInput, MissingFileIsReported) {
-  TempFolder temp;
+  TempDir temp;
   std::size_t mark = runLogLines().size();
   EXPECT_FALSE(extractOpenFormat(temp.file("absent.mzML"), temp.folder(), "absent"));
   EXPECT_NE(logSince(mark).find("Cannot extract " + temp.file("absent.mzML") +
@@ -66,9 +61,9 @@ TEST(ExtractOpenFormatBadInput, TruncatedMzMLIsReported) {
 // Every cut of the fixture fails cleanly: no crash, no hang, no marker.
 TEST(ExtractOpenFormatBadInput, EveryTruncationFailsCleanly) {
   std::string text = smallMzML();
-  TempFolder temp;
+  TempDir temp;
   for (std::size_t length = 0; length + 1 < text.size(); length += 37) {
-    writeBytes(temp.file("cut.mzML"), text.substr(0, length));
+    writeFile(temp.file("cut.mzML"), text.substr(0, length));
     ASSERT_FALSE(extractOpenFormat(temp.file("cut.mzML"), temp.folder(), "cut")) << length;
     ASSERT_FALSE(exists(temp.file("cut.quarry"))) << length;
     ASSERT_FALSE(exists(temp.file("cut.ms1"))) << length;
@@ -149,16 +144,16 @@ TEST(ExtractOpenFormatBadInput, NonFinitePeakValueIsReported) {
 
 TEST(ExtractOpenFormatBadInput, WrongMzXMLPeakCountIsReported) {
   std::string text =
-      replaced(readBytes(fixturePath("nested.mzXML")), "peaksCount=\"2\"", "peaksCount=\"3\"");
+      replaced(readFile(fixturePath("nested.mzXML")), "peaksCount=\"2\"", "peaksCount=\"3\"");
   expectFailure("count.mzXML", text,
                 "scan \"scan=21\" declares 3 peaks but its peak list holds 4 values");
 }
 
 TEST(ExtractOpenFormatBadInput, StaleMarkerAndOutputsAreRemovedOnFailure) {
-  TempFolder temp;
+  TempDir temp;
   for (const char* suffix : {".quarry", ".ms1", ".ms2", "_scans.csv"})
-    writeBytes(temp.file(std::string("old") + suffix), "stale");
-  writeBytes(temp.file("old.mzML"), "<mzML><run><spectrumList>");
+    writeFile(temp.file(std::string("old") + suffix), "stale");
+  writeFile(temp.file("old.mzML"), "<mzML><run><spectrumList>");
   EXPECT_FALSE(extractOpenFormat(temp.file("old.mzML"), temp.folder(), "old"));
   for (const char* suffix : {".quarry", ".ms1", ".ms2", "_scans.csv"})
     EXPECT_FALSE(exists(temp.file(std::string("old") + suffix))) << suffix;
@@ -166,7 +161,7 @@ TEST(ExtractOpenFormatBadInput, StaleMarkerAndOutputsAreRemovedOnFailure) {
 }
 
 TEST(ExtractOpenFormatBadInput, UnwritableFolderIsReported) {
-  TempFolder temp;
+  TempDir temp;
   std::size_t mark = runLogLines().size();
   EXPECT_FALSE(extractOpenFormat(fixturePath("small.mzML"), temp.file("no/such/folder/"), "small"));
   EXPECT_NE(logSince(mark).find("the MS1/MS2 text files cannot be created"), std::string::npos);

@@ -2,32 +2,28 @@
 
 #include <gtest/gtest.h>
 
-#include "open_format_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 
 namespace corvid {
 namespace {
 
-using testing::exists;
-using testing::fixturePath;
-using testing::logSince;
-using testing::readBytes;
-using testing::TempFolder;
+using namespace testing;
 
 // Extracts a fixture into a fresh folder and compares the three text outputs byte for byte.
 void expectExtractsLikeExpected(const std::string& fixture, const std::string& stem) {
-  TempFolder temp;
+  TempDir temp;
   ASSERT_TRUE(extractOpenFormat(fixturePath(fixture), temp.folder(), stem));
   for (const char* suffix : {".ms1", ".ms2", "_scans.csv"}) {
-    std::string expected = readBytes(fixturePath("expected/" + stem + suffix));
+    std::string expected = readFile(fixturePath("expected/" + stem + suffix));
     ASSERT_FALSE(expected.empty()) << stem << suffix;
-    EXPECT_EQ(readBytes(temp.file(stem + suffix)), expected) << stem << suffix;
+    EXPECT_EQ(readFile(temp.file(stem + suffix)), expected) << stem << suffix;
   }
   EXPECT_TRUE(exists(temp.file(stem + ".quarry")));
   for (const char* work : {".ms1.part", ".ms2.part", ".scans.part", ".ids.part"})
     EXPECT_FALSE(exists(temp.file(stem + work))) << work;
   // Nothing else is left in the folder.
   std::size_t files = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(temp.path))
+  for (const auto& entry : std::filesystem::directory_iterator(temp.path()))
     files += entry.is_regular_file() ? 1 : 0;
   EXPECT_EQ(files, 4U);
 }
@@ -52,10 +48,10 @@ TEST(ExtractOpenFormat, UnorderedSpectraAreRenumberedByRetentionTime) {
 }
 
 TEST(ExtractOpenFormat, EveryLineEndsWithCarriageReturnLineFeed) {
-  TempFolder temp;
+  TempDir temp;
   ASSERT_TRUE(extractOpenFormat(fixturePath("small.mzML"), temp.folder(), "small"));
   for (const char* suffix : {".ms1", ".ms2", "_scans.csv"}) {
-    std::string text = readBytes(temp.file(std::string("small") + suffix));
+    std::string text = readFile(temp.file(std::string("small") + suffix));
     for (std::size_t i = 0; i < text.size(); ++i)
       if (text[i] == '\n') {
         ASSERT_TRUE(i > 0 && text[i - 1] == '\r') << suffix << " byte " << i;
@@ -65,7 +61,7 @@ TEST(ExtractOpenFormat, EveryLineEndsWithCarriageReturnLineFeed) {
 }
 
 TEST(ExtractOpenFormat, AlertsNameSkippedLevelsAndUnknownActivations) {
-  TempFolder temp;
+  TempDir temp;
   std::size_t mark = runLogLines().size();
   ASSERT_TRUE(extractOpenFormat(fixturePath("small.mzML"), temp.folder(), "small"));
   std::string log = logSince(mark);
@@ -78,7 +74,7 @@ TEST(ExtractOpenFormat, AlertsNameSkippedLevelsAndUnknownActivations) {
 }
 
 TEST(ExtractOpenFormat, RenumberingIsAnnouncedOnce) {
-  TempFolder temp;
+  TempDir temp;
   std::size_t mark = runLogLines().size();
   ASSERT_TRUE(extractOpenFormat(fixturePath("unordered.mzML"), temp.folder(), "unordered"));
   std::string log = logSince(mark);
@@ -91,21 +87,21 @@ TEST(ExtractOpenFormat, RenumberingIsAnnouncedOnce) {
 }
 
 TEST(ExtractOpenFormat, SecondRunGivesIdenticalFiles) {
-  TempFolder temp;
+  TempDir temp;
   ASSERT_TRUE(extractOpenFormat(fixturePath("small.mzML"), temp.folder(), "small"));
-  std::string ms2 = readBytes(temp.file("small.ms2"));
+  std::string ms2 = readFile(temp.file("small.ms2"));
   ASSERT_TRUE(extractOpenFormat(fixturePath("small.mzML"), temp.folder(), "small"));
-  EXPECT_EQ(readBytes(temp.file("small.ms2")), ms2);
+  EXPECT_EQ(readFile(temp.file("small.ms2")), ms2);
 }
 
 TEST(OpenFormatAlreadyExtracted, NeedsMarkerAndSummary) {
-  TempFolder temp;
+  TempDir temp;
   EXPECT_FALSE(openFormatAlreadyExtracted(temp.folder(), "small"));
   ASSERT_TRUE(extractOpenFormat(fixturePath("small.mzML"), temp.folder(), "small"));
   EXPECT_TRUE(openFormatAlreadyExtracted(temp.folder(), "small"));
   std::filesystem::remove(temp.file("small_scans.csv"));
   EXPECT_FALSE(openFormatAlreadyExtracted(temp.folder(), "small"));
-  testing::writeBytes(temp.file("small_scans.csv"), "x");
+  testing::writeFile(temp.file("small_scans.csv"), "x");
   std::filesystem::remove(temp.file("small.quarry"));
   EXPECT_FALSE(openFormatAlreadyExtracted(temp.folder(), "small"));
 }

@@ -2,22 +2,18 @@
 // extraction must end (no crash, no hang), and a failed one must leave no completion marker.
 #include <gtest/gtest.h>
 
-#include "open_format_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 #include "spectra/open_format_extractor.h"
 
 namespace corvid {
 namespace {
 
-using testing::exists;
-using testing::fixturePath;
-using testing::readBytes;
-using testing::TempFolder;
-using testing::writeBytes;
+using namespace testing;
 
 void runMutations(const std::string& fixture, const std::string& name) {
-  std::string original = readBytes(fixturePath(fixture));
+  std::string original = readFile(fixturePath(fixture));
   ASSERT_FALSE(original.empty());
-  TempFolder temp;
+  TempDir temp;
   std::string stem = name.substr(0, name.rfind('.'));
   std::uint32_t state = 2024;
   int failures = 0;
@@ -30,7 +26,7 @@ void runMutations(const std::string& fixture, const std::string& name) {
       state = state * 1664525U + 1013904223U;
       damaged[at] = static_cast<char>(state >> 24);
     }
-    writeBytes(temp.file(name), damaged);
+    writeFile(temp.file(name), damaged);
     bool ok = extractOpenFormat(temp.file(name), temp.folder(), stem);
     if (!ok) {
       ++failures;
@@ -52,9 +48,9 @@ TEST(ExtractOpenFormatDamagedInput, MzXMLNeverCrashes) {
 }
 
 TEST(ExtractOpenFormatDamagedInput, TruncatedMzXMLIsReported) {
-  std::string text = readBytes(fixturePath("nested.mzXML"));
-  TempFolder temp;
-  writeBytes(temp.file("cut.mzXML"), text.substr(0, text.size() - 40));
+  std::string text = readFile(fixturePath("nested.mzXML"));
+  TempDir temp;
+  writeFile(temp.file("cut.mzXML"), text.substr(0, text.size() - 40));
   std::size_t mark = runLogLines().size();
   EXPECT_FALSE(extractOpenFormat(temp.file("cut.mzXML"), temp.folder(), "cut"));
   EXPECT_NE(testing::logSince(mark).find("malformed or truncated XML"), std::string::npos);
@@ -62,8 +58,8 @@ TEST(ExtractOpenFormatDamagedInput, TruncatedMzXMLIsReported) {
 }
 
 TEST(ExtractOpenFormat, UnknownAnalyzerIsWrittenAsITMSWithAnAlert) {
-  TempFolder temp;
-  writeBytes(
+  TempDir temp;
+  writeFile(
       temp.file("plain.mzML"),
       "<mzML><run><spectrumList><spectrum id=\"scan=4\" defaultArrayLength=\"0\">"
       "<cvParam accession=\"MS:1000511\" value=\"1\"/></spectrum></spectrumList></run></mzML>");
@@ -72,9 +68,9 @@ TEST(ExtractOpenFormat, UnknownAnalyzerIsWrittenAsITMSWithAnAlert) {
   EXPECT_NE(testing::logSince(mark).find(
                 "plain.mzML: 1 spectra name no known mass analyzer; they were written as ITMS"),
             std::string::npos);
-  EXPECT_EQ(readBytes(temp.file("plain.ms1")),
+  EXPECT_EQ(readFile(temp.file("plain.ms1")),
             "S\t000004\t000004\r\nI\tRetTime\t0.000000\r\nI\tInstrumentType\tITMS\r\n");
-  EXPECT_EQ(readBytes(temp.file("plain.ms2")), "");
+  EXPECT_EQ(readFile(temp.file("plain.ms2")), "");
 }
 
 }  // namespace

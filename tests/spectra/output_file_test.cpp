@@ -6,21 +6,20 @@
 #include <cstdio>
 #include <limits>
 
-#include "tests/spectra/writer_test_support.h"
+#include "tests/spectra/spectra_test_support.h"
 
 namespace corvid {
 namespace {
 
-using testing_support::readBytes;
-using testing_support::TempFolder;
+using namespace testing;
 
-std::string written(const TempFolder& folder, void (*fill)(OutputFile&)) {
+std::string written(const TempDir& folder, void (*fill)(OutputFile&)) {
   OutputFile out;
   std::string path = folder.file("out.bin");
   EXPECT_TRUE(openOutputFile(path, out));
   fill(out);
   EXPECT_TRUE(closeOutputFile(out));
-  return readBytes(path);
+  return readFile(path);
 }
 
 std::string printed(const char* format, double value) {
@@ -30,7 +29,7 @@ std::string printed(const char* format, double value) {
 }
 
 TEST(OutputFile, NumbersMatchPrintfFormats) {
-  TempFolder folder;
+  TempDir folder;
   const double values[] = {0.0,
                            -0.0,
                            0.05,
@@ -58,7 +57,7 @@ TEST(OutputFile, NumbersMatchPrintfFormats) {
     putText(out, "|");
     putGeneral(out, value, 10);
     ASSERT_TRUE(closeOutputFile(out));
-    EXPECT_EQ(readBytes(folder.file("n.txt")),
+    EXPECT_EQ(readFile(folder.file("n.txt")),
               printed("%lf", value) + "|" + printed("%.1f", value) + "|" + printed("%.7lf", value) +
                   "|" + printed("%.2f", value) + "|" + printed("%.10g", value))
         << value;
@@ -66,7 +65,7 @@ TEST(OutputFile, NumbersMatchPrintfFormats) {
 }
 
 TEST(OutputFile, ZeroPaddedAsPrintfWidthSix) {
-  TempFolder folder;
+  TempDir folder;
   std::string bytes = written(folder, [](OutputFile& out) {
     for (std::int64_t value : {0, 12, 999999, 1234567, -12}) {
       putZeroPadded(out, value, 6);
@@ -77,7 +76,7 @@ TEST(OutputFile, ZeroPaddedAsPrintfWidthSix) {
 }
 
 TEST(OutputFile, BinaryFieldsAreLittleEndian) {
-  TempFolder folder;
+  TempDir folder;
   std::string bytes = written(folder, [](OutputFile& out) {
     putU32(out, 0x04030201u);
     putF64(out, 1.0);
@@ -86,7 +85,7 @@ TEST(OutputFile, BinaryFieldsAreLittleEndian) {
 }
 
 TEST(OutputFile, PositionCountsBufferedAndLargeWrites) {
-  TempFolder folder;
+  TempDir folder;
   OutputFile out;
   ASSERT_TRUE(openOutputFile(folder.file("big.bin"), out));
   putText(out, "head");
@@ -95,14 +94,14 @@ TEST(OutputFile, PositionCountsBufferedAndLargeWrites) {
   putLineEnd(out);
   EXPECT_EQ(out.position, 4u + large.size() + 2u);
   ASSERT_TRUE(closeOutputFile(out));
-  std::string bytes = readBytes(folder.file("big.bin"));
+  std::string bytes = readFile(folder.file("big.bin"));
   EXPECT_EQ(bytes.size(), 4u + large.size() + 2u);
   EXPECT_EQ(bytes.substr(0, 5), "headx");
   EXPECT_EQ(bytes.substr(bytes.size() - 3), "x\r\n");
 }
 
 TEST(OutputFile, UncreatableFileIsReported) {
-  TempFolder folder;
+  TempDir folder;
   OutputFile out;
   EXPECT_FALSE(openOutputFile(folder.file("none/x.bin"), out));
   EXPECT_EQ(out.file, nullptr);

@@ -53,6 +53,7 @@ inline std::string readFile(const fs::path& path) {
 inline void writeFile(const fs::path& path, std::string_view content) {
   std::ofstream out(path, std::ios::binary);
   out.write(content.data(), static_cast<std::streamsize>(content.size()));
+  ASSERT_TRUE(out.good()) << path;
 }
 
 // Replaces every occurrence of `from` by `to`.
