@@ -128,6 +128,88 @@ void writeGroupSpectra(ParameterTable& parameters, const MS2File& ms2File, Group
   }
 }
 
+// What one file pair's groups share while they are processed in turn.
+struct PairRun {
+  ParameterTable& parameters;
+  const PairOutputs& outputs;
+  const MS2File& ms2File;
+  const std::string& rawName;
+  const DebugSelection& debug;
+  DetectionContext& context;
+  std::vector<std::string>& outputList;
+  ScanLoopState scans;
+  std::string report;  // the CSV report text, written once after the last group
+};
+
+// Scores the group's candidates and keeps those above the threshold, with the reference-list
+// reports before and after scoring.
+void scoreAndFilterGroup(PairRun& run) {
+  ParameterTable& parameters = run.parameters;
+  ReferencePrecursorList* reference = run.context.reference;
+  if (isOn(parameters["outputsvmlight"])) {
+    logMessage("Error", "The external SVM classifier is not available in this build: the MARS model scores the candidates.");
+  }
+  if (reference != nullptr) {
+    logMessage("Infor", "Writing TrainingSet...");
+    if (isOn(parameters["output_trainingdata"])) {
+      logMessage("Error", "The labelled training tables (Positive.csv, Negative.csv) are not available in this build.");
+    }
+    reportFoundCount(*reference, " Precursors. ");
+    if (isOn(parameters["export_unchecked_mono"])) {
+      writeUncheckedList(*reference, run.outputs.resultStem + "_BeforeMARS_unchecked.csv");
+    }
+  }
+  logMessage("Infor", "Evaluting by the classifier...");
+  std::vector<double> scores;
+  scoreCandidates(parameters, run.context.features, scores);
+  if (reference != nullptr) {
+    logMessage("Infor", "Writing TrainingSet...");
+    reportFoundCount(*reference, " Precursors. ");
+  }
+  logMessage("Infor", "Filtering by the threshold...");
+  filterByThreshold(parameters, scores, run.context.records);
+}
+
+// Writes the group's spectra and appends its report rows.
+void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positions) {
+  ParameterTable& parameters = run.parameters;
+  ReferencePrecursorList* reference = run.context.reference;
+  GroupExport exported;
+  exported.rawName = run.rawName;
+  exported.spectrumPositions = positions;
+  exported.accepted = run.context.records;
+  if (parameters["debug_mode"] == "0") {
+    writeGroupSpectra(parameters, run.ms2File, exported, run.outputs.resultStem + kGroupSuffixes[group],
+                      run.outputList);
+  }
+  if (reference != nullptr) resetFound(*reference);
+  logMessage("Infor", "Writing CSV...");
+  const std::vector<std::uint32_t>* listed = run.debug.mode == DebugMode::kScanList ? &run.debug.scans : nullptr;
+  const std::size_t scansWithoutPrecursor =
+      writeReportRows(run.ms2File, positions, run.context.records, group, listed, reference, run.report);
+  if (scansWithoutPrecursor > 0) {
+    logMessage("Alert", std::to_string(scansWithoutPrecursor) +
+                            " MS2 scans were reported with 0 precursors: their kept precursors were out of scan order.");
+  }
+  if (reference != nullptr) {
+    reportFoundCount(*reference, " Precursors.");
+    if (isOn(parameters["export_unchecked_mono"])) {
+      writeUncheckedList(*reference, run.outputs.resultStem + "_unchecked.csv");
+    }
+  }
+}
+
+// Detection, scoring, filtering and export of one activation group.
+void processGroup(PairRun& run, int group) {
+  run.context.features.clear();
+  run.context.records.clear();
+  const std::vector<std::size_t> positions = groupPositions(run.ms2File, group);
+  detectGroup(run.ms2File, positions, group, run.debug, run.context, run.scans);
+  std::printf("\n");
+  scoreAndFilterGroup(run);
+  exportGroup(run, group, positions);
+}
+
 }  // namespace
 
 void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, const std::string& ms2Path,
@@ -178,65 +260,14 @@ void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   }
   processRandom().seed(static_cast<std::uint32_t>(std::time(nullptr)));
 
-  std::string report;
-  startReportText(report);
-  ScanLoopState state;
+  PairRun run{parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}};
+  startReportText(run.report);
   for (int group = 0; group < kActivationGroupCount; ++group) {
-    if (ms2File.groupPresent[group] == 0) continue;
-    context.features.clear();
-    context.records.clear();
-    std::vector<double> scores;
-    const std::vector<std::size_t> positions = groupPositions(ms2File, group);
-    detectGroup(ms2File, positions, group, debug, context, state);
-    std::printf("\n");
-    if (isOn(parameters["outputsvmlight"])) {
-      logMessage("Error", "The external SVM classifier is not available in this build: the MARS model scores the candidates.");
-    }
-    if (context.reference != nullptr) {
-      logMessage("Infor", "Writing TrainingSet...");
-      if (isOn(parameters["output_trainingdata"])) {
-        logMessage("Error", "The labelled training tables (Positive.csv, Negative.csv) are not available in this build.");
-      }
-      reportFoundCount(reference, " Precursors. ");
-      if (isOn(parameters["export_unchecked_mono"])) {
-        writeUncheckedList(reference, outputs.resultStem + "_BeforeMARS_unchecked.csv");
-      }
-    }
-    logMessage("Infor", "Evaluting by the classifier...");
-    scoreCandidates(parameters, context.features, scores);
-    if (context.reference != nullptr) {
-      logMessage("Infor", "Writing TrainingSet...");
-      reportFoundCount(reference, " Precursors. ");
-    }
-    logMessage("Infor", "Filtering by the threshold...");
-    filterByThreshold(parameters, scores, context.records);
-
-    GroupExport exported;
-    exported.rawName = ms1File.rawName;
-    exported.spectrumPositions = positions;
-    exported.accepted = context.records;
-    if (parameters["debug_mode"] == "0") {
-      writeGroupSpectra(parameters, ms2File, exported, outputs.resultStem + kGroupSuffixes[group], outputList);
-    }
-    if (context.reference != nullptr) resetFound(reference);
-    logMessage("Infor", "Writing CSV...");
-    const std::size_t scansWithoutPrecursor =
-        writeReportRows(ms2File, positions, context.records, group,
-                        debug.mode == DebugMode::kScanList ? &debug.scans : nullptr, context.reference, report);
-    if (scansWithoutPrecursor > 0) {
-      logMessage("Alert", std::to_string(scansWithoutPrecursor) +
-                              " MS2 scans were reported with 0 precursors: their kept precursors were out of scan order.");
-    }
-    if (context.reference != nullptr) {
-      reportFoundCount(reference, " Precursors.");
-      if (isOn(parameters["export_unchecked_mono"])) {
-        writeUncheckedList(reference, outputs.resultStem + "_unchecked.csv");
-      }
-    }
+    if (ms2File.groupPresent[group] != 0) processGroup(run, group);
   }
   logMessage("Infor", "Releasing resources...");
   logMessage("Infor", "Saving CSV to disk...");
-  if (!writeTextFile(outputs.csvPath, report)) {
+  if (!writeTextFile(outputs.csvPath, run.report)) {
     logMessage("Error", "Fail to write the CSV report " + outputs.csvPath);
   }
   if (isOn(parameters["delete_msn"])) {
@@ -246,7 +277,7 @@ void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
     std::filesystem::remove(ms2Path, ignored);
   }
   logMessage("Infor", "Exported " + std::to_string(context.exportedPrecursorCount) + " precursors.");
-  logMessage("Infor", "Found " + std::to_string(state.duplicates) + " duplicate scans.");
+  logMessage("Infor", "Found " + std::to_string(run.scans.duplicates) + " duplicate scans.");
 }
 
 }  // namespace corvid
