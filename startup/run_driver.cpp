@@ -36,6 +36,10 @@ constexpr std::array<std::string_view, 3> kWiffSpellings = {".WIFF", ".wiff", ".
 constexpr std::array<std::string_view, 6> kOpenFormatSpellings = {".mzML",  ".mzml",  ".MZML",
                                                                   ".mzXML", ".mzxml", ".MZXML"};
 
+bool isMzxmlName(const std::string& name) {
+  return name.ends_with(".mzXML") || name.ends_with(".mzxml") || name.ends_with(".MZXML");
+}
+
 // The MS1 name an extractor leaves for a vendor file: its name up to the last "." + ".MS1".
 std::string ms1NameFor(const std::string& fileName) {
   return fileName.substr(0, fileName.rfind('.')) + ".MS1";
@@ -156,16 +160,16 @@ void dispatchRun(ParameterTable& table) {
     }
     runWiffPipelines(table, ms1Names);
   } else if (isAnyOf(format, {"mzml", "mzML", "MZML", "mzxml", "mzXML", "MZXML"})) {
-    const bool xml = format.size() == 5;
+    const bool mzxml = isAnyOf(format, {"mzxml", "mzXML", "MZXML"});
     std::vector<std::string> names = listOpenFormatFiles(dataPath);
-    std::erase_if(names, [xml](const std::string& name) {
-      return (name.size() >= 6 && (name[name.size() - 6] == '.')) != xml;
-    });
+    // The lister takes both formats; keep the one asked for.
+    std::erase_if(names, [mzxml](const std::string& name) { return isMzxmlName(name) != mzxml; });
+    const std::string kind = mzxml ? "mzXML" : "mzML";
     if (names.empty()) {
-      logMessage("Error", std::string(xml ? "No mzXML" : "No mzML") + " files in datapath!\n" + dataPath);
+      logMessage("Error", "No " + kind + " files in datapath!\n" + dataPath);
       return;
     }
-    logMessage("Alert", std::string(xml ? "mzXML" : "mzML") + "list completes");
+    logMessage("Alert", kind + "list completes");
     ms1Names = extractOpenFormatFiles(table, names);
   } else {
     ms1Names = listMs1Files(dataPath);
