@@ -2,7 +2,7 @@
 # Fetches Debian's openms-doc package once and prints the path of its BSA1.mzML (a real
 # Orbitrap run: FTMS MS1, ion-trap CID MS2). The cache lives outside the repository.
 set -euo pipefail
-cache="${CORVID_CACHE:-$HOME/.cache/corvid}"
+cache="${CORVID_CACHE:-${HOME:-/root}/.cache/corvid}"
 target="$cache/pkg/usr/share/doc/openms/examples/BSA/BSA1.mzML"
 if [ ! -s "$target" ]; then
   mkdir -p "$cache"
