@@ -22,6 +22,10 @@ namespace corvid {
 
 namespace {
 
+// Spectra between two updates of the progress counter.
+constexpr std::size_t kProgressEvery = 1000;
+
+
 constexpr std::array<std::string_view, 3> kMzMLSpellings = {".mzML", ".mzml", ".MZML"};
 constexpr std::array<std::string_view, 3> kMzXMLSpellings = {".mzXML", ".mzxml", ".MZXML"};
 
@@ -360,13 +364,20 @@ bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
     closeWorkFiles(x);
     return fail(inputPath, x.paths, "the MS1/MS2 text files cannot be created in " + folder);
   }
-  SpectrumSink sink = [&x](const OpenSpectrum& spectrum, std::string& reason) {
+  // A multi-gigabyte file takes a while: a counter on one console line shows it is moving.
+  std::size_t extracted = 0;
+  SpectrumSink sink = [&x, &extracted](const OpenSpectrum& spectrum, std::string& reason) {
+    if (++extracted % kProgressEvery == 0) {
+      std::printf("\r[Corvid] Extracting spectra: %zu", extracted);
+      std::fflush(stdout);
+    }
     return writeSpectrum(spectrum, x, reason);
   };
   std::string problem;
   bool mzXML = containsAny(fileNameOf(inputPath), kMzXMLSpellings);
   bool read =
       mzXML ? readMzXMLFile(inputPath, sink, problem) : readMzMLFile(inputPath, sink, problem);
+  if (extracted >= kProgressEvery) std::printf("\n");
   if (!read) {
     closeWorkFiles(x);
     return fail(inputPath, x.paths, problem);

@@ -57,6 +57,7 @@ TEST_F(Bsa1EndToEnd, MainJobWritesOneRowPerMs2ScanAndOneBlockPerPrecursor) {
   RunResult run = runCorvid(dir.path(), {"-D", (data / "BSA1.mzML").string(), "-O", out.string()});
   ASSERT_EQ(run.status, 0) << run.out;
   EXPECT_NE(run.out.find("ordered by retention time"), std::string::npos);
+  EXPECT_NE(run.out.find("\r[Corvid] Extracting spectra: 1000\n"), std::string::npos);
 
   // MS2 scans of the extraction summary (columns Scan, NativeScan, NativeId, MSLevel, ...).
   std::set<int> summaryMs2Scans;
