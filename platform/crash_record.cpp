@@ -14,7 +14,8 @@
 namespace corvid {
 namespace {
 
-constexpr int kCrashExitStatus = 3;  // what Windows' fatal-application exit reports
+// Distinct from 255, the status of a failure the entry routine caught and reported.
+constexpr int kCrashExitStatus = 3;
 constexpr const char* kNotice = " Unhandled Exception! \n You can check Corvid.dmp\n";
 
 // Only async-signal-safe calls from here on: write(2), open(2), backtrace_symbols_fd.
