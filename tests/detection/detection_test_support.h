@@ -3,6 +3,7 @@
 // and a console capture for the debug traces (folders and files come from tests/support).
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdio>
 #include <string>
 #include <unistd.h>
@@ -14,6 +15,26 @@
 #include "tests/support/test_support.h"
 
 namespace corvid::testing {
+
+// Textbook two-pass Pearson correlation, written apart from the production formula so that
+// tests compare against an independent computation; 0 where it is undefined.
+inline double textbookPearson(const std::vector<double>& x, const std::vector<double>& y) {
+  double mx = 0.0, my = 0.0;
+  for (std::size_t i = 0; i < x.size(); ++i) {
+    mx += x[i];
+    my += y[i];
+  }
+  mx /= static_cast<double>(x.size());
+  my /= static_cast<double>(x.size());
+  double sxy = 0.0, sxx = 0.0, syy = 0.0;
+  for (std::size_t i = 0; i < x.size(); ++i) {
+    sxy += (x[i] - mx) * (y[i] - my);
+    sxx += (x[i] - mx) * (x[i] - mx);
+    syy += (y[i] - my) * (y[i] - my);
+  }
+  if (sxx == 0.0 || syy == 0.0) return 0.0;
+  return sxy / std::sqrt(sxx * syy);
+}
 
 inline MS1Spectrum makeScan(std::uint32_t scanNumber, std::vector<Peak> peaks) {
   MS1Spectrum scan;

@@ -63,25 +63,6 @@ MS1File plantedFile(const std::vector<Envelope>& envelopes) {
   return testing::makeMs1File(scans);
 }
 
-// Textbook Pearson correlation; 0 where it is undefined.
-double pearson(const std::vector<double>& x, const std::vector<double>& y) {
-  double mx = 0.0, my = 0.0;
-  for (std::size_t i = 0; i < x.size(); ++i) {
-    mx += x[i];
-    my += y[i];
-  }
-  mx /= static_cast<double>(x.size());
-  my /= static_cast<double>(x.size());
-  double sxy = 0.0, sxx = 0.0, syy = 0.0;
-  for (std::size_t i = 0; i < x.size(); ++i) {
-    sxy += (x[i] - mx) * (y[i] - my);
-    sxx += (x[i] - mx) * (x[i] - mx);
-    syy += (y[i] - my) * (y[i] - my);
-  }
-  if (sxx == 0.0 || syy == 0.0) return 0.0;
-  return sxy / std::sqrt(sxx * syy);
-}
-
 double cosine(const std::vector<double>& a, const std::vector<double>& b) {
   double inner = 0.0, na = 0.0, nb = 0.0;
   for (std::size_t i = 0; i < a.size(); ++i) {
@@ -136,7 +117,7 @@ Expected expectFor(const Envelope& e, const std::vector<double>& table, const st
     withMinus[0] = planted(e, r, -1) / total66;
     for (int k = 0; k <= 4; ++k) withMinus[static_cast<std::size_t>(k) + 1] = observed[static_cast<std::size_t>(k)];
     for (int k = 0; k < 6; ++k) withTwo[static_cast<std::size_t>(k) + 1] = withMinus[static_cast<std::size_t>(k)];
-    const double r0 = pearson(table, observed);
+    const double r0 = testing::textbookPearson(table, observed);
     if (r0 > x.maxSim + 1e-12) {
       x.maxSim = r0;
       x.bestGroup = r + 1;
@@ -145,8 +126,8 @@ Expected expectFor(const Envelope& e, const std::vector<double>& table, const st
     one.insert(one.end(), table.begin(), table.end());
     std::vector<double> two = {0.0, 0.0};
     two.insert(two.end(), table.begin(), table.end());
-    x.shiftedOne = std::max(x.shiftedOne, pearson(one, withMinus));
-    x.shiftedTwo = std::max(x.shiftedTwo, pearson(two, withTwo));
+    x.shiftedOne = std::max(x.shiftedOne, testing::textbookPearson(one, withMinus));
+    x.shiftedTwo = std::max(x.shiftedTwo, testing::textbookPearson(two, withTwo));
     for (const double v : observed) x.share += v;
     mono[static_cast<std::size_t>(r)] = observed[0];
     plusOne[static_cast<std::size_t>(r)] = observed[1];

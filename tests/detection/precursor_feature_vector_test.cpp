@@ -7,27 +7,10 @@
 #include <vector>
 
 #include "detection/detection_context.h"
+#include "tests/detection/detection_test_support.h"
 
 namespace corvid {
 namespace {
-
-// Textbook two-pass Pearson correlation, for comparison.
-double twoPassPearson(const std::vector<double>& x, const std::vector<double>& y) {
-  double mx = 0.0, my = 0.0;
-  for (std::size_t i = 0; i < x.size(); ++i) {
-    mx += x[i];
-    my += y[i];
-  }
-  mx /= static_cast<double>(x.size());
-  my /= static_cast<double>(x.size());
-  double sxy = 0.0, sxx = 0.0, syy = 0.0;
-  for (std::size_t i = 0; i < x.size(); ++i) {
-    sxy += (x[i] - mx) * (y[i] - my);
-    sxx += (x[i] - mx) * (x[i] - mx);
-    syy += (y[i] - my) * (y[i] - my);
-  }
-  return sxy / std::sqrt(sxx * syy);
-}
 
 TEST(PearsonCorrelation, ProportionalVectorsGiveOne) {
   const double x[5] = {1, 2, 3, 4, 5};
@@ -55,7 +38,7 @@ TEST(PearsonCorrelation, MatchesTheTwoPassFormulaOnRandomData) {
       x[i] = value(random);
       y[i] = value(random);
     }
-    EXPECT_NEAR(pearsonCorrelation(x.data(), y.data(), 7), twoPassPearson(x, y), 1e-12);
+    EXPECT_NEAR(pearsonCorrelation(x.data(), y.data(), 7), testing::textbookPearson(x, y), 1e-12);
   }
 }
 
@@ -63,7 +46,7 @@ TEST(PearsonCorrelation, LengthIsTheTheoreticalVectorsLength) {
   const double x[6] = {0, 1.0, 0.8, 0.4, 0.15, 0.05};
   const double y[7] = {0.3, 0.5, 0.4, 0.2, 0.075, 0.025, 99.0};  // the 7th value is never read
   EXPECT_NEAR(pearsonCorrelation(x, y, 6),
-              twoPassPearson({0, 1.0, 0.8, 0.4, 0.15, 0.05}, {0.3, 0.5, 0.4, 0.2, 0.075, 0.025}), 1e-12);
+              testing::textbookPearson({0, 1.0, 0.8, 0.4, 0.15, 0.05}, {0.3, 0.5, 0.4, 0.2, 0.075, 0.025}), 1e-12);
 }
 
 TEST(ElutionCosine, CosineOverGroupsOneToTen) {
