@@ -8,6 +8,7 @@
 #include "detection/isotope_pattern_table.h"
 #include "detection/isotope_profile.h"
 #include "detection/precursor_feature_vector.h"
+#include "scoring/reference_index.h"
 
 namespace corvid {
 namespace {
@@ -83,9 +84,7 @@ void collectReferenceEntries(DetectionContext& context, std::int32_t scanNumber)
   if (reference->found.size() < reference->size()) reference->found.resize(reference->size(), 0);
   auto& index = context.referenceByScan;
   if (context.indexedReference != reference || context.indexedReferenceSize != reference->size()) {
-    index.clear();
-    for (std::size_t i = 0; i < reference->size(); ++i) index.emplace_back(reference->scans[i], i);
-    std::sort(index.begin(), index.end());
+    index = indexReferenceByScan(*reference).byScan;
     context.indexedReference = reference;
     context.indexedReferenceSize = reference->size();
   }

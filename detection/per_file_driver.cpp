@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
+#include <limits>
 
 #include "detection/candidate_detection.h"
 #include "detection/debug_scan_input.h"
@@ -19,6 +20,9 @@
 #include "scoring/reference_list_loader.h"
 #include "scoring/result_report.h"
 #include "scoring/score_candidates.h"
+#include "scoring/svm_classifier.h"
+#include "scoring/svm_light_export.h"
+#include "scoring/training_samples.h"
 #include "scoring/threshold_filter.h"
 #include "spectra/group_export.h"
 #include "spectra/kx_format.h"
@@ -141,31 +145,78 @@ struct PairRun {
   std::string report;  // the CSV report text, written once after the last group
 };
 
+// The tables are rewritten for every group of every file, so only the last group's candidates
+// stay. That is kept, but a user who trains on them must know which candidates they hold.
+void alertOverwrittenTables(const std::string& folder, const std::string& source) {
+  static std::string lastFolder;
+  static std::string lastSource;
+  if (!lastSource.empty() && lastFolder == folder && lastSource != source) {
+    logMessage("Alert", "Positive.csv and Negative.csv in " + folder + " now hold the candidates of " + source +
+                            " only: those of " + lastSource + " were overwritten.");
+  }
+  lastFolder = folder;
+  lastSource = source;
+}
+
+// Labels the group's candidates against the reference list (the tables with output_trainingdata)
+// and reports how many reference entries were found.
+void writeTrainingSet(PairRun& run, int group) {
+  ReferencePrecursorList& reference = *run.context.reference;
+  logMessage("Infor", "Writing TrainingSet...");
+  if (isOn(run.parameters["output_trainingdata"]) && !run.context.records.empty()) {
+    alertOverwrittenTables(run.parameters["outputpath"], run.rawName + kGroupSuffixes[group]);
+  }
+  writeTrainingSamples(run.parameters["outputpath"], isOn(run.parameters["output_trainingdata"]), reference,
+                       run.context.features, run.context.records);
+  reportFoundCount(reference, " Precursors. ");
+}
+
+// Writes the SVMlight files of the group and has svmrunner train on them and classify them.
+SvmJob runSvmClassifier(PairRun& run) {
+  const SvmLightSetup setup = makeSvmLightPaths(run.parameters);
+  exportSvmLight(setup, run.context.features, run.context.records);
+  const SvmJob job = makeSvmJob(setup.trainingPath, setup.testPath);
+  trainSvm(job, run.parameters["binpath"]);
+  predictSvm(job, run.parameters["binpath"]);
+  return job;
+}
+
+// The classifier's probabilities take the place of the MARS scores. The output must hold one line
+// per candidate; a candidate left without one cannot pass the threshold (NaN never does).
+void scoreWithProbabilities(const SvmJob& job, std::vector<PrecursorFeatures>& features, std::vector<double>& scores) {
+  scores = readSvmProbabilities(job);
+  if (scores.size() != features.size()) {
+    logMessage("Alert", "The SVM output " + job.outputFile + " holds " + std::to_string(scores.size()) +
+                            " probabilities for " + std::to_string(features.size()) + " candidates: " +
+                            (scores.size() < features.size() ? "candidates without one are dropped."
+                                                             : "the extra ones are ignored."));
+    scores.resize(features.size(), std::numeric_limits<double>::quiet_NaN());
+  }
+  for (std::size_t i = 0; i < features.size(); ++i) features[i].push_back(scores[i]);
+}
+
 // Scores the group's candidates and keeps those above the threshold, with the reference-list
 // reports before and after scoring.
-void scoreAndFilterGroup(PairRun& run) {
+void scoreAndFilterGroup(PairRun& run, int group) {
   ParameterTable& parameters = run.parameters;
   ReferencePrecursorList* reference = run.context.reference;
-  if (isOn(parameters["outputsvmlight"])) {
-    logMessage("Error", "The external SVM classifier is not available in this build: the MARS model scores the candidates.");
-  }
+  const bool useSvm = isOn(parameters["outputsvmlight"]);
+  SvmJob job;
+  if (useSvm) job = runSvmClassifier(run);
   if (reference != nullptr) {
-    logMessage("Infor", "Writing TrainingSet...");
-    if (isOn(parameters["output_trainingdata"])) {
-      logMessage("Error", "The labelled training tables (Positive.csv, Negative.csv) are not available in this build.");
-    }
-    reportFoundCount(*reference, " Precursors. ");
+    writeTrainingSet(run, group);
     if (isOn(parameters["export_unchecked_mono"])) {
       writeUncheckedList(*reference, run.outputs.resultStem + "_BeforeMARS_unchecked.csv");
     }
   }
   logMessage("Infor", "Evaluting by the classifier...");
   std::vector<double> scores;
-  scoreCandidates(parameters, run.context.features, scores);
-  if (reference != nullptr) {
-    logMessage("Infor", "Writing TrainingSet...");
-    reportFoundCount(*reference, " Precursors. ");
+  if (useSvm) {
+    scoreWithProbabilities(job, run.context.features, scores);
+  } else {
+    scoreCandidates(parameters, run.context.features, scores);
   }
+  if (reference != nullptr) writeTrainingSet(run, group);
   logMessage("Infor", "Filtering by the threshold...");
   filterByThreshold(parameters, scores, run.context.records);
 }
@@ -206,7 +257,7 @@ void processGroup(PairRun& run, int group) {
   const std::vector<std::size_t> positions = groupPositions(run.ms2File, group);
   detectGroup(run.ms2File, positions, group, run.debug, run.context, run.scans);
   std::printf("\n");
-  scoreAndFilterGroup(run);
+  scoreAndFilterGroup(run, group);
   exportGroup(run, group, positions);
 }
 
