@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs, from Debian's archive, what building and testing Corvid needs (only what is missing).
 set -euo pipefail
-packages=(g++ cmake make libgtest-dev libgmock-dev libbenchmark-dev zlib1g-dev libexpat1-dev libmsnumpress-dev)
+packages=(g++ cmake make libgtest-dev libgmock-dev libbenchmark-dev zlib1g-dev libexpat1-dev libmsnumpress-dev
+          libsvm-dev libsvm-tools comet-ms)
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")
