@@ -2,6 +2,7 @@
 // the real binary. Skipped when the file is not cached (tools/fetch_bsa1.sh fetches it).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <map>
 #include <set>
@@ -120,6 +121,40 @@ TEST_F(Bsa1EndToEnd, FolderWithMzmlFormatIsProcessed) {
   EXPECT_TRUE(fs::exists(data / "BSA1_CIDIT.mgf"));
   EXPECT_TRUE(fs::exists(data / "BSA1.quarry"));
 }
+
+#ifdef CORVID_SVMRUNNER
+// The external classifier on real data: svmrunner (beside corvid in the build) trains on the
+// sampled scans and classifies every candidate; two runs give the same bytes.
+TEST_F(Bsa1EndToEnd, SvmClassifierTrainsPredictsAndIsReproducible) {
+  RunResult first = runCorvid(dir.path(), {"-D", (data / "BSA1.mzML").string(), "-O", out.string(), "-v", "1"});
+  ASSERT_EQ(first.status, 0) << first.out;
+  EXPECT_EQ(first.out.find("Alert: The SVM"), std::string::npos);
+  const std::vector<std::string> names = {"BSA1.csv", "BSA1_CIDIT.mgf", "SVMlightTrainingSet.txt",
+                                          "SVMlightTestSet.txt", "SVMlightTrainingSet.txt.model",
+                                          "SVMlightTrainingSet.Output.txt"};
+  std::map<std::string, std::string> firstFiles;
+  for (const std::string& name : names) {
+    ASSERT_TRUE(fs::exists(out / name)) << name;
+    firstFiles[name] = readFile(out / name);
+  }
+  const std::string& output = firstFiles["SVMlightTrainingSet.Output.txt"];
+  const std::string& test = firstFiles["SVMlightTestSet.txt"];
+  EXPECT_EQ(std::count(output.begin(), output.end(), '\n'), std::count(test.begin(), test.end(), '\n') + 1);
+  // Every candidate's probability passes the default threshold, so each becomes an MGF block;
+  // the scans without a candidate keep their recorded precursor.
+  std::set<int> scansWithCandidates;
+  std::stringstream companion(readFile(out / "SVMlightTestSet.txt.scan_mz_charge.txt"));
+  for (std::string line; std::getline(companion, line);) scansWithCandidates.insert(std::atoi(line.c_str()));
+  const std::string& mgf = firstFiles["BSA1_CIDIT.mgf"];
+  long blocks = 0;
+  for (std::size_t at = mgf.find("BEGIN IONS"); at != std::string::npos; at = mgf.find("BEGIN IONS", at + 1)) ++blocks;
+  EXPECT_EQ(blocks, std::count(test.begin(), test.end(), '\n') + 1120 - static_cast<long>(scansWithCandidates.size()));
+
+  RunResult second = runCorvid(dir.path(), {"-D", (data / "BSA1.mzML").string(), "-O", out.string(), "-v", "1", "-r", "1"});
+  ASSERT_EQ(second.status, 0) << second.out;
+  for (const std::string& name : names) EXPECT_TRUE(readFile(out / name) == firstFiles[name]) << name;
+}
+#endif
 
 }  // namespace
 }  // namespace corvid

@@ -3,6 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <string>
+#include <vector>
 
 #include "tests/support/test_support.h"
 
@@ -127,16 +130,74 @@ TEST(TrainingEndToEnd, SvmWithoutTheToolEndsWithTheOutputFileText) {
 }
 
 #ifdef CORVID_SVMRUNNER
+// The last of the 15 comma-separated values of every table line.
+std::vector<double> lastColumn(const std::string& table) {
+  std::vector<double> values;
+  for (std::size_t start = 0, end = 0; (end = table.find("\r\n", start)) != std::string::npos; start = end + 2) {
+    const std::string line = table.substr(start, end - start);
+    values.push_back(std::stod(line.substr(line.rfind(", ") + 2)));
+  }
+  return values;
+}
+
 TEST(TrainingEndToEnd, SvmRunnerTrainsAndItsProbabilitiesAreTheScores) {
   TrainingRun training;
   fs::copy_file(CORVID_SVMRUNNER, training.bin / "svmrunner");
   RunResult run = training.run({"-v", "1", "-T", training.reference().string(), "-s", "1"});
   ASSERT_EQ(run.status, 0) << run.out;
-  std::cout << run.out;
-  for (const char* name : {"SVMlightTrainingSet.txt", "SVMlightTestSet.txt", "SVMlightTrainingSet.Output.txt",
-                           "SVMlightTrainingSet.txt.model", "Positive.csv", "Negative.csv", "run1.csv"}) {
-    std::cout << "==== " << name << "\n" << training.output(name);
+  EXPECT_NE(run.out.find("[Corvid] Training models, it may take a few minutes, please wait... \n"), std::string::npos);
+  EXPECT_NE(run.out.find("[Corvid] Classifing, it may take a few minutes, please wait... \n"), std::string::npos);
+  EXPECT_EQ(run.out.find("Alert"), std::string::npos) << run.out;
+  ASSERT_TRUE(fs::exists(training.out / "SVMlightTrainingSet.txt.model"));
+  ASSERT_TRUE(fs::exists(training.out / "run1.csv"));
+  ASSERT_TRUE(fs::exists(training.out / "run1_CIDIT.mgf"));
+  // The output of the last group (HCD/FT) has a header and one probability per test line.
+  const std::string output = training.output("SVMlightTrainingSet.Output.txt");
+  const std::string test = training.output("SVMlightTestSet.txt");
+  EXPECT_EQ(output.rfind("labels ", 0), 0u) << output;
+  EXPECT_EQ(lineCount(output), lineCount(test) + 1);
+  // The tables written after scoring carry the probabilities as their last column: each lies in
+  // 0..1 and is the probability of label 1 of its candidate's output line.
+  std::vector<double> probabilities;
+  const bool firstIsOne = output.rfind("labels 1 ", 0) == 0;
+  for (std::size_t start = output.find('\n') + 1, end = 0; (end = output.find('\n', start)) != std::string::npos;
+       start = end + 1) {
+    double label = 0;
+    double first = 0;
+    double second = 0;
+    ASSERT_EQ(std::sscanf(output.c_str() + start, "%lf %lf %lf", &label, &first, &second), 3);
+    probabilities.push_back(firstIsOne ? first : second);
   }
+  std::vector<double> scored = lastColumn(training.output("Negative.csv"));
+  const std::vector<double> positive = lastColumn(training.output("Positive.csv"));
+  scored.insert(scored.end(), positive.begin(), positive.end());
+  ASSERT_EQ(scored.size(), probabilities.size());
+  std::sort(scored.begin(), scored.end());
+  std::sort(probabilities.begin(), probabilities.end());
+  for (std::size_t i = 0; i < scored.size(); ++i) {
+    EXPECT_NEAR(scored[i], probabilities[i], 1.000001e-6) << i;  // tables print six decimals
+    EXPECT_GE(scored[i], 0.0);
+    EXPECT_LE(scored[i], 1.0);
+  }
+}
+
+TEST(TrainingEndToEnd, FewerProbabilitiesThanCandidatesDropsTheRestWithAnAlert) {
+  TrainingRun training;
+  writeFile(training.data / "run1.ms2", cidOnlyMs2());
+  // A stand-in classifier that answers for two candidates only.
+  writeFile(training.bin / "svmrunner",
+            "#!/bin/sh\n[ \"$1\" = svm-predict ] && printf 'labels 1 -1\\n1 0.9 0.1\\n-1 0.2 0.8\\n' > \"$6\"\nexit 0\n");
+  fs::permissions(training.bin / "svmrunner", fs::perms::owner_all);
+  RunResult run = training.run({"-v", "1"});
+  ASSERT_EQ(run.status, 0) << run.out;
+  EXPECT_NE(run.out.find("[Corvid] The SVM output " + training.out.string() +
+                         "/SVMlightTrainingSet.Output.txt holds 2 probabilities for "),
+            std::string::npos)
+      << run.out;
+  EXPECT_NE(run.out.find(" candidates: candidates without one are dropped. \n"), std::string::npos) << run.out;
+  // Both probabilities pass the default threshold; the first scan keeps its two candidates.
+  const std::string csv = training.output("run1.csv");
+  EXPECT_NE(csv.find("CID, IT, 2, "), std::string::npos) << csv;
 }
 #endif
 
