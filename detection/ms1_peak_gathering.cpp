@@ -201,6 +201,8 @@ void gatherMs1Peaks(DetectionContext& context, std::int32_t ms2ScanNumber, doubl
     for (const Peak& peak : taken) addToProfileGrid(grid, row, binOf(grid, peak.mz, center), peak.intensity);
   }
 
+  debugFile.close();
+
   if (context.settings.checkActivationCenter && !gatheredPeaks.empty()) {
     checkActivationCenter(context, center, gatheredPeaks);
   }

@@ -119,17 +119,23 @@ void detectGroup(const MS2File& ms2File, const std::vector<std::size_t>& positio
   }
 }
 
-void writeGroupSpectra(ParameterTable& parameters, const MS2File& ms2File, GroupExport& exported,
+// Writes the group's spectrum files; false when one of them could not be written completely.
+bool writeGroupSpectra(ParameterTable& parameters, const MS2File& ms2File, GroupExport& exported,
                        const std::string& groupStem, std::vector<std::string>& outputList) {
-  if (isOn(parameters["output_mgf"]) && writeMGF(exported, ms2File, parameters, groupStem + ".mgf")) {
-    outputList.push_back(groupStem + ".mgf");
+  bool complete = true;
+  auto note = [&](bool written, const std::string& path) {
+    if (written) {
+      outputList.push_back(path);
+    } else {
+      complete = false;
+    }
+  };
+  if (isOn(parameters["output_mgf"])) note(writeMGF(exported, ms2File, parameters, groupStem + ".mgf"), groupStem + ".mgf");
+  if (isOn(parameters["output_kx"])) note(writeKX2(exported, ms2File, groupStem + ".kx2"), groupStem + ".kx2");
+  if (isOn(parameters["output_ms2"])) {
+    note(writeMS2(exported, ms2File, parameters, groupStem + ".ms2"), groupStem + ".ms2");
   }
-  if (isOn(parameters["output_kx"]) && writeKX2(exported, ms2File, groupStem + ".kx2")) {
-    outputList.push_back(groupStem + ".kx2");
-  }
-  if (isOn(parameters["output_ms2"]) && writeMS2(exported, ms2File, parameters, groupStem + ".ms2")) {
-    outputList.push_back(groupStem + ".ms2");
-  }
+  return complete;
 }
 
 // What one file pair's groups share while they are processed in turn.
@@ -143,6 +149,7 @@ struct PairRun {
   std::vector<std::string>& outputList;
   ScanLoopState scans;
   std::string report;  // the CSV report text, written once after the last group
+  bool outputsIncomplete = false;  // a spectrum file of the pair could not be written
 };
 
 // The tables are rewritten for every group of every file, so only the last group's candidates
@@ -230,8 +237,10 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
   exported.spectrumPositions = positions;
   exported.accepted = run.context.records;
   if (parameters["debug_mode"] == "0") {
-    writeGroupSpectra(parameters, run.ms2File, exported, run.outputs.resultStem + kGroupSuffixes[group],
-                      run.outputList);
+    if (!writeGroupSpectra(parameters, run.ms2File, exported, run.outputs.resultStem + kGroupSuffixes[group],
+                           run.outputList)) {
+      run.outputsIncomplete = true;
+    }
   }
   if (reference != nullptr) resetFound(*reference);
   logMessage("Infor", "Writing CSV...");
@@ -259,6 +268,24 @@ void processGroup(PairRun& run, int group) {
   std::printf("\n");
   scoreAndFilterGroup(run, group);
   exportGroup(run, group, positions);
+}
+
+// The report's existence tells later runs that this pair is done, so it is written last and only
+// when every spectrum file of the pair was written completely.
+void saveReport(const std::string& csvPath, const std::string& report, bool outputsIncomplete) {
+  if (outputsIncomplete) {
+    logMessage("Error", "Not all spectrum files of " + csvPath +
+                            " could be written: the CSV report is not saved, so that a later run processes "
+                            "this file again.");
+    return;
+  }
+  TextWriter writer;
+  if (!writer.open(csvPath)) {
+    logMessage("Error", "Fail to write the CSV report " + csvPath + ": " + writer.error());
+    return;
+  }
+  writer.write(report);
+  if (!writer.close()) logMessage("Error", "Fail to write the CSV report " + csvPath + ": " + writer.error());
 }
 
 }  // namespace
@@ -305,22 +332,21 @@ void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   loadIsotopePatternTable(parameters["binpath"] + parameters["ipv_file"]);
 
   ms1File.rawName = withoutExtension(fileNameOf(ms2Path));
+  bool kx1Written = true;
   if (isOn(parameters["output_kx"])) {
     logMessage("Infor", "Writing MS1 to KX...");
-    writeKX1(ms1File, parameters["outputpath"] + withoutExtension(fileNameOf(ms1Path)) + ".kx1");
+    kx1Written = writeKX1(ms1File, parameters["outputpath"] + withoutExtension(fileNameOf(ms1Path)) + ".kx1");
   }
   processRandom().seed(static_cast<std::uint32_t>(std::time(nullptr)));
 
-  PairRun run{parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}};
+  PairRun run{parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}, !kx1Written};
   startReportText(run.report);
   for (int group = 0; group < kActivationGroupCount; ++group) {
     if (ms2File.groupPresent[group] != 0) processGroup(run, group);
   }
   logMessage("Infor", "Releasing resources...");
   logMessage("Infor", "Saving CSV to disk...");
-  if (!writeTextFile(outputs.csvPath, run.report)) {
-    logMessage("Error", "Fail to write the CSV report " + outputs.csvPath);
-  }
+  saveReport(outputs.csvPath, run.report, run.outputsIncomplete);
   if (isOn(parameters["delete_msn"])) {
     logMessage("Infor", "Deleting MS1 & MS2...");
     std::error_code ignored;

@@ -6,6 +6,7 @@
 #include <system_error>
 
 #include "platform/paths.h"
+#include "platform/pending_file.h"
 
 namespace corvid {
 
@@ -50,8 +51,10 @@ std::vector<std::string> filesMatching(const std::string& pattern) {
 
 int concatenateMatching(const std::string& pattern, const std::string& target) {
   std::vector<std::string> sources = filesMatching(pattern);
-  std::FILE* out = std::fopen(target.c_str(), "wb");
-  if (out == nullptr) return -1;
+  // The joined file appears only once complete.
+  PendingFile pending;
+  if (!openPending(target, pending)) return -1;
+  std::FILE* out = pending.file;
   std::vector<char> block(1 << 20);
   int joined = 0;
   bool failed = false;
@@ -66,8 +69,7 @@ int concatenateMatching(const std::string& pattern, const std::string& target) {
     std::fclose(in);
     ++joined;
   }
-  if (std::fclose(out) != 0) failed = true;
-  return failed ? -1 : joined;
+  return commitPending(pending, failed) ? joined : -1;
 }
 
 int deleteMatching(const std::string& pattern) {

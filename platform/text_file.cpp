@@ -59,27 +59,35 @@ void appendCrLf(std::string& out, std::string_view text) {
 }
 
 bool TextWriter::open(const std::string& path) {
-  close();
+  discardPending(pending_);
   failed_ = false;
   buffer_.clear();
-  file_ = std::fopen(path.c_str(), "wb");
-  return file_ != nullptr;
+  return openPending(path, pending_);
 }
 
 void TextWriter::flushIfLarge() {
-  if (buffer_.size() < kWriteBlock || file_ == nullptr) return;
-  if (std::fwrite(buffer_.data(), 1, buffer_.size(), file_) != buffer_.size()) failed_ = true;
+  if (buffer_.size() < kWriteBlock || pending_.file == nullptr) return;
+  writeBuffer();
+  buffer_.clear();
+}
+
+void TextWriter::writeBuffer() {
+  if (!buffer_.empty() && std::fwrite(buffer_.data(), 1, buffer_.size(), pending_.file) != buffer_.size() &&
+      !failed_) {
+    failed_ = true;
+    pending_.error = lastErrorText();
+  }
   buffer_.clear();
 }
 
 void TextWriter::write(std::string_view text) {
-  if (file_ == nullptr) return;
+  if (pending_.file == nullptr) return;
   appendCrLf(buffer_, text);
   flushIfLarge();
 }
 
 void TextWriter::print(const char* format, ...) {
-  if (file_ == nullptr) return;
+  if (pending_.file == nullptr) return;
   char small[512];
   va_list args;
   va_start(args, format);
@@ -103,13 +111,9 @@ void TextWriter::print(const char* format, ...) {
 }
 
 bool TextWriter::close() {
-  if (file_ == nullptr) return !failed_;
-  if (!buffer_.empty() && std::fwrite(buffer_.data(), 1, buffer_.size(), file_) != buffer_.size()) {
-    failed_ = true;
-  }
-  buffer_.clear();
-  if (std::fclose(file_) != 0) failed_ = true;
-  file_ = nullptr;
+  if (pending_.file == nullptr) return !failed_;
+  writeBuffer();
+  if (!commitPending(pending_, failed_)) failed_ = true;
   return !failed_;
 }
 

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/pending_file.h"
+
 namespace corvid {
 
 // Reads the whole file as bytes; nullopt when it cannot be opened or read.
@@ -18,26 +20,30 @@ std::string withoutCarriageReturns(std::string_view text);
 // Appends text to out with every LF written as CR LF (a CR already before an LF is kept single).
 void appendCrLf(std::string& out, std::string_view text);
 
-// A text output file: collects text with CR LF line ends and writes it in large blocks.
-// The file is opened (truncated) by open(); a failed open leaves it closed and nothing is written.
+// A text output file: collects text with CR LF line ends and writes it in large blocks to a
+// temporary file that close() renames over the target. A failed open leaves it closed and nothing
+// is written; a writer destroyed without close() leaves the target as it was.
 class TextWriter {
  public:
   TextWriter() = default;
   TextWriter(const TextWriter&) = delete;
   TextWriter& operator=(const TextWriter&) = delete;
-  ~TextWriter() { close(); }
+  ~TextWriter() { discardPending(pending_); }
 
   bool open(const std::string& path);
-  bool isOpen() const { return file_ != nullptr; }
+  bool isOpen() const { return pending_.file != nullptr; }
   void write(std::string_view text);
   // printf-style formatting into the same buffer.
   void print(const char* format, ...) __attribute__((format(printf, 2, 3)));
-  // Flushes and closes; returns false when any write failed.
+  // Flushes, closes and renames the file into place; returns false when any write, the close or
+  // the rename failed (the target is then left as it was and error() says why).
   bool close();
+  const std::string& error() const { return pending_.error; }
 
  private:
   void flushIfLarge();
-  std::FILE* file_ = nullptr;
+  void writeBuffer();
+  PendingFile pending_;
   std::string buffer_;
   bool failed_ = false;
 };

@@ -38,7 +38,7 @@ bool isDrawn(const std::vector<std::int32_t>& drawn, int scan) {
 }
 
 void closeOrThrow(TextWriter& writer, const std::string& path) {
-  if (!writer.close()) throw RunFailure("Fail to write " + path + " completely (disk full?)");
+  if (!writer.close()) throw RunFailure("Fail to write " + path + ": " + writer.error());
 }
 
 }  // namespace

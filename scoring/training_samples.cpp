@@ -42,10 +42,8 @@ void writeTrainingSamples(const std::string& outputPath, bool writeTables, Refer
     }
     if (writeTables && i < features.size()) writeSampleLine(entry >= 0 ? positive : negative, scan, features[i]);
   }
-  const bool positiveWritten = positive.close();
-  if (!negative.close() || !positiveWritten) {
-    throw RunFailure("Fail to write the training tables " + outputPath + "Positive.csv and Negative.csv");
-  }
+  if (!positive.close()) throw RunFailure("Fail to write " + outputPath + "Positive.csv: " + positive.error());
+  if (!negative.close()) throw RunFailure("Fail to write " + outputPath + "Negative.csv: " + negative.error());
 }
 
 }  // namespace corvid

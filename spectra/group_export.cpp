@@ -62,7 +62,7 @@ bool finishGroupFile(const std::string& path, const SkippedSpectra& skipped, con
                      OutputFile& out) {
   reportSkippedSpectra(path, skipped, "not written");
   if (!closeOutputFile(out)) {
-    logMessage("Error", std::string("Fail to write ") + format + " file " + path);
+    logMessage("Error", std::string("Fail to write ") + format + " file " + path + ": " + out.pending.error);
     return false;
   }
   return true;

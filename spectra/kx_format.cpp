@@ -44,11 +44,11 @@ void loadKXFile(const std::string& path, std::int64_t& size, std::vector<char>& 
 bool openPair(const std::string& dataPath, const std::string& indexPath, OutputFile& data,
               OutputFile& index) {
   if (!openOutputFile(dataPath, data)) {
-    logMessage("Error", "Fail to create KX file " + dataPath);
+    logMessage("Error", "Fail to create KX file " + dataPath + ": " + data.pending.error);
     return false;
   }
   if (!openOutputFile(indexPath, index)) {
-    logMessage("Error", "Fail to create KX index file " + indexPath);
+    logMessage("Error", "Fail to create KX index file " + indexPath + ": " + index.pending.error);
     return false;
   }
   return true;
@@ -57,8 +57,8 @@ bool openPair(const std::string& dataPath, const std::string& indexPath, OutputF
 bool closePair(OutputFile& data, OutputFile& index) {
   bool dataDone = closeOutputFile(data);
   bool indexDone = closeOutputFile(index);
-  if (!dataDone) logMessage("Error", "Fail to write KX file " + data.path);
-  if (!indexDone) logMessage("Error", "Fail to write KX index file " + index.path);
+  if (!dataDone) logMessage("Error", "Fail to write KX file " + data.path + ": " + data.pending.error);
+  if (!indexDone) logMessage("Error", "Fail to write KX index file " + index.path + ": " + index.pending.error);
   return dataDone && indexDone;
 }
 

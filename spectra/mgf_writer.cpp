@@ -51,7 +51,7 @@ bool writeMGF(GroupExport& group, const MS2File& ms2File, const ParameterTable& 
   group.writtenCount = 0;
   OutputFile out;
   if (!openOutputFile(target, out)) {
-    logMessage("Error", "Fail to create MGF file " + target);
+    logMessage("Error", "Fail to create MGF file " + target + ": " + out.pending.error);
     return false;
   }
   const bool writeBlocks = exportSwitchOn(parameters, "output_mgf");

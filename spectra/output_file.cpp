@@ -13,24 +13,30 @@ constexpr std::size_t kOutputBlock = std::size_t{1} << 20;
 // Room for one formatted number: the largest double in fixed notation has 309 integer digits.
 constexpr std::size_t kNumberRoom = 400;
 
-OutputFile::~OutputFile() { closeOutputFile(*this); }
+OutputFile::~OutputFile() { discardPending(pending); }
 
 bool openOutputFile(const std::string& path, OutputFile& out) {
-  closeOutputFile(out);
+  discardPending(out.pending);
+  out.file = nullptr;
   out.path = path;
   out.buffer.clear();
   out.position = 0;
   out.failed = false;
-  out.file = std::fopen(path.c_str(), "wb");
-  if (out.file == nullptr) return false;
+  if (!openPending(path, out.pending)) return false;
+  out.file = out.pending.file;
   out.buffer.reserve(kOutputBlock + kOutputBlock / 4);
   return true;
+}
+
+static void noteWriteFailure(OutputFile& out) {
+  if (!out.failed) out.pending.error = lastErrorText();
+  out.failed = true;
 }
 
 static void writePending(OutputFile& out) {
   if (out.file == nullptr || out.buffer.empty()) return;
   if (std::fwrite(out.buffer.data(), 1, out.buffer.size(), out.file) != out.buffer.size()) {
-    out.failed = true;
+    noteWriteFailure(out);
   }
   out.buffer.clear();
 }
@@ -42,8 +48,8 @@ void flushIfLarge(OutputFile& out) {
 bool closeOutputFile(OutputFile& out) {
   if (out.file == nullptr) return !out.failed;
   writePending(out);
-  if (std::fclose(out.file) != 0) out.failed = true;
   out.file = nullptr;
+  if (!commitPending(out.pending, out.failed)) out.failed = true;
   return !out.failed;
 }
 
@@ -56,7 +62,7 @@ void putBytes(OutputFile& out, std::string_view bytes) {
   // A large piece (a whole KX part being merged) goes straight to the file, not via the buffer.
   writePending(out);
   if (out.file != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), out.file) != bytes.size()) {
-    out.failed = true;
+    noteWriteFailure(out);
   }
 }
 

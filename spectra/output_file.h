@@ -8,11 +8,16 @@
 #include <string>
 #include <string_view>
 
+#include "platform/pending_file.h"
+
 namespace corvid {
 
+// Bytes go to a temporary file that closeOutputFile renames over path when everything was
+// written; a file destroyed without being closed leaves path as it was.
 struct OutputFile {
   std::string path;
-  std::FILE* file = nullptr;
+  PendingFile pending;         // the temporary file and why it failed, if it did
+  std::FILE* file = nullptr;   // pending.file while open
   std::string buffer;          // pending bytes, written once it grows past the block size
   std::uint64_t position = 0;  // bytes written to the file plus bytes pending in the buffer
   bool failed = false;         // a write or the close failed
@@ -23,11 +28,12 @@ struct OutputFile {
   ~OutputFile();
 };
 
-// Opens (truncating) path for binary writing; false when it cannot be created.
+// Opens a temporary file for path; false when it cannot be created (out.pending.error says why).
 bool openOutputFile(const std::string& path, OutputFile& out);
 // Writes the buffer to the file when it holds at least one block; call after each record.
 void flushIfLarge(OutputFile& out);
-// Writes what is pending and closes; false when any write or the close failed.
+// Writes what is pending, closes and renames the file into place; false when any write, the
+// close or the rename failed (path is then left as it was; out.pending.error says why).
 bool closeOutputFile(OutputFile& out);
 
 // Appends bytes and keeps the position.

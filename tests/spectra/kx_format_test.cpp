@@ -116,8 +116,9 @@ TEST(WriteKX2, UncreatableFileLogsErrorAndReturnsFalse) {
   ::testing::internal::CaptureStdout();
   EXPECT_FALSE(writeKX2(group, file, path));
   EXPECT_EQ(::testing::internal::GetCapturedStdout(),
-            "[Corvid] Fail to create KX file " + path + " \n");
-  EXPECT_EQ(logMessagesSince(mark), std::vector<std::string>{"Fail to create KX file " + path});
+            "[Corvid] Fail to create KX file " + path + ": No such file or directory \n");
+  EXPECT_EQ(logMessagesSince(mark),
+            std::vector<std::string>{"Fail to create KX file " + path + ": No such file or directory"});
 }
 
 TEST(WriteKX2, EmptyPathWritesTheFallbackPair) {
@@ -219,7 +220,7 @@ TEST(WriteKX2FromMGF, UncreatableOutputLogsError) {
   writeKX2FromMGF(mgf);
   ::testing::internal::GetCapturedStdout();
   EXPECT_EQ(logMessagesSince(mark),
-            std::vector<std::string>{"Fail to create KX file " + folder.file("c.kx2")});
+            std::vector<std::string>{"Fail to create KX file " + folder.file("c.kx2") + ": it is a folder"});
 }
 
 TEST(OpenKX, RoundTripOfWriteKX2) {

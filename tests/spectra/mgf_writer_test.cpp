@@ -179,8 +179,9 @@ TEST(WriteMGF, UncreatableFileLogsErrorAndReturnsFalse) {
   ::testing::internal::CaptureStdout();
   EXPECT_FALSE(writeMGF(group, file, mgfOn(), path));
   EXPECT_EQ(::testing::internal::GetCapturedStdout(),
-            "[Corvid] Fail to create MGF file " + path + " \n");
-  EXPECT_EQ(logMessagesSince(mark), std::vector<std::string>{"Fail to create MGF file " + path});
+            "[Corvid] Fail to create MGF file " + path + ": No such file or directory \n");
+  EXPECT_EQ(logMessagesSince(mark),
+            std::vector<std::string>{"Fail to create MGF file " + path + ": No such file or directory"});
   EXPECT_FALSE(std::filesystem::exists(path));
 }
 
@@ -192,7 +193,10 @@ TEST(WriteMGF, FullDiskLogsWriteErrorAndReturnsFalse) {
   ::testing::internal::CaptureStdout();
   EXPECT_FALSE(writeMGF(group, file, mgfOn(), "/dev/full"));
   ::testing::internal::GetCapturedStdout();
-  EXPECT_EQ(logMessagesSince(mark), std::vector<std::string>{"Fail to write MGF file /dev/full"});
+  EXPECT_EQ(logMessagesSince(mark),
+            std::vector<std::string>{"Fail to write MGF file /dev/full: No space left on device"});
+  // A device is written in place, never replaced by a file renamed over it.
+  EXPECT_FALSE(std::filesystem::is_regular_file("/dev/full"));
 }
 
 TEST(WriteMGF, EmptyPathWritesTheFallbackFile) {
