@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <cstdio>
 #include <filesystem>
@@ -9,6 +10,9 @@
 #include <vector>
 
 #include "platform/paths.h"
+#include "platform/pending_file.h"
+#include "platform/text_file.h"
+#include "spectra/extraction_marker.h"
 #include "spectra/extracted_scan.h"
 #include "spectra/ms_text_writer.h"
 #include "spectra/mzml_parser.h"
@@ -34,7 +38,9 @@ constexpr std::size_t kOutputBlock = 1 << 20;
 
 // A file written through one reused buffer that knows its own length, so that the position of
 // every block is known when it is written.
+// Each is written under a temporary name and renamed into place when closed.
 struct BlockFile {
+  PendingFile pending;
   std::FILE* file = nullptr;
   std::string buffer;
   std::uint64_t flushed = 0;
@@ -42,7 +48,7 @@ struct BlockFile {
 };
 
 bool openBlockFile(const std::string& path, BlockFile& out) {
-  out.file = std::fopen(path.c_str(), "wb");
+  out.file = openPending(path, out.pending) ? out.pending.file : nullptr;
   out.buffer.clear();
   out.flushed = 0;
   out.failed = out.file == nullptr;
@@ -62,8 +68,8 @@ std::uint64_t blockFilePosition(const BlockFile& out) { return out.flushed + out
 bool closeBlockFile(BlockFile& out) {
   if (out.file == nullptr) return !out.failed;
   flushBlockFile(out);
-  if (std::fclose(out.file) != 0) out.failed = true;
   out.file = nullptr;
+  if (!commitPending(out.pending, out.failed)) out.failed = true;
   return !out.failed;
 }
 
@@ -95,9 +101,11 @@ void removeWorkFiles(const OutputPaths& paths) {
     removeFile(*path);
 }
 
+// After a failed extraction: without its marker no earlier extraction is reused. Files under
+// the final names are only ever complete (they are renamed into place), and another run may be
+// reading them, so they are left alone.
 void removeOutputs(const OutputPaths& paths) {
-  for (const std::string* path : {&paths.ms1, &paths.ms2, &paths.summary, &paths.marker})
-    removeFile(*path);
+  removeFile(paths.marker);
   removeWorkFiles(paths);
 }
 
@@ -126,7 +134,11 @@ struct Extraction {
   std::size_t higherLevels = 0;
   std::size_t unknownActivations = 0;
   std::size_t unknownAnalyzers = 0;
-  std::size_t negativeIntensities = 0;
+  std::size_t unsortedSpectra = 0;       // spectra whose peaks were sorted by m/z
+  std::size_t droppedPeaks = 0;          // non-finite or negative peaks left out
+  std::size_t spectraWithDropped = 0;    // spectra that lost at least one such peak
+  std::vector<std::uint32_t> peakOrder;  // reused while repairing a spectrum's peaks
+  std::vector<double> keptMz, keptIntensity;
 };
 
 ExtractedScan describe(const OpenSpectrum& spectrum, Extraction& x) {
@@ -168,7 +180,48 @@ bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& err
     ++x.higherLevels;
     return true;
   }
+  // Peaks are written finite, non-negative (zero intensity kept) and in m/z order, as the
+  // detection's sorted searches need them; a spectrum is copied only when it needs a repair.
+  const std::vector<double>* mz = &spectrum.mz;
+  const std::vector<double>* intensity = &spectrum.intensity;
+  std::size_t count = std::min(mz->size(), intensity->size());
+  std::size_t usable = 0;
+  bool ordered = true;
+  double lastMz = 0.0;
+  for (std::size_t i = 0; i < count; ++i) {
+    double m = (*mz)[i];
+    double v = (*intensity)[i];
+    if (!std::isfinite(m) || !std::isfinite(v) || m < 0.0 || v < 0.0) continue;
+    if (usable++ > 0 && m < lastMz) ordered = false;
+    lastMz = m;
+  }
+  if (usable != count || !ordered) {
+    x.peakOrder.clear();
+    for (std::size_t i = 0; i < count; ++i) {
+      double m = (*mz)[i];
+      double v = (*intensity)[i];
+      if (std::isfinite(m) && std::isfinite(v) && m >= 0.0 && v >= 0.0)
+        x.peakOrder.push_back(static_cast<std::uint32_t>(i));
+    }
+    if (!ordered)
+      std::stable_sort(x.peakOrder.begin(), x.peakOrder.end(),
+                       [mz](std::uint32_t a, std::uint32_t b) { return (*mz)[a] < (*mz)[b]; });
+    x.keptMz.resize(usable);
+    x.keptIntensity.resize(usable);
+    for (std::size_t k = 0; k < usable; ++k) {
+      x.keptMz[k] = (*mz)[x.peakOrder[k]];
+      x.keptIntensity[k] = (*intensity)[x.peakOrder[k]];
+    }
+    mz = &x.keptMz;
+    intensity = &x.keptIntensity;
+    if (!ordered) ++x.unsortedSpectra;
+    if (usable != count) {
+      x.droppedPeaks += count - usable;
+      ++x.spectraWithDropped;
+    }
+  }
   ExtractedScan e = describe(spectrum, x);
+  e.peakCount = static_cast<std::uint32_t>(usable);
   ScanKey key{e.retentionTime, e.nativeScan, e.idHash, e.precursorRefHash, 0, 0, 0, e.msLevel};
   if (x.nativeOrder)
     x.nativeOrder = x.keys.empty() ? nativeNumberUsable(key) : keepsNativeOrder(x.keys.back(), key);
@@ -189,7 +242,8 @@ bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& err
   else
     appendMS2Header(out.buffer, e);
   e.peakOffset = blockFilePosition(out);
-  if (!appendPeakLines(out.buffer, spectrum.mz, spectrum.intensity, x.negativeIntensities)) {
+  std::size_t negatives = 0;  // none left: negative peaks were taken out above
+  if (!appendPeakLines(out.buffer, *mz, *intensity, negatives)) {
     error = "spectrum \"" + spectrum.nativeId +
             "\" holds a peak value that is not a finite, non-negative number";
     return false;
@@ -309,9 +363,14 @@ void reportAlerts(const Extraction& x) {
   if (x.unknownAnalyzers > 0)
     logMessage("Alert", name + ": " + std::to_string(x.unknownAnalyzers) +
                             " spectra name no known mass analyzer; they were written as ITMS");
-  if (x.negativeIntensities > 0)
-    logMessage("Alert", name + ": " + std::to_string(x.negativeIntensities) +
-                            " negative peak intensities were written as 0");
+  if (x.unsortedSpectra > 0)
+    logMessage("Alert", name + ": the peaks of " + std::to_string(x.unsortedSpectra) +
+                            " spectra were not in m/z order; they were sorted by m/z");
+  if (x.droppedPeaks > 0)
+    logMessage("Alert", name + ": " + std::to_string(x.droppedPeaks) + " peaks in " +
+                            std::to_string(x.spectraWithDropped) +
+                            " spectra had a non-finite or negative m/z or intensity and were "
+                            "left out");
 }
 
 bool fail(const std::string& inputPath, const OutputPaths& paths, const std::string& problem) {
@@ -333,6 +392,16 @@ void closeWorkFiles(Extraction& x) {
   for (BlockFile* file : {&x.ms1, &x.ms2, &x.records, &x.ids}) closeBlockFile(*file);
 }
 
+// Precursors are detected in MS1 spectra: a file without any gives nothing to work from, so it
+// fails with nothing written rather than handing an .ms2 without its .ms1 to the driver.
+bool hasMS1Spectra(Extraction& x) {
+  if (x.ms1Count > 0) return true;
+  closeWorkFiles(x);
+  removeOutputs(x.paths);
+  logMessage("Error", "No MS1 spectra in " + x.inputPath + ": nothing to detect precursors from.");
+  return false;
+}
+
 }  // namespace
 
 bool isOpenFormatPath(std::string_view path) {
@@ -343,9 +412,21 @@ bool isOpenFormatName(std::string_view name) {
   return endsWithAny(name, kMzMLSpellings) || endsWithAny(name, kMzXMLSpellings);
 }
 
-bool openFormatAlreadyExtracted(const std::string& folder, const std::string& stem) {
+bool openFormatAlreadyExtracted(const std::string& inputPath, const std::string& folder,
+                                const std::string& stem) {
   OutputPaths paths = outputPathsOf(folder, stem);
-  return canOpenForReading(paths.marker) && canOpenForReading(paths.summary);
+  InputIdentity identity;
+  const MarkerState state = readInputIdentity(inputPath, identity)
+                                ? checkExtractionMarker(paths.marker, identity)
+                                : MarkerState::kDiffers;
+  if (state == MarkerState::kMissing) return false;
+  const bool complete = canOpenForReading(paths.summary) && canOpenForReading(paths.ms1) &&
+                        canOpenForReading(paths.ms2);
+  if (state == MarkerState::kMatches && complete) return true;
+  logMessage("Alert", fileNameOf(inputPath) + (complete ? " is not the file that was extracted (size, time or content differ)"
+                                                        : ": its earlier extraction is incomplete") +
+                          ": extracting it again.");
+  return false;
 }
 
 bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
@@ -355,7 +436,9 @@ bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
   x.paths = outputPathsOf(folder, stem);
   removeFile(x.paths.marker);  // a stale marker must not survive a failed extraction
   std::error_code code;
-  if (!std::filesystem::is_regular_file(inputPath, code) || !canOpenForReading(inputPath))
+  InputIdentity identity;
+  if (!std::filesystem::is_regular_file(inputPath, code) || !canOpenForReading(inputPath) ||
+      !readInputIdentity(inputPath, identity))
     return fail(inputPath, x.paths, "the file does not exist or cannot be opened");
   if (std::filesystem::file_size(inputPath, code) == 0 || code)
     return fail(inputPath, x.paths, "the file is empty");
@@ -382,12 +465,20 @@ bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
     closeWorkFiles(x);
     return fail(inputPath, x.paths, problem);
   }
+  if (!hasMS1Spectra(x)) return false;
   if (!finishExtraction(x, problem)) return fail(inputPath, x.paths, problem);
   reportAlerts(x);
-  std::FILE* marker = std::fopen(x.paths.marker.c_str(), "wb");
-  bool marked = marker != nullptr && std::fputs("Extraction complete\r\n", marker) >= 0;
-  if (marker != nullptr) marked = std::fclose(marker) == 0 && marked;
-  if (!marked) return fail(inputPath, x.paths, "the completion marker cannot be written");
+  // The input must still be the file that was read: one rewritten meanwhile gives a mixture.
+  InputIdentity after;
+  if (!readInputIdentity(inputPath, after) || after.size != identity.size ||
+      after.modified != identity.modified || after.checksum != identity.checksum)
+    return fail(inputPath, x.paths, "the file changed while it was being extracted");
+  TextWriter marker;
+  if (!marker.open(x.paths.marker))
+    return fail(inputPath, x.paths, "the completion marker cannot be written (" + marker.error() + ")");
+  marker.write(extractionMarkerText(fileNameOf(inputPath), identity));
+  if (!marker.close())
+    return fail(inputPath, x.paths, "the completion marker cannot be written (" + marker.error() + ")");
   logMessage("Infor", "Extracted " + std::to_string(x.ms1Count) + " MS1 and " +
                           std::to_string(x.keys.size() - x.ms1Count) + " MS2 spectra from " +
                           fileNameOf(inputPath));

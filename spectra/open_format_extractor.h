@@ -12,13 +12,18 @@ bool isOpenFormatPath(std::string_view path);
 bool isOpenFormatName(std::string_view name);
 
 // Extracts the file into folder + stem + ".ms1", ".ms2", "_scans.csv" and, last, ".quarry"
-// (folder ends with a separator; stem is the file name less its extension). On failure logs an
-// "Error" line naming the file and the problem, removes partial outputs and returns false; a
-// completion marker then does not exist.
+// (folder ends with a separator; stem is the file name less its extension). Every file is
+// written under a temporary name and renamed into place when complete; the marker records the
+// input's identity. On failure logs an "Error" line naming the file and the problem, removes its
+// temporary files and the marker and returns false.
 bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
                        const std::string& stem);
 
-// True when the completion marker and the summary of an earlier extraction both exist.
-bool openFormatAlreadyExtracted(const std::string& folder, const std::string& stem);
+// True when an earlier extraction of the input is complete (marker, summary, .ms1 and .ms2) and
+// its marker records the input as it is now (size, modification time, checksum of the first and
+// last megabyte). A marker that records another input, or an incomplete extraction, gives an
+// "Alert" and false.
+bool openFormatAlreadyExtracted(const std::string& inputPath, const std::string& folder,
+                                const std::string& stem);
 
 }  // namespace corvid

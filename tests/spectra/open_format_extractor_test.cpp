@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <filesystem>
+
 #include "tests/spectra/spectra_test_support.h"
 
 namespace corvid {
@@ -94,16 +97,69 @@ TEST(ExtractOpenFormat, SecondRunGivesIdenticalFiles) {
   EXPECT_EQ(readFile(temp.file("small.ms2")), ms2);
 }
 
-TEST(OpenFormatAlreadyExtracted, NeedsMarkerAndSummary) {
+TEST(OpenFormatAlreadyExtracted, NeedsMarkerSummaryAndTextPair) {
   TempDir temp;
-  EXPECT_FALSE(openFormatAlreadyExtracted(temp.folder(), "small"));
-  ASSERT_TRUE(extractOpenFormat(fixturePath("small.mzML"), temp.folder(), "small"));
-  EXPECT_TRUE(openFormatAlreadyExtracted(temp.folder(), "small"));
+  const std::string input = fixturePath("small.mzML");
+  EXPECT_FALSE(openFormatAlreadyExtracted(input, temp.folder(), "small"));
+  ASSERT_TRUE(extractOpenFormat(input, temp.folder(), "small"));
+  EXPECT_TRUE(openFormatAlreadyExtracted(input, temp.folder(), "small"));
   std::filesystem::remove(temp.file("small_scans.csv"));
-  EXPECT_FALSE(openFormatAlreadyExtracted(temp.folder(), "small"));
+  EXPECT_FALSE(openFormatAlreadyExtracted(input, temp.folder(), "small"));
   testing::writeFile(temp.file("small_scans.csv"), "x");
+  EXPECT_TRUE(openFormatAlreadyExtracted(input, temp.folder(), "small"));
+  std::filesystem::remove(temp.file("small.ms2"));
+  EXPECT_FALSE(openFormatAlreadyExtracted(input, temp.folder(), "small"));
+  ASSERT_TRUE(extractOpenFormat(input, temp.folder(), "small"));
   std::filesystem::remove(temp.file("small.quarry"));
-  EXPECT_FALSE(openFormatAlreadyExtracted(temp.folder(), "small"));
+  EXPECT_FALSE(openFormatAlreadyExtracted(input, temp.folder(), "small"));
+}
+
+TEST(OpenFormatAlreadyExtracted, MarkerRecordsTheInputsIdentity) {
+  TempDir temp;
+  const std::string input = temp.file("run.mzML");
+  std::filesystem::copy_file(fixturePath("small.mzML"), input);
+  ASSERT_TRUE(extractOpenFormat(input, temp.folder(), "run"));
+  const std::string marker = testing::readFile(temp.file("run.quarry"));
+  EXPECT_EQ(marker.rfind("Extraction complete\r\ninput run.mzML\r\nsize " +
+                             std::to_string(std::filesystem::file_size(input)) + "\r\nmodified ",
+                         0),
+            0u)
+      << marker;
+  EXPECT_NE(marker.find("\r\nchecksum "), std::string::npos);
+  // A marker of the old kind, without a record of its input, is not trusted.
+  testing::writeFile(temp.file("run.quarry"), "Extraction complete\r\n");
+  std::size_t mark = runLogLines().size();
+  EXPECT_FALSE(openFormatAlreadyExtracted(input, temp.folder(), "run"));
+  std::string log;
+  for (std::size_t i = mark; i < runLogLines().size(); ++i) log += runLogLines()[i];
+  EXPECT_NE(log.find("run.mzML is not the file that was extracted (size, time or content differ): extracting it "
+                     "again."),
+            std::string::npos)
+      << log;
+}
+
+TEST(OpenFormatAlreadyExtracted, ReplacedOrTouchedInputIsExtractedAgain) {
+  TempDir temp;
+  const std::string input = temp.file("run.mzML");
+  std::filesystem::copy_file(fixturePath("small.mzML"), input);
+  ASSERT_TRUE(extractOpenFormat(input, temp.folder(), "run"));
+  ASSERT_TRUE(openFormatAlreadyExtracted(input, temp.folder(), "run"));
+  // Same size, one byte changed in the middle of the file, time kept.
+  const auto time = std::filesystem::last_write_time(input);
+  std::string text = testing::readFile(input);
+  const std::size_t at = text.find("<cvList");
+  ASSERT_NE(at, std::string::npos);
+  text[at + 1] = 'C';
+  testing::writeFile(input, text);
+  std::filesystem::last_write_time(input, time);
+  EXPECT_FALSE(openFormatAlreadyExtracted(input, temp.folder(), "run"));
+  // The content back, another time: extracted again too.
+  text[at + 1] = 'c';
+  testing::writeFile(input, text);
+  std::filesystem::last_write_time(input, time + std::chrono::seconds(5));
+  EXPECT_FALSE(openFormatAlreadyExtracted(input, temp.folder(), "run"));
+  std::filesystem::last_write_time(input, time);
+  EXPECT_TRUE(openFormatAlreadyExtracted(input, temp.folder(), "run"));
 }
 
 TEST(IsOpenFormatPath, KnowsTheSixSpellings) {
