@@ -15,11 +15,7 @@ namespace {
 
 using namespace corvid::testing;
 
-fs::path bsa1Path() {
-  if (const char* path = std::getenv("CORVID_BSA1")) return path;
-  const char* home = std::getenv("HOME");
-  return fs::path(home == nullptr ? "/root" : home) / ".cache/corvid/pkg/usr/share/doc/openms/examples/BSA/BSA1.mzML";
-}
+fs::path bsa1Path() { return bsa1MzmlPath(); }
 
 std::vector<std::string> splitLines(const std::string& text) {
   std::vector<std::string> lines;
@@ -120,6 +116,23 @@ TEST_F(Bsa1EndToEnd, FolderWithMzmlFormatIsProcessed) {
   EXPECT_TRUE(fs::exists(data / "BSA1.csv"));
   EXPECT_TRUE(fs::exists(data / "BSA1_CIDIT.mgf"));
   EXPECT_TRUE(fs::exists(data / "BSA1.quarry"));
+}
+
+// The training workflow on real data: identifications of BSA1 (Comet, 1 % FDR, converted by
+// corvid-reference-list) label Corvid's candidates. Every identified precursor is among them.
+TEST_F(Bsa1EndToEnd, IdentificationsLabelTheCandidatesForTraining) {
+  const fs::path reference = fs::path(CORVID_TEST_DATA_DIR) / "search" / "BSA1.pep.xml.reflist";
+  RunResult run = runCorvid(dir.path(), {"-D", (data / "BSA1.mzML").string(), "-O", out.string(), "-T",
+                                         reference.string(), "-s", "1"});
+  ASSERT_EQ(run.status, 0) << run.out;
+  EXPECT_NE(run.out.find("[Corvid] Writing TrainingSet... \n[Corvid] Check 38 Precursors.  \n"), std::string::npos)
+      << run.out;
+  EXPECT_NE(run.out.find("[Corvid] Writing CSV... \n[Corvid] Check 38 Precursors. \n"), std::string::npos);
+  const std::string positive = readFile(out / "Positive.csv");
+  const std::string negative = readFile(out / "Negative.csv");
+  EXPECT_EQ(std::count(positive.begin(), positive.end(), '\n'), 38);
+  EXPECT_EQ(std::count(positive.begin(), positive.end(), '\n') + std::count(negative.begin(), negative.end(), '\n'),
+            2498);
 }
 
 #ifdef CORVID_SVMRUNNER

@@ -22,11 +22,7 @@ namespace {
 
 using namespace corvid::testing;
 
-fs::path bsa1Path() {
-  if (const char* path = std::getenv("CORVID_BSA1")) return path;
-  const char* home = std::getenv("HOME");
-  return fs::path(home == nullptr ? "/root" : home) / ".cache/corvid/pkg/usr/share/doc/openms/examples/BSA/BSA1.mzML";
-}
+fs::path bsa1Path() { return bsa1MzmlPath(); }
 
 std::vector<std::string> namesIn(const fs::path& folder) {
   std::vector<std::string> names;

@@ -11,17 +11,8 @@ using namespace corvid::testing;
 
 const fs::path kFixture = fs::path(CORVID_TEST_DATA_DIR) / "pair";
 
-// A private copy of the program with IPV.txt beside it, so tools can be placed in its folder.
-struct Installation {
-  TempDir root;
-  fs::path bin = root.path() / "bin";
-  fs::path data = root.path() / "data";
-  Installation() {
-    fs::create_directories(bin);
-    fs::create_directories(data);
-    fs::copy_file(CORVID_EXE, bin / "corvid");
-    fs::copy_file(fs::path(CORVID_EXE).parent_path() / "IPV.txt", bin / "IPV.txt");
-  }
+// The program's copy with extractor stand-ins in its folder.
+struct Installation : ProgramCopy {
   // A stand-in extractor: records its arguments, then copies the fixture pair as <stem>.ms1/.ms2
   // and (RAW only) leaves the completion marker. <stem>.csv is the result report's name: an
   // extraction is only skipped when the run was already processed.
@@ -36,9 +27,6 @@ struct Installation {
     fs::permissions(script, fs::perms::owner_all);
   }
   std::string calls(const std::string& name) const { return readFile(root.path() / (name + ".calls")); }
-  RunResult run(const std::vector<std::string>& arguments) const {
-    return runProgram((bin / "corvid").string(), root.path(), arguments);
-  }
   std::string normalised(std::string text) const {
     text = replaceAll(text, root.path().string(), "<root>");
     return text;

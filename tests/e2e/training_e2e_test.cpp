@@ -17,17 +17,10 @@ using namespace corvid::testing;
 const fs::path kFixture = fs::path(CORVID_TEST_DATA_DIR) / "pair";
 
 // A private copy of the program with IPV.txt beside it and the fixture pair in data/.
-struct TrainingRun {
-  TempDir root;
-  fs::path bin = root.path() / "bin";
-  fs::path data = root.path() / "data";
+struct TrainingRun : ProgramCopy {
   fs::path out = root.path() / "out";
   TrainingRun() {
-    fs::create_directories(bin);
-    fs::create_directories(data);
     fs::create_directories(out);
-    fs::copy_file(CORVID_EXE, bin / "corvid");
-    fs::copy_file(fs::path(CORVID_EXE).parent_path() / "IPV.txt", bin / "IPV.txt");
     fs::copy_file(kFixture / "run1.ms1", data / "run1.ms1");
     fs::copy_file(kFixture / "run1.ms2", data / "run1.ms2");
     writeFile(reference(), "5\t500.25\t2\t1.5\n8\t500.9\t3\t2.0\n99\t500.25\t2\t0.0\n");
@@ -36,7 +29,7 @@ struct TrainingRun {
   RunResult run(const std::vector<std::string>& extra) const {
     std::vector<std::string> arguments = {"-D", data.string(), "-F", "ms1", "-O", out.string()};
     arguments.insert(arguments.end(), extra.begin(), extra.end());
-    return runProgram((bin / "corvid").string(), root.path(), arguments);
+    return ProgramCopy::run(arguments);
   }
   std::string output(const std::string& name) const { return readFile(out / name); }
 };

@@ -9,6 +9,7 @@
 
 #include "platform/text_file.h"
 #include "startup/run_log.h"
+#include "tests/support/reference_list_support.h"
 
 namespace corvid {
 namespace {
@@ -31,20 +32,7 @@ MS2File threeScans() {
 
 const std::vector<std::size_t> kAllPositions{0, 1, 2};
 
-ReferencePrecursorList referenceOf(
-    std::initializer_list<std::tuple<std::int32_t, double, std::int32_t, double>> entries) {
-  ReferencePrecursorList list;
-  for (const auto& [scan, mz, charge, value] : entries) {
-    list.scans.push_back(scan);
-    list.mzs.push_back(mz);
-    list.charges.push_back(charge);
-    list.values.push_back(value);
-    list.found.push_back(0);
-    list.training.push_back(1);
-    list.pending.push_back(1);
-  }
-  return list;
-}
+using corvid::testing::referenceOf;
 
 struct TempFolder {
   std::filesystem::path path;
@@ -227,9 +215,9 @@ TEST(WriteUncheckedList, UnwritablePathIsLoggedAsError) {
   TempFolder folder;
   const ReferencePrecursorList reference = referenceOf({{100, 500.0, 2, 1.0}});
   const std::string path = (folder.path / "missing" / "x_unchecked.csv").string();
-  testing::internal::CaptureStdout();
+  ::testing::internal::CaptureStdout();
   writeUncheckedList(reference, path);
-  const std::string printed = testing::internal::GetCapturedStdout();
+  const std::string printed = ::testing::internal::GetCapturedStdout();
   EXPECT_EQ(printed, "[Corvid] Can not write the unchecked precursor list " + path + " \n");
   EXPECT_FALSE(std::filesystem::exists(path));
 }

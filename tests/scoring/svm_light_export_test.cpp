@@ -8,6 +8,7 @@
 #include "platform/msvc_random.h"
 #include "scoring/svm_light_export.h"
 #include "startup/run_failure.h"
+#include "tests/support/failure_text.h"
 #include "tests/support/test_support.h"
 
 namespace corvid {
@@ -15,14 +16,6 @@ namespace {
 
 using namespace corvid::testing;
 
-std::string failureText(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const RunFailure& failure) {
-    return failure.text;
-  }
-  return "(no failure)";
-}
 
 TEST(SvmLightChargeRange, TwoToThreeAcceptsTwoAndThreeOnly) {
   EXPECT_FALSE(chargeInRange("2-3", 1));

@@ -4,26 +4,13 @@
 
 #include "scoring/training_samples.h"
 #include "startup/run_failure.h"
+#include "tests/support/reference_list_support.h"
 #include "tests/support/test_support.h"
 
 namespace corvid {
 namespace {
 
 using namespace corvid::testing;
-
-ReferencePrecursorList referenceOf(const std::vector<std::tuple<int, double, int, double>>& entries) {
-  ReferencePrecursorList list;
-  for (const auto& [scan, mz, charge, value] : entries) {
-    list.scans.push_back(scan);
-    list.mzs.push_back(mz);
-    list.charges.push_back(charge);
-    list.values.push_back(value);
-    list.found.push_back(0);
-    list.training.push_back(1);
-    list.pending.push_back(1);
-  }
-  return list;
-}
 
 PrecursorFeatures featuresCounting(double first) {
   PrecursorFeatures features;

@@ -9,6 +9,7 @@
 #include "spectra/precursor_record.h"
 #include "startup/run_failure.h"
 #include "tests/spectra/spectra_test_support.h"
+#include "tests/support/failure_text.h"
 
 namespace corvid {
 namespace {
@@ -24,14 +25,7 @@ GroupExport groupOf(const MS2File& file, std::string rawName,
   return group;
 }
 
-std::string failureText(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const RunFailure& failure) {
-    return failure.text;
-  }
-  return "(no failure)";
-}
+using corvid::testing::failureText;
 
 TEST(WriteKX2, GoldenBytesForAcceptedAndRecordedPrecursors) {
   TempDir folder;

@@ -110,6 +110,30 @@ inline RunResult runCorvid(const fs::path& workdir, const std::vector<std::strin
   return runProgram(CORVID_EXE, workdir, arguments, input);
 }
 
+// BSA1.mzML of Debian's openms-doc, as tools/fetch_bsa1.sh caches it (CORVID_BSA1 overrides).
+inline fs::path bsa1MzmlPath() {
+  if (const char* path = std::getenv("CORVID_BSA1")) return path;
+  const char* home = std::getenv("HOME");
+  return fs::path(home == nullptr ? "/root" : home) / ".cache/corvid/pkg/usr/share/doc/openms/examples/BSA/BSA1.mzML";
+}
+
+// A private copy of the program with IPV.txt beside it (bin/) and an empty data/ folder, so that
+// tools can be placed in, or left out of, the program's folder.
+struct ProgramCopy {
+  TempDir root;
+  fs::path bin = root.path() / "bin";
+  fs::path data = root.path() / "data";
+  ProgramCopy() {
+    fs::create_directories(bin);
+    fs::create_directories(data);
+    fs::copy_file(CORVID_EXE, bin / "corvid");
+    fs::copy_file(fs::path(CORVID_EXE).parent_path() / "IPV.txt", bin / "IPV.txt");
+  }
+  RunResult run(const std::vector<std::string>& arguments) const {
+    return runProgram((bin / "corvid").string(), root.path(), arguments);
+  }
+};
+
 // Compares text with tests/golden/<name>; CORVID_UPDATE_GOLDEN=1 rewrites the golden file instead.
 inline void expectGolden(const std::string& actual, const std::string& name) {
   const fs::path golden = fs::path(CORVID_GOLDEN_DIR) / name;
