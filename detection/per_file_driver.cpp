@@ -16,6 +16,7 @@
 #include "platform/paths.h"
 #include "platform/process.h"
 #include "platform/text_file.h"
+#include "scoring/explained_candidates.h"
 #include "scoring/peak_difference_statistics.h"
 #include "scoring/reference_list_loader.h"
 #include "scoring/result_report.h"
@@ -226,6 +227,7 @@ void scoreAndFilterGroup(PairRun& run, int group) {
   if (reference != nullptr) writeTrainingSet(run, group);
   logMessage("Infor", "Filtering by the threshold...");
   filterByThreshold(parameters, scores, run.context.records);
+  if (isOn(parameters["precision_mode"])) dropExplainedCandidates(run.context.records, defaultExplainedCandidateSettings());
 }
 
 // Writes the group's spectra and appends its report rows.

@@ -1,0 +1,92 @@
+// precision_mode through the real binary on the fixture pair (two co-eluting peptides, 500.25 2+
+// and 500.90 3+, in every CID scan's window). Every candidate is kept (output_all_mars_y), so
+// that isotopes and charge harmonics of the two peptides reach the report; the mode must drop
+// them and keep both peptides.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "tests/support/test_support.h"
+
+namespace corvid {
+namespace {
+
+using namespace corvid::testing;
+
+const fs::path kFixture = fs::path(CORVID_TEST_DATA_DIR) / "pair";
+
+struct ModeRun {
+  TempDir dir;
+  RunResult result;
+  std::string csv;
+  std::string mgf;
+  // Runs the fixture pair from a parameter file; `extra` lines are appended to it.
+  void run(const std::string& extra) {
+    const fs::path data = dir.path() / "data";
+    fs::create_directories(data);
+    fs::copy_file(kFixture / "run1.ms1", data / "run1.ms1");
+    fs::copy_file(kFixture / "run1.ms2", data / "run1.ms2");
+    writeFile(dir.path() / "run.para",
+              "datapath = " + data.string() + "/\ninput_format = ms1\noutput_all_mars_y = 1\n" + extra);
+    result = runCorvid(dir.path(), {(dir.path() / "run.para").string()});
+    csv = readFile(data / "run1.csv");
+    mgf = readFile(data / "run1_CIDIT.mgf");
+  }
+  std::string rowOf(long scan) const {
+    const std::string key = "CID, IT, " + std::to_string(scan) + ", ";
+    const std::size_t at = csv.find(key);
+    return at == std::string::npos ? "" : csv.substr(at, csv.find("\r\n", at) - at);
+  }
+};
+
+// The reported (m/z, charge) pairs of a report row, in rank order.
+std::vector<std::string> precursorsOf(const std::string& row) {
+  std::vector<std::string> fields;
+  std::size_t from = 0;
+  while (from < row.size()) {
+    const std::size_t comma = row.find(", ", from);
+    if (comma == std::string::npos) break;
+    fields.push_back(row.substr(from, comma - from));
+    from = comma + 2;
+  }
+  std::vector<std::string> precursors;
+  for (std::size_t i = 7; i + 1 < fields.size(); i += 3) precursors.push_back(fields[i] + " " + fields[i + 1]);
+  return precursors;
+}
+
+TEST(PrecisionModeEndToEnd, DropsIsotopesAndHarmonicsButKeepsBothPeptides) {
+  ModeRun plain;
+  plain.run("");
+  ModeRun precise;
+  precise.run("precision_mode = 1\n");
+  ASSERT_EQ(plain.result.status, 0) << plain.result.out;
+  ASSERT_EQ(precise.result.status, 0) << precise.result.out;
+  const std::vector<std::string> all = precursorsOf(plain.rowOf(5));
+  const std::vector<std::string> kept = precursorsOf(precise.rowOf(5));
+  // Without the mode the report holds more than the two peptides.
+  EXPECT_GT(all.size(), 2u) << plain.rowOf(5);
+  ASSERT_EQ(kept.size(), 2u) << precise.rowOf(5);
+  EXPECT_NE(std::find(kept.begin(), kept.end(), "500.250000 2"), kept.end()) << precise.rowOf(5);
+  EXPECT_NE(std::find(kept.begin(), kept.end(), "500.900000 3"), kept.end()) << precise.rowOf(5);
+  // The kept ones keep their rank order of the plain report.
+  EXPECT_LT(std::find(all.begin(), all.end(), kept[0]), std::find(all.begin(), all.end(), kept[1]));
+  // One MGF block per kept precursor.
+  EXPECT_LT(precise.mgf.size(), plain.mgf.size());
+}
+
+TEST(PrecisionModeEndToEnd, ZeroLeavesEveryOutputAsWithoutTheKey) {
+  ModeRun plain;
+  plain.run("");
+  ModeRun off;
+  off.run("precision_mode = 0\n");
+  ASSERT_EQ(plain.result.status, 0) << plain.result.out;
+  ASSERT_EQ(off.result.status, 0) << off.result.out;
+  EXPECT_EQ(off.csv, plain.csv);
+  EXPECT_EQ(off.mgf, plain.mgf);
+  EXPECT_EQ(readFile(off.dir.path() / "data" / "run1_CIDIT.kx2"), readFile(plain.dir.path() / "data" / "run1_CIDIT.kx2"));
+}
+
+}  // namespace
+}  // namespace corvid
