@@ -34,19 +34,9 @@ void readInstrumentLetter(char letter, MS1Spectrum& spectrum, std::string& fileN
   if (fileName.empty()) fileName.assign(longName);
 }
 
-}  // namespace
-
-std::int64_t ms1ChunkLength(std::string_view bytesRead, std::int64_t chunkLimit) {
-  const auto length = static_cast<std::int64_t>(bytesRead.size());
-  if (length < chunkLimit) return length;
-  for (std::int64_t p = length - 1; p >= 1; --p) {
-    if (bytesRead[p] == 'S' && bytesRead[p - 1] == '\n') return p;
-  }
-  return 0;
-}
-
-void scanMS1Chunk(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1File,
-                  std::string& fileName, MSTextNotes& notes) {
+template <LineEnds kEnds>
+void scanMS1ChunkAs(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1File,
+                    std::string& fileName, MSTextNotes& notes) {
   const char* const begin = chunk.data();
   const char* const end = begin + chunk.size();
   MS1Spectrum* current = ms1File.spectra.empty() ? nullptr : &ms1File.spectra.back();
@@ -61,7 +51,7 @@ void scanMS1Chunk(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1
         p = skipToLineFeed(value, begin, end, notes.bareLineFeed);
       } else if (c == 'I' && byteAt(p, 1, end) == '\t' && byteAt(p, 2, end) == 'R') {
         const char* value = p + std::min(kRetTimeValue, end - p);
-        const double retentionTime = scanDecimal(value, end, StopAtCarriageReturn{});
+        const double retentionTime = scanDecimal(value, end, StopAtValueEnd<kEnds>{});
         if (current != nullptr) {
           current->retentionTime = retentionTime;
         } else {
@@ -80,10 +70,32 @@ void scanMS1Chunk(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1
         p = skipToLineFeed(p, begin, end, notes.bareLineFeed);
       }
     }
-    if (p < end && isDigitChar(*p)) p = readPeakLineInto(p, end, current, notes);
+    if (p < end && isDigitChar(*p)) p = readPeakLineInto<kEnds>(p, end, current, notes);
     p = stepOver(p, end);
   }
   if (p < end && notes.zeroByteOffset < 0) notes.zeroByteOffset = chunkOffset + (p - begin);
+}
+
+}  // namespace
+
+std::int64_t ms1ChunkLength(std::string_view bytesRead, std::int64_t chunkLimit) {
+  const auto length = static_cast<std::int64_t>(bytesRead.size());
+  if (length < chunkLimit) return length;
+  for (std::int64_t p = length - 1; p >= 1; --p) {
+    if (bytesRead[p] == 'S' && bytesRead[p - 1] == '\n') return p;
+  }
+  return 0;
+}
+
+void scanMS1Chunk(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1File,
+                  std::string& fileName, MSTextNotes& notes) {
+  const LineEndShape shape = detectLineEnds(chunk.data(), chunk.data() + chunk.size());
+  notes.carriageReturnsOnly = notes.carriageReturnsOnly || shape.carriageReturnsOnly;
+  if (shape.ends == LineEnds::kBareLineFeeds) {
+    scanMS1ChunkAs<LineEnds::kBareLineFeeds>(chunk, chunkOffset, ms1File, fileName, notes);
+  } else {
+    scanMS1ChunkAs<LineEnds::kCrLf>(chunk, chunkOffset, ms1File, fileName, notes);
+  }
 }
 
 void loadMS1File(const std::string& path, MS1File& ms1File) {

@@ -1,5 +1,6 @@
 #pragma once
-// Loads an extracted .ms1 text file (S, I and peak lines with CR LF line ends) into an MS1File.
+// Loads an extracted .ms1 text file (S, I and peak lines; CR LF line ends, or LF alone as Linux
+// tools write them) into an MS1File.
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -23,7 +24,8 @@ void loadMS1File(const std::string& path, std::int64_t chunkLimit, MS1File& ms1F
 std::int64_t ms1ChunkLength(std::string_view bytesRead, std::int64_t chunkLimit);
 
 // Scans one chunk into ms1File. fileName collects the first instrument name met (it is only
-// written while empty); chunkOffset is the chunk's position in the file, for the notes.
+// written while empty); chunkOffset is the chunk's position in the file, for the notes. The
+// chunk's line ends are looked at once first: lines ending in LF alone read as with CR LF.
 void scanMS1Chunk(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1File,
                   std::string& fileName, MSTextNotes& notes);
 

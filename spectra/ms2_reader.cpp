@@ -61,6 +61,7 @@ void readInstrumentType(char letter, MS2Spectrum& spectrum, MS2File& ms2File,
 }
 
 // One I line at p; returns the position from which to look for the line feed.
+template <LineEnds kEnds>
 const char* readItemLine(const char* p, const char* end, MS2Spectrum* spectrum, MS2File& ms2File,
                          MSTextNotes& notes, MS2GroupNotes& groupNotes) {
   const char key = byteAt(p, 2, end);
@@ -71,12 +72,12 @@ const char* readItemLine(const char* p, const char* end, MS2Spectrum* spectrum, 
   }
   if (key == 'R') {
     const char* value = valueAt(p, kRetTimeValue, end);
-    spectrum->retentionTime = scanDecimal(value, end, StopAtCarriageReturn{});
+    spectrum->retentionTime = scanDecimal(value, end, StopAtValueEnd<kEnds>{});
     return value;
   }
   if (key == 'I' && byteAt(p, 5, end) == 'I') {
     const char* value = valueAt(p, kIonInjectionTimeValue, end);
-    spectrum->ionInjectionTime = scanIonInjectionTime(value, end, StopAtCarriageReturn{});
+    spectrum->ionInjectionTime = scanIonInjectionTime(value, end, StopAtValueEnd<kEnds>{});
     return value;
   }
   if (key == 'I' && byteAt(p, 12, end) == 'T') {
@@ -85,7 +86,7 @@ const char* readItemLine(const char* p, const char* end, MS2Spectrum* spectrum, 
   }
   if (key == 'A' && byteAt(p, 12, end) == 'C') {
     const char* value = valueAt(p, kActivationCenterValue, end);
-    spectrum->activationCenter = scanDecimal(value, end, StopAtCarriageReturn{});
+    spectrum->activationCenter = scanDecimal(value, end, StopAtValueEnd<kEnds>{});
     return value;
   }
   if (key == 'A' && byteAt(p, 12, end) == 'T') {
@@ -97,7 +98,7 @@ const char* readItemLine(const char* p, const char* end, MS2Spectrum* spectrum, 
   if (key == 'P' && byteAt(p, 11, end) == 'S') {
     const char* value = valueAt(p, kPrecursorScanValue, end);
     spectrum->precursorScan =
-        static_cast<std::int32_t>(scanInteger(value, end, StopAtCarriageReturn{}));
+        static_cast<std::int32_t>(scanInteger(value, end, StopAtValueEnd<kEnds>{}));
     return value;
   }
   return p;
@@ -105,13 +106,14 @@ const char* readItemLine(const char* p, const char* end, MS2Spectrum* spectrum, 
 
 // One Z line at p: charge up to the TAB (0 becomes 2), [M+H]+ up to the carriage return, rebuilt
 // from the activation center when it is missing. Returns where the mass scan stopped.
+template <LineEnds kEnds>
 const char* readChargeLine(const char* p, const char* end, MS2Spectrum* spectrum,
                            MSTextNotes& notes) {
   const char* value = valueAt(p, 2, end);
   auto charge = static_cast<std::int32_t>(scanInteger(value, end, StopAtTab{}));
   if (charge == 0) charge = 2;
   value = stepOver(value, end);
-  double mass = scanDecimal(value, end, StopAtCarriageReturn{});
+  double mass = scanDecimal(value, end, StopAtValueEnd<kEnds>{});
   if (spectrum == nullptr) {
     ++notes.linesBeforeFirstScan;
     return value;
@@ -139,16 +141,9 @@ void reportGroupNotes(const std::string& path, const MS2File& ms2File, const MS2
   }
 }
 
-}  // namespace
-
-std::int32_t ms2ScanLength(std::int64_t byteCount) {
-  // Conversion modulo 2^32, as the 32-bit length of the scanner has always been computed.
-  return static_cast<std::int32_t>(
-      static_cast<std::uint32_t>(static_cast<std::uint64_t>(byteCount)));
-}
-
-void scanMS2Text(std::string_view text, MS2File& ms2File, MSTextNotes& notes,
-                 MS2GroupNotes& groupNotes) {
+template <LineEnds kEnds>
+void scanMS2TextAs(std::string_view text, MS2File& ms2File, MSTextNotes& notes,
+                   MS2GroupNotes& groupNotes) {
   const char* const begin = text.data();
   const char* const end = begin + text.size();
   MS2Spectrum* current = ms2File.spectra.empty() ? nullptr : &ms2File.spectra.back();
@@ -163,16 +158,35 @@ void scanMS2Text(std::string_view text, MS2File& ms2File, MSTextNotes& notes,
         current = startScanSpectrum(ms2File.spectra, current, scan);
         from = value;
       } else if (c == 'Z') {
-        from = readChargeLine(p, end, current, notes);
+        from = readChargeLine<kEnds>(p, end, current, notes);
       } else if (c == 'I') {
-        from = readItemLine(p, end, current, ms2File, notes, groupNotes);
+        from = readItemLine<kEnds>(p, end, current, ms2File, notes, groupNotes);
       }
       p = skipToLineFeed(from, begin, end, notes.bareLineFeed);
     }
-    if (p < end && isDigitChar(*p)) p = readPeakLineInto(p, end, current, notes);
+    if (p < end && isDigitChar(*p)) p = readPeakLineInto<kEnds>(p, end, current, notes);
     p = stepOver(p, end);
   }
   if (p < end && notes.zeroByteOffset < 0) notes.zeroByteOffset = p - begin;
+}
+
+}  // namespace
+
+std::int32_t ms2ScanLength(std::int64_t byteCount) {
+  // Conversion modulo 2^32, as the 32-bit length of the scanner has always been computed.
+  return static_cast<std::int32_t>(
+      static_cast<std::uint32_t>(static_cast<std::uint64_t>(byteCount)));
+}
+
+void scanMS2Text(std::string_view text, MS2File& ms2File, MSTextNotes& notes,
+                 MS2GroupNotes& groupNotes) {
+  const LineEndShape shape = detectLineEnds(text.data(), text.data() + text.size());
+  notes.carriageReturnsOnly = notes.carriageReturnsOnly || shape.carriageReturnsOnly;
+  if (shape.ends == LineEnds::kBareLineFeeds) {
+    scanMS2TextAs<LineEnds::kBareLineFeeds>(text, ms2File, notes, groupNotes);
+  } else {
+    scanMS2TextAs<LineEnds::kCrLf>(text, ms2File, notes, groupNotes);
+  }
 }
 
 void loadMS2Text(std::string_view text, std::int64_t byteCount, const std::string& path,

@@ -1,5 +1,6 @@
 #pragma once
-// Loads an extracted .ms2 text file (S, Z, I and peak lines with CR LF line ends) into an MS2File.
+// Loads an extracted .ms2 text file (S, Z, I and peak lines; CR LF line ends, or LF alone as
+// Linux tools write them) into an MS2File.
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -29,7 +30,8 @@ struct MS2GroupNotes {
   std::int64_t unknownActivation = 0;     // activationCode -1 or 0 when the group was computed
 };
 
-// Scans text (already limited to the scan length) into ms2File.spectra and groupPresent.
+// Scans text (already limited to the scan length) into ms2File.spectra and groupPresent. The
+// text's line ends are looked at once first: lines ending in LF alone read as with CR LF.
 void scanMS2Text(std::string_view text, MS2File& ms2File, MSTextNotes& notes,
                  MS2GroupNotes& groupNotes);
 

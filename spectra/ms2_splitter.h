@@ -23,8 +23,10 @@ std::int64_t ms2PartSize(const ParameterTable& parameters);
 std::string ms2PartPath(const std::string& ms2Path, int part);
 
 // Copies ms2Path byte for byte into parts of ms2PartSize(parameters) scans: header lines go to
-// part 0, every later part starts with an S line. Fills partPaths, logs
-// "File <k>: <path> complete!" (label "Infor") per part and returns the number of parts.
+// part 0, every later part starts with an S line. A line starts after a line feed, so a file with
+// LF line ends splits at the same scans as its CR LF copy, and its parts keep their line ends.
+// Fills partPaths, logs "File <k>: <path> complete!" (label "Infor") per part and returns the
+// number of parts.
 // Throws RunFailure when the file cannot be read or a part cannot be written.
 int splitMS2(const ParameterTable& parameters, const std::string& ms2Path,
              std::vector<std::string>& partPaths);

@@ -5,10 +5,11 @@
 namespace corvid {
 
 void reportTextNotes(const std::string& path, const MSTextNotes& notes) {
-  if (notes.bareLineFeed) {
-    logMessage("Alert", "The line ends of " + path +
-                            " are not CR LF; values may be read wrongly (the first character of "
-                            "a line after a peak line is lost).");
+  // Lines ended by LF alone read exactly as with CR LF: nothing to report for them.
+  if (notes.carriageReturnsOnly) {
+    logMessage("Alert", "The lines of " + path +
+                            " end with CR alone (the file has no line feed), so it reads as a "
+                            "single line: at most one spectrum, without peaks, was loaded from it.");
   }
   if (notes.zeroByteOffset >= 0) {
     logMessage("Alert", "Reading of " + path + " stopped at a zero byte at offset " +

@@ -7,7 +7,8 @@
 namespace corvid {
 
 struct MSTextNotes {
-  bool bareLineFeed = false;              // a line ended with LF alone (the format wants CR LF)
+  bool bareLineFeed = false;              // a line ended with LF alone: read as if it were CR LF
+  bool carriageReturnsOnly = false;       // CR line ends without any LF: read as one line
   std::int64_t zeroByteOffset = -1;       // file offset of the first zero byte that ended a scan
   std::int64_t linesBeforeFirstScan = 0;  // peak, I or Z lines met before any S line (ignored)
 };

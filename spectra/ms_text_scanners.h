@@ -28,13 +28,69 @@ inline bool isDigitChar(char c) { return c >= '0' && c <= '9'; }
 // platform gives the same value for bytes above 127.
 inline int digitValue(char c) { return static_cast<int>(static_cast<signed char>(c)) - '0'; }
 
+// How the lines of a buffer end. The extractors write CR LF, and the values of I and Z lines run
+// to the carriage return; tools on Linux (Debian's msconvert among them) write LF alone. A buffer
+// with any line ended by LF alone is read with line feeds as value ends too, and the peak line's
+// terminating line feed is not stepped over, so that every line reads exactly as it would with
+// CR LF. A buffer whose lines all end with CR LF takes the CR LF path, byte for byte as before.
+enum class LineEnds { kCrLf, kBareLineFeeds };
+
+// What one pass over a buffer found about its line ends.
+struct LineEndShape {
+  LineEnds ends = LineEnds::kCrLf;
+  bool carriageReturnsOnly = false;  // CRs but no line feed at all: the whole buffer is one line
+};
+
+// Bytes looked at per step of the search for a bare line feed: a block of fixed length has no
+// early exit and no remainder, so the compiler vectorises it (at -O2 too); a hit ends the search
+// at the end of its block.
+inline constexpr std::size_t kLineEndBlockBytes = 4096;
+
+// Whether one of the count bytes at b is a line feed without a carriage return before it; b[-1]
+// must be readable.
+inline bool hasBareLineFeed(const unsigned char* b, std::size_t count) {
+  unsigned bare = 0;
+  const unsigned char* before = b - 1;  // before[i] is b[i - 1], without wrapping i - 1 at i = 0
+  for (std::size_t i = 0; i < count; ++i) {
+    bare |= (b[i] == '\n' ? 1u : 0u) & (before[i] != '\r' ? 1u : 0u);
+  }
+  return bare != 0;
+}
+
+// One pass over the buffer, decided before scanning it.
+inline LineEndShape detectLineEnds(const char* begin, const char* end) {
+  LineEndShape shape;
+  if (begin >= end) return shape;
+  const auto* bytes = reinterpret_cast<const unsigned char*>(begin);
+  const auto size = static_cast<std::size_t>(end - begin);
+  bool bare = bytes[0] == '\n';
+  std::size_t start = 1;
+  for (; !bare && start + kLineEndBlockBytes <= size; start += kLineEndBlockBytes) {
+    bare = hasBareLineFeed(bytes + start, kLineEndBlockBytes);
+  }
+  if (!bare && start < size) bare = hasBareLineFeed(bytes + start, size - start);
+  if (bare) {
+    shape.ends = LineEnds::kBareLineFeeds;
+  } else {
+    shape.carriageReturnsOnly =
+        std::memchr(begin, '\n', size) == nullptr && std::memchr(begin, '\r', size) != nullptr;
+  }
+  return shape;
+}
+
 // Terminator sets of the scanners.
 struct StopAtTab {
   bool operator()(char c) const { return c == '\t'; }
 };
-struct StopAtCarriageReturn {
-  bool operator()(char c) const { return c == '\r'; }
+// The value of an I or Z line ends at its carriage return; in a buffer with bare line feeds also
+// at a line feed (on a CR LF line the carriage return comes first, so that line reads the same).
+template <LineEnds kEnds>
+struct StopAtValueEnd {
+  bool operator()(char c) const {
+    return c == '\r' || (kEnds == LineEnds::kBareLineFeeds && c == '\n');
+  }
 };
+using StopAtCarriageReturn = StopAtValueEnd<LineEnds::kCrLf>;
 // The m/z of a peak line ends at its separator: one blank or one TAB.
 struct StopAtPeakSeparator {
   bool operator()(char c) const { return c == '\t' || c == ' '; }
@@ -195,12 +251,18 @@ inline char byteAt(const char* p, std::int64_t offset, const char* end) {
 // Reads one peak line starting at p (a digit): the m/z up to a TAB or blank, one step over that
 // separator, the intensity up to a carriage return, TAB, line feed or blank, and one step over
 // that terminator. Returns the position after the terminator. sawBareLineFeed is set when the
-// intensity ended at a line feed: the caller's own step then skips the next line's first byte.
+// intensity ended at a line feed: on the CR LF path the caller's own step then skips the next
+// line's first byte. With bare line feeds a line feed that ends the intensity is not stepped
+// over: it stands where the CR LF pair's line feed would be, and the caller's step leaves it.
+template <LineEnds kEnds = LineEnds::kCrLf>
 inline const char* scanPeakLine(const char* p, const char* end, Peak& peak, bool& sawBareLineFeed) {
   peak.mz = scanDecimal(p, end, StopAtPeakSeparator{});
   p = stepOver(p, end);
   peak.intensity = scanDecimal(p, end, StopAtIntensityEnd{});
-  if (p != end && *p == '\n') sawBareLineFeed = true;
+  if (p != end && *p == '\n') {
+    sawBareLineFeed = true;
+    if constexpr (kEnds == LineEnds::kBareLineFeeds) return p;
+  }
   return stepOver(p, end);
 }
 
@@ -218,11 +280,11 @@ inline Spectrum* startScanSpectrum(std::vector<Spectrum>& spectra, const Spectru
 
 // Reads the peak line at p (a digit) into the spectrum being read; before the first S line there
 // is none and the line is only counted. Returns the position after the line's terminator.
-template <typename Spectrum>
+template <LineEnds kEnds, typename Spectrum>
 inline const char* readPeakLineInto(const char* p, const char* end, Spectrum* current,
                                     MSTextNotes& notes) {
   Peak peak;
-  p = scanPeakLine(p, end, peak, notes.bareLineFeed);
+  p = scanPeakLine<kEnds>(p, end, peak, notes.bareLineFeed);
   if (current != nullptr) {
     current->peaks.push_back(peak);
   } else {

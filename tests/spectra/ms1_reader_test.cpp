@@ -202,29 +202,24 @@ TEST(MS1ChunkLength, CutsBeforeTheLastScanAtALineStart) {
   EXPECT_EQ(ms1ChunkLength("", 5), 0);
 }
 
-TEST(LoadMS1File, BareLineFeedsLoseTheFirstCharacterAfterAPeakLineWithAlert) {
+TEST(LoadMS1File, BareLineFeedsReadAsCrLfWithoutAlert) {
   TempDir folder;
   std::string path;
   LogWatch log;
   const MS1File ms1 =
       loadText(folder, "S\t1\t1\n100.5 10.0\n200.5 20.0\nS\t2\t2\n300.5 30.0\n", 0, &path);
-  // The "2" of "200.5" is lost, then the "S" of the second scan line, whose remaining digits
-  // are read as a peak, then the "3" of "300.5": the second scan is never seen.
-  ASSERT_EQ(ms1.spectra.size(), 1u);
+  // Lines ending with LF alone (as Linux tools write them) lose nothing.
+  ASSERT_EQ(ms1.spectra.size(), 2u);
   const std::vector<Peak>& peaks = ms1.spectra[0].peaks;
-  ASSERT_EQ(peaks.size(), 4u);
+  ASSERT_EQ(peaks.size(), 2u);
   EXPECT_EQ(peaks[0].mz, 100.5);
-  EXPECT_EQ(peaks[1].mz, 0.5);
+  EXPECT_EQ(peaks[1].mz, 200.5);
   EXPECT_EQ(peaks[1].intensity, 20.0);
-  EXPECT_EQ(peaks[2].mz, 20.0);
-  EXPECT_EQ(peaks[2].intensity, 20.0);
-  EXPECT_EQ(peaks[3].mz, 0.5);
-  EXPECT_EQ(peaks[3].intensity, 30.0);
-  EXPECT_EQ(log.messages(),
-            (std::vector<std::string>{"The line ends of " + path +
-                                          " are not CR LF; values may be read wrongly (the first "
-                                          "character of a line after a peak line is lost).",
-                                      "Loading MS1 Spectra Number: 1"}));
+  EXPECT_EQ(ms1.spectra[1].scanNumber, 2u);
+  ASSERT_EQ(ms1.spectra[1].peaks.size(), 1u);
+  EXPECT_EQ(ms1.spectra[1].peaks[0].mz, 300.5);
+  EXPECT_EQ(ms1.spectra[1].peaks[0].intensity, 30.0);
+  EXPECT_EQ(log.messages(), (std::vector<std::string>{"Loading MS1 Spectra Number: 2"}));
 }
 
 TEST(LoadMS1File, MissingFileRaisesTheDoesNotExistText) {

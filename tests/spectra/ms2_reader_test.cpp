@@ -291,30 +291,27 @@ TEST(LoadMS2Text, LengthBelow2GiBLoadsTheText) {
   EXPECT_EQ(ms2.spectrumCount, 1);
 }
 
-TEST(LoadMS2File, BareLineFeedsLoseTheFirstCharacterAfterAPeakLineWithAlert) {
+TEST(LoadMS2File, MixedLineEndsReadAsCrLfWithoutAlert) {
   TempDir folder;
   std::string path;
   LogWatch log;
   const MS2File ms2 = loadText(folder, "S\t1\t1\r\n100.5 10.0\n200.5 20.0\r\n", &path);
   ASSERT_EQ(ms2.spectra[0].peaks.size(), 2u);
-  EXPECT_EQ(ms2.spectra[0].peaks[1].mz, 0.5);  // the "2" of "200.5" is lost
+  EXPECT_EQ(ms2.spectra[0].peaks[1].mz, 200.5);  // nothing of the line after the LF is lost
+  EXPECT_EQ(ms2.spectra[0].peaks[1].intensity, 20.0);
   EXPECT_EQ(log.messages(),
-            (std::vector<std::string>{"The line ends of " + path +
-                                          " are not CR LF; values may be read wrongly (the first "
-                                          "character of a line after a peak line is lost).",
-                                      "1 MS2 scans of " + path + " have no InstrumentType line; they stay in the CID/IT group.",
+            (std::vector<std::string>{"1 MS2 scans of " + path + " have no InstrumentType line; they stay in the CID/IT group.",
                                       "Loading MS2 Spectra Number: 1"}));
 }
 
-TEST(LoadMS2File, BareLineFeedFileWithoutPeaksIsStillReported) {
+TEST(LoadMS2File, BareLineFeedFileWithoutPeaksLoadsWithoutLineEndAlert) {
   TempDir folder;
   std::string path;
   LogWatch log;
   const MS2File ms2 = loadText(folder, "H\tExtractor\tQuarry\nS\t1\t1\n", &path);
   EXPECT_EQ(ms2.spectrumCount, 1);
-  EXPECT_EQ(log.messages().front(), "The line ends of " + path +
-                                        " are not CR LF; values may be read wrongly (the first "
-                                        "character of a line after a peak line is lost).");
+  EXPECT_EQ(log.messages().front(),
+            "1 MS2 scans of " + path + " have no InstrumentType line; they stay in the CID/IT group.");
 }
 
 TEST(LoadMS2File, MissingFileRaisesTheDoesNotExistText) {
