@@ -8,6 +8,8 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <string>
+#include <vector>
 
 #include "spectra/precursor_record.h"
 #include "startup/run_log.h"
@@ -149,6 +151,22 @@ void dropCarriageReturns(std::string& text) {
 
 enum class ReadMode { Blocks, Peaks, SkipToEnd };
 
+// Values and lines that the reader keeps as it has always read them although they change or
+// drop data; reported together, once per file.
+struct KeptAsReadNotes {
+  std::int64_t nonFiniteValues = 0;    // nan or inf in a peak or in the PEPMASS of a peak list
+  std::int64_t negativeValues = 0;     // negative intensity or PEPMASS
+  std::int64_t overlongLines = 0;      // lines longer than kLinePiece characters
+  std::int64_t overlongPieces = 0;     // the pieces they were read in
+  // Peak lists left by a line that is not a peak, END IONS or the start of the next block (a
+  // missing END IONS has its own report: the blocks it swallows).
+  std::int64_t peakListsEndedEarly = 0;
+  std::int64_t linesSkippedToEnd = 0;    // that line and the lines after it up to END IONS
+  bool skippingToEnd = false;            // such a line was met and END IONS is not yet reached
+  std::int64_t firstEarlyEndLine = 0;    // line number of the first such line
+  std::string firstEarlyEndText;         // and its beginning
+};
+
 struct ReaderState {
   ReadMode mode = ReadMode::Blocks;
   std::int32_t charge = 2;  // default charge, and the last CHARGE read since
@@ -156,7 +174,33 @@ struct ReaderState {
   std::int64_t previousScan = std::numeric_limits<std::int64_t>::min();  // no title yet
   std::int64_t swallowedTitles = 0;  // titles passed over while looking for END IONS
   std::int64_t orphanPeaks = 0;      // peak lines before the first title
+  std::int64_t lineNumber = 0;       // 1-based line of the piece being read
+  bool pieceStartsLine = true;       // the piece is the first (or only) piece of its line
+  KeptAsReadNotes kept;
 };
+
+// Characters of an offending line quoted in the report.
+constexpr std::size_t kQuotedLineLength = 40;
+
+void noteValue(double value, KeptAsReadNotes& kept) {
+  if (!std::isfinite(value)) {
+    ++kept.nonFiniteValues;
+  } else if (value < 0.0) {
+    ++kept.negativeValues;
+  }
+}
+
+void noteEarlyEnd(std::string_view line, ReaderState& state) {
+  KeptAsReadNotes& kept = state.kept;
+  if (line == "BEGIN IONS\n" || startsWith(line, "TITLE=")) return;
+  kept.skippingToEnd = true;
+  if (kept.peakListsEndedEarly++ == 0) {
+    kept.firstEarlyEndLine = state.lineNumber;
+    std::string_view quoted = line.substr(0, std::min(line.size(), kQuotedLineLength));
+    while (!quoted.empty() && (quoted.back() == '\n' || quoted.back() == '\r')) quoted.remove_suffix(1);
+    kept.firstEarlyEndText = quoted;
+  }
+}
 
 void readTitle(std::string_view line, MGFFile& mgfFile, ReaderState& state) {
   line = dropLast(line, 1);
@@ -176,12 +220,14 @@ void readTitle(std::string_view line, MGFFile& mgfFile, ReaderState& state) {
   }
 }
 
-void readPeak(std::string_view line, MS2Spectrum& spectrum) {
+void readPeak(std::string_view line, MS2Spectrum& spectrum, KeptAsReadNotes& kept) {
   line = dropLast(line, 1);
   std::size_t separator = line.find_first_of("\t ");
   Peak peak;
   peak.mz = lenientReal(line.substr(0, separator));
   if (separator != std::string_view::npos) peak.intensity = lenientReal(line.substr(separator + 1));
+  noteValue(peak.mz, kept);
+  noteValue(peak.intensity, kept);
   spectrum.peaks.push_back(peak);
 }
 
@@ -191,16 +237,22 @@ void readPiece(std::string_view line, MGFFile& mgfFile, ReaderState& state) {
                              : nullptr;
   if (state.mode == ReadMode::Peaks) {
     if (!line.empty() && isDigit(line[0])) {
-      readPeak(line, *current);
+      readPeak(line, *current, state.kept);
       return;
     }
     state.mode = ReadMode::SkipToEnd;
+    if (line != "END IONS\n") noteEarlyEnd(line, state);
   }
   if (state.mode == ReadMode::SkipToEnd) {
-    if (line == "END IONS\n")
+    if (line == "END IONS\n") {
       state.mode = ReadMode::Blocks;
-    else if (startsWith(line, "TITLE="))
+      state.kept.skippingToEnd = false;
+      return;
+    }
+    if (startsWith(line, "TITLE="))
       ++state.swallowedTitles;
+    else if (state.kept.skippingToEnd && state.pieceStartsLine)
+      ++state.kept.linesSkippedToEnd;
     return;
   }
   if (line == "BEGIN IONS\n") {
@@ -219,11 +271,67 @@ void readPiece(std::string_view line, MGFFile& mgfFile, ReaderState& state) {
       return;
     }
     current->precursorMH = mhFromMz(state.pendingMz, state.charge);
+    noteValue(state.pendingMz, state.kept);
     // A block without a CHARGE line is read with the charge its mass was computed with.
     if (current->charge == 0) current->charge = state.charge;
     state.mode = ReadMode::Peaks;
-    readPeak(line, *current);
+    readPeak(line, *current, state.kept);
   }
+}
+
+// Lines ended by CR alone, without any line feed: the whole file is one line for the reader.
+bool hasCarriageReturnsOnly(std::string_view text) {
+  return text.find('\n') == std::string_view::npos && text.find('\r') != std::string_view::npos;
+}
+
+std::string counted(std::int64_t count, std::string_view one, std::string_view many) {
+  return std::to_string(count) + " " + std::string(count == 1 ? one : many);
+}
+
+// One "Alert" per file listing what was kept as read although it changes or drops data.
+void reportKeptAsRead(std::string_view text, const MGFFile& mgfFile, const ReaderState& state) {
+  const KeptAsReadNotes& kept = state.kept;
+  const bool carriageReturnsOnly = hasCarriageReturnsOnly(text);
+  std::vector<std::string> parts;
+  if (kept.nonFiniteValues > 0) {
+    parts.push_back(counted(kept.nonFiniteValues, "non-finite value", "non-finite values") +
+                    " (nan or inf) copied into peaks or precursor masses");
+  }
+  if (kept.negativeValues > 0) {
+    parts.push_back(counted(kept.negativeValues, "negative value", "negative values") +
+                    " copied into peak intensities or precursor masses");
+  }
+  // A file without line feeds is one long line: its skipped blocks say all there is to say.
+  if (kept.overlongLines > 0 && !carriageReturnsOnly) {
+    parts.push_back(counted(kept.overlongLines, "line", "lines") +
+                    " longer than " + std::to_string(kLinePiece) + " characters split into " +
+                    std::to_string(kept.overlongPieces) +
+                    " pieces, each read as a line of its own (a piece starting with a digit is a peak)");
+  }
+  if (kept.peakListsEndedEarly > 0) {
+    parts.push_back(counted(kept.peakListsEndedEarly, "peak list", "peak lists") +
+                    " ended early at a line that is not a peak (first at line " +
+                    std::to_string(kept.firstEarlyEndLine) + ": \"" + kept.firstEarlyEndText +
+                    "\"), " + counted(kept.linesSkippedToEnd, "line", "lines") +
+                    " up to END IONS skipped");
+  }
+  // A file without line feeds reads as one line in pieces, so its blocks are lost whatever they
+  // hold. (Blocks swallowed for a missing END IONS have an alert of their own.)
+  std::int64_t titles = 0;
+  if (carriageReturnsOnly) {
+    for (std::size_t at = text.find("TITLE="); at != std::string_view::npos; at = text.find("TITLE=", at + 1)) {
+      ++titles;
+    }
+  }
+  if (const std::int64_t lost = titles - static_cast<std::int64_t>(mgfFile.spectra.size()); lost > 0) {
+    parts.push_back(counted(lost, "block", "blocks") +
+                    " skipped: the file has no line feed (its lines end with CR alone), so it reads as "
+                    "one line in pieces of " + std::to_string(kLinePiece) + " characters");
+  }
+  if (parts.empty()) return;
+  std::string message = "MGF file " + mgfFile.path + " was read with data kept as read: ";
+  for (std::size_t i = 0; i < parts.size(); ++i) message += (i == 0 ? "" : "; ") + parts[i];
+  logMessage("Alert", message + ".");
 }
 
 }  // namespace
@@ -264,14 +372,25 @@ void readMGF(MGFFile& mgfFile) {
   dropCarriageReturns(text);
   ReaderState state;
   std::string_view rest(text);
+  std::int64_t piecesOfLine = 0;
   while (!rest.empty()) {
     std::size_t lineFeed = rest.substr(0, kLinePiece).find('\n');
     std::size_t length =
         lineFeed == std::string_view::npos ? std::min(rest.size(), kLinePiece) : lineFeed + 1;
+    state.pieceStartsLine = piecesOfLine == 0;
+    if (state.pieceStartsLine) ++state.lineNumber;
+    ++piecesOfLine;
     readPiece(asCString(rest.substr(0, length)), mgfFile, state);
     rest.remove_prefix(length);
+    if (lineFeed != std::string_view::npos || rest.empty()) {
+      if (piecesOfLine > 1) {
+        ++state.kept.overlongLines;
+        state.kept.overlongPieces += piecesOfLine;
+      }
+      piecesOfLine = 0;
+    }
   }
-  if (state.swallowedTitles > 0) {
+  if (state.swallowedTitles > 0 && !hasCarriageReturnsOnly(text)) {
     logMessage("Alert", std::to_string(state.swallowedTitles) + " MGF blocks of " + mgfFile.path +
                             " were skipped: the block before them has no \"END IONS\" line");
   }
@@ -279,6 +398,7 @@ void readMGF(MGFFile& mgfFile) {
     logMessage("Alert", std::to_string(state.orphanPeaks) + " peak lines of " + mgfFile.path +
                             " come before any TITLE and were ignored");
   }
+  reportKeptAsRead(text, mgfFile, state);
 }
 
 }  // namespace corvid

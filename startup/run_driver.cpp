@@ -5,10 +5,12 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/paths.h"
 #include "startup/file_discovery.h"
+#include "startup/parameter_checks.h"
 #include "startup/pipelines.h"
 #include "startup/run_failure.h"
 #include "startup/run_log.h"
@@ -38,6 +40,32 @@ constexpr std::array<std::string_view, 6> kOpenFormatSpellings = {".mzML",  ".mz
 
 bool isMzxmlName(const std::string& name) {
   return name.ends_with(".mzXML") || name.ends_with(".mzxml") || name.ends_with(".MZXML");
+}
+
+// The first of the spellings found in text: the spelling and its position (npos when none).
+std::pair<std::string_view, std::size_t> firstSpellingIn(const std::string& text,
+                                                         std::span<const std::string_view> spellings) {
+  for (std::string_view spelling : spellings) {
+    const std::size_t at = text.find(spelling);
+    if (at != std::string::npos) return {spelling, at};
+  }
+  return {{}, std::string::npos};
+}
+
+// The input route follows a spelling anywhere in the data path, as it always has; when that
+// spelling is not the extension of the path's file, say so, since the file is then read in a
+// format it probably does not have.
+void alertRouteNotFromExtension(const std::string& dataPath, std::span<const std::string_view> spellings,
+                                std::string_view kind) {
+  const std::string fileName = fileNameOf(dataPath);
+  for (std::string_view spelling : spellings) {
+    if (fileName.size() > spelling.size() && fileName.ends_with(spelling)) return;
+  }
+  const auto [spelling, at] = firstSpellingIn(dataPath, spellings);
+  const bool inFolderName = at < dataPath.size() - fileName.size();
+  logMessage("Alert", "The data path " + dataPath + " is read as " + std::string(kind) + " input because it contains \"" +
+                          std::string(spelling) + "\" in " + (inFolderName ? "a folder name" : "its file name") +
+                          ", not as its file's extension.");
 }
 
 // The MS1 name an extractor leaves for a vendor file: its name up to the last "." + ".MS1".
@@ -105,14 +133,17 @@ void dispatchRun(ParameterTable& table) {
   std::vector<std::string> ms1Names;
   std::string fileName;
   if (containsAny(dataPath, kMgfSpellings)) {
+    alertRouteNotFromExtension(dataPath, kMgfSpellings, "MGF");
     splitFolderAndFile(table, fileName);
     runMgfFiles(table, {fileName});
     return;
   } else if (containsAny(dataPath, kRawSpellings)) {
+    alertRouteNotFromExtension(dataPath, kRawSpellings, "RAW");
     splitFolderAndFile(table, fileName);
     runRawExtractor(table, fileName);
     ms1Names = {ms1NameFor(fileName)};
   } else if (containsAny(dataPath, kOpenFormatSpellings)) {
+    alertRouteNotFromExtension(dataPath, kOpenFormatSpellings, "mzML/mzXML");
     splitFolderAndFile(table, fileName);
     ms1Names = extractOpenFormatFiles(table, {fileName});
   } else if (isAnyOf(format, {"Raw", "RAW", "raw"})) {
@@ -139,6 +170,7 @@ void dispatchRun(ParameterTable& table) {
     runMgfFiles(table, mgfNames);
     return;
   } else if (containsAny(dataPath, kWiffSpellings)) {
+    alertRouteNotFromExtension(dataPath, kWiffSpellings, "WIFF");
     splitFolderAndFile(table, fileName);
     logMessage("alert", "Wifflist completes");
     runWiffExtractor(table, fileName);
@@ -179,6 +211,7 @@ void dispatchRun(ParameterTable& table) {
 
 void runOnce(ParameterTable& table) {
   validatePaths(table);
+  checkParameterValues(table);
   dispatchRun(table);
   if (table["Resetpath"] == "1") table["outputpath"] = std::string(kEmptyPath);
 }

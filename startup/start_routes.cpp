@@ -4,6 +4,7 @@
 #include <string>
 
 #include "startup/command_line.h"
+#include "startup/parameter_checks.h"
 #include "startup/parameter_file.h"
 #include "startup/pipelines.h"
 #include "startup/run_driver.h"
@@ -36,6 +37,8 @@ bool endsWith(std::string_view text, std::string_view suffix, bool caseSensitive
 void runFromParameterFile(const char* const* arguments) {
   ParameterTable table = readParameterFile(arguments[1]);
   const int dataCount = readInteger(table["datanum"]);
+  const std::string dataCountProblem = dataCountAlert(table["datanum"], dataCount);
+  if (!dataCountProblem.empty()) logMessage("Alert", dataCountProblem);
   setResetPath(table);
   if (dataCount < 0) return;
   if (dataCount == 0) {
@@ -69,6 +72,12 @@ void runEachAsDataPath(int count, const char* const* arguments) {
 
 void runMgfConversion(int count, const char* const* arguments) {
   for (int i = 1; i < count; ++i) {
+    // Only the first argument chose this route; the others are converted whatever their names.
+    if (!endsWith(arguments[i], ".mgf", true) && !endsWith(arguments[i], ".MGF", true)) {
+      logMessage("Alert", std::string("The argument ") + arguments[i] +
+                              " is read as MGF because the first argument names an MGF file, not "
+                              "because of its own extension.");
+    }
     logMessage("Infor", "Loading MGF...");
     convertMgfToKx2(arguments[i]);
   }
