@@ -50,6 +50,7 @@ TEST(FuzzReplay, Ms2Text) { replay("ms2", fuzzMs2Text); }
 TEST(FuzzReplay, Mgf) { replay("mgf", fuzzMgf); }
 TEST(FuzzReplay, ReferenceList) { replay("reference_list", fuzzReferenceList); }
 TEST(FuzzReplay, OpenFormat) { replay("open_format", fuzzOpenFormat, 100); }
+TEST(FuzzReplay, MzXML) { replay("mzxml", fuzzMzXML, 100); }
 
 }  // namespace
 }  // namespace corvid::fuzz

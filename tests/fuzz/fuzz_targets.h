@@ -13,6 +13,7 @@ int fuzzMs1Text(const std::uint8_t* data, std::size_t size);
 int fuzzMs2Text(const std::uint8_t* data, std::size_t size);
 int fuzzMgf(const std::uint8_t* data, std::size_t size);
 int fuzzReferenceList(const std::uint8_t* data, std::size_t size);
-int fuzzOpenFormat(const std::uint8_t* data, std::size_t size);
+int fuzzOpenFormat(const std::uint8_t* data, std::size_t size);  // mzML
+int fuzzMzXML(const std::uint8_t* data, std::size_t size);
 
 }  // namespace corvid::fuzz

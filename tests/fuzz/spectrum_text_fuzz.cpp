@@ -1,7 +1,11 @@
 // Fuzz targets for the readers of spectrum text: MS1, MS2, MGF, the reference list, mzML/mzXML.
 // Each writes the bytes to a file and reads it the way a run would; a reader may reject the
 // input with its message, but must not crash, hang, or read outside its buffer.
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
 #include <string>
+#include <string_view>
 
 #include "scoring/reference_list_loader.h"
 #include "spectra/mgf_reader.h"
@@ -53,17 +57,41 @@ int fuzzMs2Text(const std::uint8_t* data, std::size_t size) {
   return 0;
 }
 
-int fuzzMgf(const std::uint8_t* data, std::size_t size) {
-  // A title without a readable scan ends the process by design (a death test covers that): such
-  // inputs only go through the title parser here.
-  std::string_view text(reinterpret_cast<const char*>(data), size);
-  for (std::size_t at = text.find("TITLE="); at != std::string_view::npos; at = text.find("TITLE=", at + 1)) {
-    std::size_t end = text.find('\n', at);
-    std::string_view title = text.substr(at + 6, end == std::string_view::npos ? std::string_view::npos : end - at - 6);
-    if (!title.empty() && title.back() == '\r') title.remove_suffix(1);
-    // The reader drops the line's last character; titles with odd endings are parsed only.
-    if (end == std::string_view::npos || title.size() > 1000 || !parseMGFTitle(title).scanValid) return 0;
+namespace {
+
+// True when every TITLE line the MGF reader would parse has a readable scan. The reader ends the
+// process on any other title (a death test covers that), so such inputs only go through the title
+// parser. The lines are cut as the reader cuts them: CR LF read as LF, pieces of at most 1023
+// characters ending at a line feed, each piece read up to its first zero byte and its last
+// character dropped.
+bool mgfTitlesReadable(std::string_view bytes) {
+  std::string text(bytes);
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\r' && i + 1 < text.size() && text[i + 1] == '\n') continue;
+    text[kept++] = text[i];
   }
+  text.resize(kept);
+  constexpr std::size_t kPiece = 1023;
+  std::string_view rest(text);
+  while (!rest.empty()) {
+    const std::size_t lineFeed = rest.substr(0, kPiece).find('\n');
+    const std::size_t length = lineFeed == std::string_view::npos ? std::min(rest.size(), kPiece) : lineFeed + 1;
+    std::string_view piece = rest.substr(0, length);
+    piece = piece.substr(0, piece.find('\0'));
+    rest.remove_prefix(length);
+    if (!piece.starts_with("TITLE=")) continue;
+    piece.remove_suffix(1);
+    if (!parseMGFTitle(piece.substr(std::min<std::size_t>(6, piece.size()))).scanValid) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+int fuzzMgf(const std::uint8_t* data, std::size_t size) {
+  std::string_view text(reinterpret_cast<const char*>(data), size);
+  if (!mgfTitlesReadable(text)) return 0;
   MGFFile mgf;
   mgf.path = writeInput("fuzz.mgf", data, size);
   readMGF(mgf);
@@ -82,17 +110,52 @@ int fuzzReferenceList(const std::uint8_t* data, std::size_t size) {
   return 0;
 }
 
-int fuzzOpenFormat(const std::uint8_t* data, std::size_t size) {
+namespace {
+
+// True when the peak lines of every scan of MS1/MS2 text rise in m/z and hold finite,
+// non-negative numbers, as the extractor writes them.
+bool peaksInOrder(const std::string& text) {
+  double previous = 0.0;
+  std::size_t start = 0;
+  while (start < text.size()) {
+    std::size_t end = text.find('\n', start);
+    if (end == std::string::npos) end = text.size();
+    const char first = text[start];
+    if (first == 'S') previous = 0.0;
+    if (first >= '0' && first <= '9') {
+      const std::string line = text.substr(start, end - start);
+      char* after = nullptr;
+      const double mz = std::strtod(line.c_str(), &after);
+      const double intensity = std::strtod(after, nullptr);
+      if (!std::isfinite(mz) || !std::isfinite(intensity) || intensity < 0.0 || mz < previous) return false;
+      previous = mz;
+    }
+    start = end + 1;
+  }
+  return true;
+}
+
+// Extracts the bytes saved under `name`. A failed extraction leaves no completion marker; a
+// successful one leaves the summary and peaks in m/z order.
+int extractFuzzedFile(const char* name, const std::uint8_t* data, std::size_t size) {
   static corvid::testing::TempDir dir;
-  const std::string input = dir.file("fuzz.mzML");
+  const std::string input = dir.file(name);
   corvid::testing::writeFile(input, std::string_view(reinterpret_cast<const char*>(data), size));
   const bool extracted = extractOpenFormat(input, dir.folder(), "fuzz");
-  // A failed extraction never leaves a completion marker behind.
   if (!extracted && std::filesystem::exists(dir.file("fuzz.quarry"))) __builtin_trap();
-  std::filesystem::remove(dir.file("fuzz.quarry"));
-  std::filesystem::remove(dir.file("fuzz_scans.csv"));
+  if (extracted && (!std::filesystem::exists(dir.file("fuzz_scans.csv")) ||
+                    !peaksInOrder(corvid::testing::readFile(dir.file("fuzz.ms1"))) ||
+                    !peaksInOrder(corvid::testing::readFile(dir.file("fuzz.ms2")))))
+    __builtin_trap();
+  for (const char* suffix : {".quarry", "_scans.csv", ".ms1", ".ms2"}) std::filesystem::remove(dir.file(std::string("fuzz") + suffix));
   dropLog();
   return 0;
 }
+
+}  // namespace
+
+int fuzzOpenFormat(const std::uint8_t* data, std::size_t size) { return extractFuzzedFile("fuzz.mzML", data, size); }
+
+int fuzzMzXML(const std::uint8_t* data, std::size_t size) { return extractFuzzedFile("fuzz.mzXML", data, size); }
 
 }  // namespace corvid::fuzz
