@@ -8,6 +8,7 @@
 #include <libsvm/svm.h>
 
 #include "option_values.h"
+#include "prediction_tally.h"
 #include "runner_error.h"
 #include "svm_line_parser.h"
 #include "svm_model_check.h"
@@ -26,32 +27,13 @@ struct FileCloser {
 
 using OutputFile = std::unique_ptr<std::FILE, FileCloser>;
 
-// Accuracy for classifiers, error and squared correlation for regression, as svm-predict sums them.
-struct PredictionTally {
-  int correct = 0;
-  int total = 0;
-  double error = 0, sumP = 0, sumT = 0, sumPP = 0, sumTT = 0, sumPT = 0;
-
-  void add(double predicted, double target) {
-    if (predicted == target) ++correct;
-    error += (predicted - target) * (predicted - target);
-    sumP += predicted;
-    sumT += target;
-    sumPP += predicted * predicted;
-    sumTT += target * target;
-    sumPT += predicted * target;
-    ++total;
-  }
-};
 
 void printSummary(const PredictionTally& tally, int svmType) {
   // With no test lines these divide by zero and print nan, as svm-predict does.
   const double total = tally.total;
   if (svmType == NU_SVR || svmType == EPSILON_SVR) {
-    std::printf("Mean squared error = %g (regression)\n", tally.error / total);
-    std::printf("Squared correlation coefficient = %g (regression)\n",
-                ((total * tally.sumPT - tally.sumP * tally.sumT) * (total * tally.sumPT - tally.sumP * tally.sumT)) /
-                    ((total * tally.sumPP - tally.sumP * tally.sumP) * (total * tally.sumTT - tally.sumT * tally.sumT)));
+    std::printf("Mean squared error = %g (regression)\n", meanSquaredError(tally));
+    std::printf("Squared correlation coefficient = %g (regression)\n", squaredCorrelation(tally));
   } else {
     std::printf("Accuracy = %g%% (%d/%d) (classification)\n", tally.correct / total * 100, tally.correct, tally.total);
   }

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "option_values.h"
+#include "prediction_tally.h"
 #include "runner_error.h"
 #include "svm_problem_reader.h"
 
@@ -43,29 +44,13 @@ struct ModelDeleter {
 void crossValidate(const svm_problem& problem, const svm_parameter& parameter, int folds) {
   std::vector<double> target(static_cast<std::size_t>(problem.l));
   svm_cross_validation(&problem, &parameter, folds, target.data());
-  const double count = problem.l;
+  PredictionTally tally;
+  for (int i = 0; i < problem.l; ++i) tally.add(target[static_cast<std::size_t>(i)], problem.y[i]);
   if (parameter.svm_type == EPSILON_SVR || parameter.svm_type == NU_SVR) {
-    double totalError = 0, sumV = 0, sumY = 0, sumVV = 0, sumYY = 0, sumVY = 0;
-    for (int i = 0; i < problem.l; ++i) {
-      const double y = problem.y[i];
-      const double v = target[static_cast<std::size_t>(i)];
-      totalError += (v - y) * (v - y);
-      sumV += v;
-      sumY += y;
-      sumVV += v * v;
-      sumYY += y * y;
-      sumVY += v * y;
-    }
-    std::printf("Cross Validation Mean squared error = %g\n", totalError / count);
-    std::printf("Cross Validation Squared correlation coefficient = %g\n",
-                ((count * sumVY - sumV * sumY) * (count * sumVY - sumV * sumY)) /
-                    ((count * sumVV - sumV * sumV) * (count * sumYY - sumY * sumY)));
+    std::printf("Cross Validation Mean squared error = %g\n", meanSquaredError(tally));
+    std::printf("Cross Validation Squared correlation coefficient = %g\n", squaredCorrelation(tally));
   } else {
-    int correct = 0;
-    for (int i = 0; i < problem.l; ++i) {
-      if (target[static_cast<std::size_t>(i)] == problem.y[i]) ++correct;
-    }
-    std::printf("Cross Validation Accuracy = %g%%\n", 100.0 * correct / count);
+    std::printf("Cross Validation Accuracy = %g%%\n", 100.0 * tally.correct / tally.total);
   }
 }
 
