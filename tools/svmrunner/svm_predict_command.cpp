@@ -27,7 +27,6 @@ struct FileCloser {
 
 using OutputFile = std::unique_ptr<std::FILE, FileCloser>;
 
-
 void printSummary(const PredictionTally& tally, int svmType) {
   // With no test lines these divide by zero and print nan, as svm-predict does.
   const double total = tally.total;
