@@ -10,13 +10,6 @@
 namespace corvid {
 namespace {
 
-// A key the table lacks reads as empty text, as the table's index operation would create it.
-const std::string& valueOf(const ParameterTable& parameters, const std::string& key) {
-  static const std::string kEmpty;
-  const auto found = parameters.find(key);
-  return found == parameters.end() ? kEmpty : found->second;
-}
-
 // Ascending and free of undefined m/z (with which no order is meaningful).
 bool peaksAscending(const std::vector<Peak>& peaks) {
   for (std::size_t i = 0; i < peaks.size(); ++i) {
@@ -50,17 +43,17 @@ void addToProfileGrid(ProfileGrid& grid, std::int64_t row, std::int64_t bin, dou
 
 DetectionSettings readDetectionSettings(const ParameterTable& parameters) {
   DetectionSettings settings;
-  const std::string& debug = valueOf(parameters, "debug_mode");
+  const std::string& debug = valueOrEmpty(parameters, "debug_mode");
   settings.debugMode = debug == "1"   ? DebugMode::kSingleScan
                        : debug == "2" ? DebugMode::kScanList
                                       : DebugMode::kOff;
-  settings.coElute = readInteger(valueOf(parameters, "co-elute"));
-  settings.cutSimilarMono = isOn(valueOf(parameters, "cut_similiar_mono"));
-  settings.isolationWidth = readReal(valueOf(parameters, "isolation_width"));
-  settings.recalibrateWindow = readReal(valueOf(parameters, "recalibrate_window"));
-  settings.outputSvmLight = isOn(valueOf(parameters, "outputsvmlight"));
-  settings.checkActivationCenter = isOn(valueOf(parameters, "check_activationcenter"));
-  settings.dataPath = valueOf(parameters, "datapath");
+  settings.coElute = readInteger(valueOrEmpty(parameters, "co-elute"));
+  settings.cutSimilarMono = isOn(valueOrEmpty(parameters, "cut_similiar_mono"));
+  settings.isolationWidth = readReal(valueOrEmpty(parameters, "isolation_width"));
+  settings.recalibrateWindow = readReal(valueOrEmpty(parameters, "recalibrate_window"));
+  settings.outputSvmLight = isOn(valueOrEmpty(parameters, "outputsvmlight"));
+  settings.checkActivationCenter = isOn(valueOrEmpty(parameters, "check_activationcenter"));
+  settings.dataPath = valueOrEmpty(parameters, "datapath");
   return settings;
 }
 

@@ -42,10 +42,6 @@ constexpr std::uint32_t kScanRangeLimit = 3403200;
 // Progress is printed every 41 scans: often enough to see, rarely enough to cost nothing.
 constexpr std::size_t kProgressStride = 41;
 
-std::string withoutExtension(const std::string& name) {
-  return name.size() >= 4 ? name.substr(0, name.size() - 4) : std::string();
-}
-
 struct PairOutputs {
   std::string resultStem;  // outputpath + MS2 file name less its extension
   std::string csvPath;

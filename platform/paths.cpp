@@ -62,4 +62,8 @@ std::string toolPath(std::string_view binFolder, std::string_view toolName) {
   return path;
 }
 
+std::string withoutExtension(std::string_view name) {
+  return name.size() >= 4 ? std::string(name.substr(0, name.size() - 4)) : std::string();
+}
+
 }  // namespace corvid

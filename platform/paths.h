@@ -31,6 +31,9 @@ std::string withTrailingSeparator(std::string folder);
 std::string resolveLetterCase(const std::string& path);
 // True when the path can be opened for reading.
 bool canOpenForReading(const std::string& path);
+// The text less its last four characters (a three-letter extension with its dot), or empty text
+// when it is shorter.
+std::string withoutExtension(std::string_view name);
 // The name of an external tool in a folder: folder + name (+ ".exe" on Windows).
 std::string toolPath(std::string_view binFolder, std::string_view toolName);
 

@@ -15,10 +15,6 @@ namespace {
 
 constexpr const char* kSvmTool = "svmrunner";
 
-std::string withoutLastFour(const std::string& path) {
-  return path.size() >= 4 ? path.substr(0, path.size() - 4) : std::string();
-}
-
 // Runs svmrunner and says plainly when it is missing or failed: the run goes on as the
 // classifier's contract says, but a stale output file must not pass unnoticed.
 void runSvmTool(const std::string& binPath, std::vector<std::string> arguments, const std::string& outputFile) {
@@ -43,8 +39,8 @@ SvmJob makeSvmJob(const std::string& trainingPath, const std::string& testPath) 
   SvmJob job;
   job.trainingFile = trainingPath;
   job.testFile = testPath;
-  job.outputFile = withoutLastFour(trainingPath) + ".Output.txt";
-  job.trainingCopy = withoutLastFour(trainingPath) + ".SVMTrainingSet.txt";
+  job.outputFile = withoutExtension(trainingPath) + ".Output.txt";
+  job.trainingCopy = withoutExtension(trainingPath) + ".SVMTrainingSet.txt";
   return job;
 }
 

@@ -17,12 +17,6 @@ constexpr double kFlatFeatureSpread = 1e-6;
 // The training draw is the same on every run of the same input.
 constexpr std::uint32_t kSamplingSeed = 90;
 
-const std::string& valueOf(const ParameterTable& parameters, const char* key) {
-  static const std::string kNoValue;
-  const auto found = parameters.find(key);
-  return found == parameters.end() ? kNoValue : found->second;
-}
-
 // "%d:%.8lf " for every position of the scaled vector, numbered from 1.
 void writeScaledFeatures(TextWriter& out, const SvmLightScaler& scaler, const PrecursorFeatures& features,
                          const char* separatorBefore, const char* separatorAfter) {
@@ -45,12 +39,12 @@ void closeOrThrow(TextWriter& writer, const std::string& path) {
 
 SvmLightSetup makeSvmLightPaths(const ParameterTable& parameters) {
   SvmLightSetup setup;
-  const std::string& folder = valueOf(parameters, "outputpath");
+  const std::string& folder = valueOrEmpty(parameters, "outputpath");
   setup.trainingPath = folder + "SVMlightTrainingSet.txt";
   setup.testPath = folder + "SVMlightTestSet.txt";
   setup.companionPath = setup.testPath + ".scan_mz_charge.txt";
-  setup.sampleNumber = valueOf(parameters, "samplenumberinsvmlight");
-  setup.chargeRange = valueOf(parameters, "svmlight_charge_range");
+  setup.sampleNumber = valueOrEmpty(parameters, "samplenumberinsvmlight");
+  setup.chargeRange = valueOrEmpty(parameters, "svmlight_charge_range");
   return setup;
 }
 

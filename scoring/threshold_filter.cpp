@@ -17,12 +17,6 @@ constexpr double kWideWindowThreshold = -0.68;
 // With output_all_mars_y every candidate is kept: no model scores this low.
 constexpr double kKeepAllThreshold = -10000.0;
 
-const std::string& valueOf(const ParameterTable& parameters, const char* key) {
-  static const std::string kNoValue;
-  const auto found = parameters.find(key);
-  return found == parameters.end() ? kNoValue : found->second;
-}
-
 // Descending score; NaN scores rank below every number (and are never kept), which keeps the
 // ordering a strict weak order.
 bool rankedBefore(double a, double b) {
@@ -33,12 +27,12 @@ bool rankedBefore(double a, double b) {
 }  // namespace
 
 double marsThreshold(const ParameterTable& parameters) {
-  double threshold = readReal(valueOf(parameters, "mars_threshold"));
-  if (valueOf(parameters, "isolation_width") == "4") {
+  double threshold = readReal(valueOrEmpty(parameters, "mars_threshold"));
+  if (valueOrEmpty(parameters, "isolation_width") == "4") {
     std::fputs("isolation_width\n", stdout);
     threshold = kWideWindowThreshold;
   }
-  if (valueOf(parameters, "output_all_mars_y") == "1") threshold = kKeepAllThreshold;
+  if (valueOrEmpty(parameters, "output_all_mars_y") == "1") threshold = kKeepAllThreshold;
   return threshold;
 }
 
@@ -53,7 +47,7 @@ void filterByThreshold(const ParameterTable& parameters, const std::vector<doubl
   if (records.size() != scores.size()) {
     throw std::out_of_range("score list and precursor record list differ in length");
   }
-  const bool debug = valueOf(parameters, "debug_mode") == "1";
+  const bool debug = valueOrEmpty(parameters, "debug_mode") == "1";
 
   std::vector<PrecursorRecord> kept;
   kept.reserve(records.size());

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <limits>
 
+#include "platform/paths.h"
 #include "startup/run_failure.h"
 #include "startup/run_log.h"
 
@@ -97,10 +98,6 @@ void putPeaks(const std::vector<Peak>& peaks, OutputFile& data) {
     putF64(data, peak.mz);
     putF64(data, peak.intensity);
   }
-}
-
-std::string withoutExtension(const std::string& path) {
-  return path.size() >= 4 ? path.substr(0, path.size() - 4) : std::string();
 }
 
 }  // namespace

@@ -41,12 +41,6 @@ std::string formatReal(double value) {
   return std::string(digits, done.ptr);
 }
 
-const std::string& valueOf(const ParameterTable& table, const std::string& key) {
-  static const std::string kEmpty;
-  const auto found = table.find(key);
-  return found == table.end() ? kEmpty : found->second;
-}
-
 // What is wrong with a text that does not read whole as an integer: a real such as "1.5" is not
 // a whole number, anything else is not a number.
 std::string_view integerProblem(const std::string& text) {
@@ -67,7 +61,7 @@ struct RealRule {
 };
 
 void checkReal(const ParameterTable& table, const RealRule& rule, std::vector<std::string>& alerts) {
-  const std::string& value = valueOf(table, rule.key);
+  const std::string& value = valueOrEmpty(table, rule.key);
   const double used = readReal(value);
   std::string_view problem;
   std::string outOfRange;
@@ -87,11 +81,11 @@ void checkReal(const ParameterTable& table, const RealRule& rule, std::vector<st
 // isolation_width "4" replaces the threshold by -0.68 and output_all_mars_y "1" by -10000: the
 // value given is then not used at all.
 bool thresholdIsUsed(const ParameterTable& table) {
-  return valueOf(table, "output_all_mars_y") != "1" && valueOf(table, "isolation_width") != "4";
+  return valueOrEmpty(table, "output_all_mars_y") != "1" && valueOrEmpty(table, "isolation_width") != "4";
 }
 
 void checkCoElute(const ParameterTable& table, std::vector<std::string>& alerts) {
-  const std::string& value = valueOf(table, "co-elute");
+  const std::string& value = valueOrEmpty(table, "co-elute");
   const int used = readInteger(value);
   const std::string usedText = std::to_string(used) + (used == 0 ? " (a single precursor per scan)"
                                                                  : " (all co-eluting precursors)");
@@ -106,7 +100,7 @@ void checkCoElute(const ParameterTable& table, std::vector<std::string>& alerts)
 constexpr std::string_view kMarsModelNames[] = {"1", "2", "3", "4", "5", "15", "250", "1024"};
 
 void checkMarsModel(const ParameterTable& table, std::vector<std::string>& alerts) {
-  const std::string& value = valueOf(table, "mars_model");
+  const std::string& value = valueOrEmpty(table, "mars_model");
   for (std::string_view name : kMarsModelNames) {
     if (value == name) return;
   }
@@ -118,7 +112,7 @@ void checkMarsModel(const ParameterTable& table, std::vector<std::string>& alert
 // samplenumberinsvmlight: the text "-1" draws every scan, a count of 1 or more that many scans;
 // anything else draws none.
 void checkSampleNumber(const ParameterTable& table, std::vector<std::string>& alerts) {
-  const std::string& value = valueOf(table, "samplenumberinsvmlight");
+  const std::string& value = valueOrEmpty(table, "samplenumberinsvmlight");
   if (value == "-1") return;
   const int used = readInteger(value);
   const std::string usedText = used >= 1 ? std::to_string(used) : std::to_string(used) + " (no scan is drawn)";
@@ -133,7 +127,7 @@ void checkSampleNumber(const ParameterTable& table, std::vector<std::string>& al
 // svmlight_charge_range: two whole numbers joined by "-". Without a "-" the export fails with its
 // own message, so only the numbers are looked at here.
 void checkChargeRange(const ParameterTable& table, std::vector<std::string>& alerts) {
-  const std::string& value = valueOf(table, "svmlight_charge_range");
+  const std::string& value = valueOrEmpty(table, "svmlight_charge_range");
   const std::size_t dash = value.find('-');
   if (value.empty() || dash == std::string::npos) return;
   const std::string low = value.substr(0, dash);
@@ -162,7 +156,7 @@ std::vector<std::string> parameterValueAlerts(const ParameterTable& table) {
     checkReal(table, {"mars_threshold", -HUGE_VAL, false, ""}, alerts);
   }
   checkReal(table, {"recalibrate_window", 0.0, false, "0 or more"}, alerts);
-  if (isOn(valueOf(table, "outputsvmlight"))) {
+  if (isOn(valueOrEmpty(table, "outputsvmlight"))) {
     checkSampleNumber(table, alerts);
     checkChargeRange(table, alerts);
   }

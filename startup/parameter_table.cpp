@@ -61,4 +61,10 @@ const char* keyForOption(char letter) {
 int readInteger(std::string_view text) { return std::atoi(std::string(text).c_str()); }
 double readReal(std::string_view text) { return std::atof(std::string(text).c_str()); }
 
+const std::string& valueOrEmpty(const ParameterTable& table, const std::string& key) {
+  static const std::string kEmpty;
+  const auto found = table.find(key);
+  return found == table.end() ? kEmpty : found->second;
+}
+
 }  // namespace corvid

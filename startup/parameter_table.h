@@ -33,6 +33,9 @@ int readInteger(std::string_view text);
 double readReal(std::string_view text);
 // A switch is on exactly when its value is the text "1".
 inline bool isOn(const std::string& value) { return value == "1"; }
+// The value of key, or empty text when the table lacks it (as the index operation would create
+// it), without changing a table that is only read.
+const std::string& valueOrEmpty(const ParameterTable& table, const std::string& key);
 
 // The marker for a path that was not given.
 inline constexpr std::string_view kEmptyPath = "EmptyPath";

@@ -27,10 +27,6 @@ std::int64_t internalSetting(const ParameterTable& parameters, const char* key, 
   return value > 0 ? value : fallback;
 }
 
-std::string withoutExtension(const std::string& name) {
-  return name.size() >= 4 ? name.substr(0, name.size() - 4) : std::string();
-}
-
 // Joins the part outputs "<stem>_ID_*<ending>" of the output folder into "<stem><ending>".
 void joinParts(const std::string& outputStem, const std::string& ending) {
   const std::string pattern = outputStem + "_ID_*" + ending;
