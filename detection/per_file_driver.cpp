@@ -15,6 +15,8 @@
 #include "platform/msvc_random.h"
 #include "platform/paths.h"
 #include "platform/process.h"
+#include "platform/run_outcome.h"
+#include "platform/support_files.h"
 #include "platform/text_file.h"
 #include "scoring/explained_candidates.h"
 #include "scoring/peak_difference_statistics.h"
@@ -275,15 +277,20 @@ void saveReport(const std::string& csvPath, const std::string& report, bool outp
     logMessage("Error", "Not all spectrum files of " + csvPath +
                             " could be written: the CSV report is not saved, so that a later run processes "
                             "this file again.");
+    noteRunProblem(RunProblem::kOutputUnwritable);
     return;
   }
   TextWriter writer;
   if (!writer.open(csvPath)) {
     logMessage("Error", "Fail to write the CSV report " + csvPath + ": " + writer.error());
+    noteRunProblem(RunProblem::kOutputUnwritable);
     return;
   }
   writer.write(report);
-  if (!writer.close()) logMessage("Error", "Fail to write the CSV report " + csvPath + ": " + writer.error());
+  if (!writer.close()) {
+    logMessage("Error", "Fail to write the CSV report " + csvPath + ": " + writer.error());
+    noteRunProblem(RunProblem::kOutputUnwritable);
+  }
 }
 
 }  // namespace
@@ -296,6 +303,7 @@ void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   if (parameters["rewrite_files"] == "0" && parameters["debug_mode"] == "0" &&
       canOpenForReading(outputs.csvPath)) {
     logMessage("Infor", "CSV file already exists, Corvid Complete!");
+    noteEarlierResultReused();
     return;
   }
 
@@ -327,7 +335,7 @@ void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   }
   context.debugScans.assign(debug.scans.begin(), debug.scans.end());
 
-  loadIsotopePatternTable(parameters["binpath"] + parameters["ipv_file"]);
+  loadIsotopePatternTable(locateSupportFile(parameters["binpath"], parameters["ipv_file"]));
 
   ms1File.rawName = withoutExtension(fileNameOf(ms2Path));
   bool kx1Written = true;
@@ -342,6 +350,7 @@ void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   for (int group = 0; group < kActivationGroupCount; ++group) {
     if (ms2File.groupPresent[group] != 0) processGroup(run, group);
   }
+  noteMs2ScansProcessed(static_cast<long long>(ms2File.spectra.size()));
   logMessage("Infor", "Releasing resources...");
   logMessage("Infor", "Saving CSV to disk...");
   saveReport(outputs.csvPath, run.report, run.outputsIncomplete);

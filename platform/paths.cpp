@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "platform/support_files.h"
+
 namespace corvid {
 
 std::size_t lastSeparator(std::string_view path) { return path.find_last_of("/\\"); }
@@ -56,10 +58,9 @@ std::string resolveLetterCase(const std::string& path) {
 }
 
 std::string toolPath(std::string_view binFolder, std::string_view toolName) {
-  std::string path(binFolder);
-  path += toolName;
-  path += kExecutableSuffix;
-  return path;
+  std::string name(toolName);
+  name += kExecutableSuffix;
+  return locateSupportFile(binFolder, name);
 }
 
 std::string withoutExtension(std::string_view name) {

@@ -34,7 +34,8 @@ bool canOpenForReading(const std::string& path);
 // The text less its last four characters (a three-letter extension with its dot), or empty text
 // when it is shorter.
 std::string withoutExtension(std::string_view name);
-// The name of an external tool in a folder: folder + name (+ ".exe" on Windows).
+// The path of an external tool: folder + name (+ ".exe" on Windows), or where locateSupportFile
+// finds it when it is not in that folder.
 std::string toolPath(std::string_view binFolder, std::string_view toolName);
 
 }  // namespace corvid

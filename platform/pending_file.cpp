@@ -84,4 +84,32 @@ void discardPending(PendingFile& pending) {
   }
 }
 
+bool copyIntoPlace(const std::string& from, const std::string& to, std::string& error) {
+  std::FILE* source = std::fopen(from.c_str(), "rb");
+  if (source == nullptr) {
+    error = "cannot open " + from + ": " + lastErrorText();
+    return false;
+  }
+  PendingFile target;
+  if (!openPending(to, target)) {
+    std::fclose(source);
+    error = target.error;
+    return false;
+  }
+  char buffer[1 << 16];
+  bool failed = false;
+  std::size_t count = 0;
+  while ((count = std::fread(buffer, 1, sizeof buffer, source)) > 0) {
+    if (std::fwrite(buffer, 1, count, target.file) != count) failed = true;
+  }
+  if (std::ferror(source) != 0) {
+    failed = true;
+    target.error = "cannot read " + from;
+  }
+  std::fclose(source);
+  const bool done = commitPending(target, failed);
+  if (!done) error = target.error.empty() ? "cannot write " + to : target.error;
+  return done;
+}
+
 }  // namespace corvid

@@ -30,6 +30,10 @@ bool commitPending(PendingFile& pending, bool writeFailed);
 // Closes and removes the temporary file: the target is left as it was.
 void discardPending(PendingFile& pending);
 
+// Copies the file `from` to `to` through a pending file: `to` appears only complete. False with
+// error set when reading or writing fails.
+bool copyIntoPlace(const std::string& from, const std::string& to, std::string& error);
+
 // The C library's text for the last error, for messages that name the cause.
 std::string lastErrorText();
 

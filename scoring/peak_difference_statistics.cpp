@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <string>
 
+#include "platform/run_outcome.h"
 #include "startup/run_log.h"
 
 namespace corvid {
@@ -148,12 +149,14 @@ bool writeFrequencyFile(const PeakDifferenceHistogram& histogram, const std::str
   std::FILE* file = std::fopen(path.c_str(), "wb");
   if (file == nullptr) {
     logMessage("Error", "Cannot create the peak-difference statistics file " + path);
+    noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }
   const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
   const bool closed = std::fclose(file) == 0;
   if (!written || !closed) {
     logMessage("Error", "Cannot write the peak-difference statistics file " + path);
+    noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }
   return true;

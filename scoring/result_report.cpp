@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "platform/run_outcome.h"
 #include "platform/text_file.h"
 #include "scoring/whole_number.h"
 #include "startup/run_log.h"
@@ -134,6 +135,7 @@ std::string uncheckedListText(const ReferencePrecursorList& list) {
 void writeUncheckedList(const ReferencePrecursorList& list, const std::string& path) {
   if (!writeTextFile(path, uncheckedListText(list))) {
     logMessage("Error", "Can not write the unchecked precursor list " + path);
+    noteRunProblem(RunProblem::kOutputUnwritable);
   }
 }
 

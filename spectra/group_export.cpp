@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "platform/run_outcome.h"
 #include "startup/run_log.h"
 
 namespace corvid {
@@ -63,6 +64,7 @@ bool finishGroupFile(const std::string& path, const SkippedSpectra& skipped, con
   reportSkippedSpectra(path, skipped, "not written");
   if (!closeOutputFile(out)) {
     logMessage("Error", std::string("Fail to write ") + format + " file " + path + ": " + out.pending.error);
+    noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }
   return true;

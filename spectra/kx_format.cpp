@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "platform/paths.h"
+#include "platform/run_outcome.h"
 #include "startup/run_failure.h"
 #include "startup/run_log.h"
 
@@ -46,10 +47,12 @@ bool openPair(const std::string& dataPath, const std::string& indexPath, OutputF
               OutputFile& index) {
   if (!openOutputFile(dataPath, data)) {
     logMessage("Error", "Fail to create KX file " + dataPath + ": " + data.pending.error);
+    noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }
   if (!openOutputFile(indexPath, index)) {
     logMessage("Error", "Fail to create KX index file " + indexPath + ": " + index.pending.error);
+    noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }
   return true;
@@ -58,8 +61,14 @@ bool openPair(const std::string& dataPath, const std::string& indexPath, OutputF
 bool closePair(OutputFile& data, OutputFile& index) {
   bool dataDone = closeOutputFile(data);
   bool indexDone = closeOutputFile(index);
-  if (!dataDone) logMessage("Error", "Fail to write KX file " + data.path + ": " + data.pending.error);
-  if (!indexDone) logMessage("Error", "Fail to write KX index file " + index.path + ": " + index.pending.error);
+  if (!dataDone) {
+    logMessage("Error", "Fail to write KX file " + data.path + ": " + data.pending.error);
+    noteRunProblem(RunProblem::kOutputUnwritable);
+  }
+  if (!indexDone) {
+    logMessage("Error", "Fail to write KX index file " + index.path + ": " + index.pending.error);
+    noteRunProblem(RunProblem::kOutputUnwritable);
+  }
   return dataDone && indexDone;
 }
 
@@ -292,6 +301,7 @@ void appendKX(const KXReader& reader, OutputFile& outData, OutputFile& outIndex,
 bool mergeKX2Parts(const std::vector<std::string>& partPaths, const std::string& targetPath) {
   if (partPaths.empty()) {
     logMessage("Error", "No KX2 part to merge into " + targetPath);
+    noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }
   std::vector<KXReader> parts(partPaths.size());

@@ -1,5 +1,6 @@
 #include "spectra/mgf_pipeline.h"
 
+#include "platform/run_outcome.h"
 #include "spectra/kx_format.h"
 #include "spectra/mgf_reader.h"
 #include "startup/run_log.h"
@@ -17,6 +18,7 @@ void runMGFPipeline(const ParameterTable& parameters, const std::vector<std::str
     readMGF(mgfFile);
     logMessage("Infor", "Writing KX2...");
     writeKX2FromMGF(mgfFile);
+    noteMs2ScansProcessed(static_cast<long long>(mgfFile.spectra.size()));
   }
 }
 

@@ -1,5 +1,6 @@
 #include "spectra/mgf_writer.h"
 
+#include "platform/run_outcome.h"
 #include "spectra/output_file.h"
 #include "startup/run_log.h"
 
@@ -52,6 +53,7 @@ bool writeMGF(GroupExport& group, const MS2File& ms2File, const ParameterTable& 
   OutputFile out;
   if (!openOutputFile(target, out)) {
     logMessage("Error", "Fail to create MGF file " + target + ": " + out.pending.error);
+    noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }
   const bool writeBlocks = exportSwitchOn(parameters, "output_mgf");

@@ -11,6 +11,7 @@
 
 #include "platform/paths.h"
 #include "platform/pending_file.h"
+#include "platform/run_outcome.h"
 #include "platform/text_file.h"
 #include "spectra/extraction_marker.h"
 #include "spectra/extracted_scan.h"
@@ -87,7 +88,7 @@ struct OutputPaths {
 
 OutputPaths outputPathsOf(const std::string& folder, const std::string& stem) {
   std::string base = folder + stem;
-  return {base + ".ms1",      base + ".ms2",      base + "_scans.csv",  base + ".quarry",
+  return {base + ".ms1",      base + ".ms2",      base + std::string(kExtractionSummarySuffix),  base + ".quarry",
           base + ".ms1.part", base + ".ms2.part", base + ".scans.part", base + ".ids.part"};
 }
 
@@ -376,6 +377,7 @@ void reportAlerts(const Extraction& x) {
 bool fail(const std::string& inputPath, const OutputPaths& paths, const std::string& problem) {
   removeOutputs(paths);
   logMessage("Error", "Cannot extract " + inputPath + ": " + problem);
+  noteRunProblem(RunProblem::kInputUnreadable);
   return false;
 }
 
@@ -399,6 +401,7 @@ bool hasMS1Spectra(Extraction& x) {
   closeWorkFiles(x);
   removeOutputs(x.paths);
   logMessage("Error", "No MS1 spectra in " + x.inputPath + ": nothing to detect precursors from.");
+  noteRunProblem(RunProblem::kInputUnreadable);
   return false;
 }
 

@@ -16,6 +16,8 @@ bool isOpenFormatName(std::string_view name);
 // written under a temporary name and renamed into place when complete; the marker records the
 // input's identity. On failure logs an "Error" line naming the file and the problem, removes its
 // temporary files and the marker and returns false.
+inline constexpr std::string_view kExtractionSummarySuffix = "_scans.csv";
+
 bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
                        const std::string& stem);
 

@@ -5,10 +5,14 @@
 #include <exception>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "build_config.h"
 #include "platform/crash_record.h"
+#include "platform/run_outcome.h"
 #include "platform/steady_clock.h"
+#include "spectra/open_format_extractor.h"
+#include "startup/command_line.h"
 #include "startup/parameter_file.h"
 #include "startup/program_texts.h"
 #include "startup/run_failure.h"
@@ -31,15 +35,30 @@ void recordCommandLine(int argc, char** argv) {
   appendLogPiece("\n");
 }
 
+bool onlyLongOptionsFrom(int first, int argc, char** argv) {
+  for (int i = first; i < argc; ++i) {
+    if (!isLongOption(argv[i])) return false;
+    // "--KEY VALUE": the value is the next argument, whatever it looks like.
+    if (std::string_view(argv[i]).find('=') == std::string_view::npos) ++i;
+  }
+  return true;
+}
+
+// A first argument naming one input file: every argument is then a data path of its own.
+bool namesInputFile(const char* argument) {
+  return endsWith(argument, ".raw", false) || endsWith(argument, ".wiff", false) || isOpenFormatName(argument);
+}
+
 void chooseRoute(int argc, char** argv) {
   const char* const* arguments = argv;
   if (argc <= 1) {
     printVersionBlock();
     writeParameterTemplate();
     printUsage();
-  } else if (argc == 2 && (endsWith(argv[1], ".cfg", true) || endsWith(argv[1], ".para", true))) {
-    runFromParameterFile(arguments);
-  } else if (endsWith(argv[1], ".raw", false)) {
+  } else if ((endsWith(argv[1], ".cfg", true) || endsWith(argv[1], ".para", true)) &&
+             onlyLongOptionsFrom(2, argc, argv)) {
+    runFromParameterFile(argc, arguments);
+  } else if (namesInputFile(argv[1])) {
     runEachAsDataPath(argc, arguments);
   } else if (endsWith(argv[1], ".mgf", true) || endsWith(argv[1], ".MGF", true)) {
     runMgfConversion(argc, arguments);
@@ -52,6 +71,34 @@ void logExitNotice() {
   logMessage("Exit", std::string("Corvid has encountered a problem and will exit. Retry with correct "
                                   "parameters.\nFor help, please mail to ") +
                          build::kSupportEmail);
+}
+
+// "--help" or "--version" anywhere: answered at once, nothing written.
+bool answeredInformationRequest(int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view argument = argv[i];
+    if (argument == "--help") {
+      printUsage();
+      printLongOptionHelp();
+      return true;
+    }
+    if (argument == "--version") {
+      printVersionLine();
+      return true;
+    }
+  }
+  return false;
+}
+
+// With strict_exit on, a run that ended normally but skipped or lost something says so in its
+// status; the log names the cause.
+int finalStatus(int status) {
+  const int strict = strictExitStatus(status);
+  if (strict != status) {
+    logMessage("Alert", "strict_exit: exit status " + std::to_string(strict) + " because " +
+                            describeStrictExit(strict) + ".");
+  }
+  return strict;
 }
 
 }  // namespace
@@ -79,13 +126,14 @@ int runRouteGuarded(const std::function<void()>& route) {
 }
 
 int runEntry(int argc, char** argv) {
+  if (answeredInformationRequest(argc, argv)) return 0;
   installCrashRecord();
   createRunLog();
   // Readers that end the process themselves still leave the log behind.
   std::atexit(closeRunLog);
   printBanner();
   recordCommandLine(argc, argv);
-  const int status = runRouteGuarded([&] { chooseRoute(argc, argv); });
+  const int status = finalStatus(runRouteGuarded([&] { chooseRoute(argc, argv); }));
   closeRunLog();
   std::fflush(stdout);
   return status;

@@ -1,6 +1,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/run_outcome.h"
 #include "spectra/kx_format.h"
 #include "spectra/mgf_pipeline.h"
 #include "spectra/mgf_reader.h"
@@ -19,6 +20,7 @@ void convertMgfToKx2(const std::string& mgfPath) {
   readMGF(mgfFile);
   logMessage("Infor", "Printing KX2...");
   writeKX2FromMGF(mgfFile);
+  noteMs2ScansProcessed(static_cast<long long>(mgfFile.spectra.size()));
 }
 
 }  // namespace corvid

@@ -3,6 +3,9 @@
 #include <vector>
 
 #include "platform/file_lock.h"
+#include "platform/paths.h"
+#include "platform/pending_file.h"
+#include "platform/run_outcome.h"
 #include "spectra/open_format_extractor.h"
 #include "startup/pipelines.h"
 #include "startup/run_log.h"
@@ -29,25 +32,57 @@ void dropStaleReport(ParameterTable& parameters, const std::string& stem) {
   }
 }
 
+bool sameFolder(const std::string& first, const std::string& second) {
+  std::error_code code;
+  return first == second || std::filesystem::equivalent(first, second, code);
+}
+
+// The summary maps Corvid's scan numbers back to the instrument's native ids: results in another
+// folder than the extraction get their own copy, so they can always be traced.
+void copySummaryToOutputs(ParameterTable& parameters, const std::string& extractFolder, const std::string& stem) {
+  const std::string outputFolder = parameters["outputpath"];
+  if (sameFolder(extractFolder, outputFolder)) return;
+  const std::string name = stem + std::string(kExtractionSummarySuffix);
+  std::string error;
+  if (!copyIntoPlace(extractFolder + name, outputFolder + name, error)) {
+    logMessage("Error", "Fail to copy the extraction summary " + name + " to " + outputFolder + ": " + error);
+    noteRunProblem(RunProblem::kOutputUnwritable);
+  }
+}
+
 }  // namespace
 
-// Each mzML/mzXML file is extracted in-process into <stem>.ms1/.ms2 beside it (an earlier
-// extraction of the same input is reused); the MS1 names of the files extracted are handed to
-// the common tail of the run driver. Runs that extract the same input take turns: the second
-// one waits and then reuses the first one's extraction.
+std::string extractionFolder(ParameterTable& parameters) {
+  const std::string chosen = valueOrEmpty(parameters, "extract_path");
+  return chosen.empty() ? parameters["datapath"] : withTrailingSeparator(chosen);
+}
+
+// Each mzML/mzXML file is extracted in-process into <stem>.ms1/.ms2 in the extraction folder (an
+// earlier extraction of the same input is reused); the MS1 names of the files extracted are
+// handed to the common tail of the run driver. Runs that extract the same input take turns: the
+// second one waits and then reuses the first one's extraction.
 std::vector<std::string> extractOpenFormatFiles(ParameterTable parameters, const std::vector<std::string>& names) {
-  const std::string folder = parameters["datapath"];
+  const std::string inputFolder = parameters["datapath"];
+  const std::string folder = extractionFolder(parameters);
   std::vector<std::string> ms1Names;
+  std::error_code code;
+  if (folder != inputFolder && !std::filesystem::is_directory(folder, code) &&
+      !std::filesystem::create_directories(folder, code)) {
+    logMessage("Error", "Fail to create the extraction folder " + folder + ": " + code.message());
+    noteRunProblem(RunProblem::kOutputUnwritable);
+    return ms1Names;
+  }
   for (const std::string& name : names) {
     const std::string stem = name.substr(0, name.rfind('.'));
     FileLock lock = acquireFileLock(folder + stem + ".quarry.lock", sayWaiting);
-    if (openFormatAlreadyExtracted(folder + name, folder, stem)) {
+    if (openFormatAlreadyExtracted(inputFolder + name, folder, stem)) {
       logMessage("State", "Reusing the earlier extraction of " + name);
     } else {
       logMessage("State", "Extracting MS1 and MS2 from " + name + "...");
-      if (!extractOpenFormat(folder + name, folder, stem)) continue;
+      if (!extractOpenFormat(inputFolder + name, folder, stem)) continue;
       dropStaleReport(parameters, stem);
     }
+    copySummaryToOutputs(parameters, folder, stem);
     ms1Names.push_back(stem + ".ms1");
   }
   return ms1Names;

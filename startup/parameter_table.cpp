@@ -41,9 +41,36 @@ constexpr std::array<ParameterDefault, 31> kDefaults{{
     {"output_freq", "0", 'f'},
 }};
 
+constexpr std::array<ExtensionKey, 3> kExtensionKeys{{
+    {"precision_mode", "0"},
+    {"strict_exit", "0"},
+    {"extract_path", ""},
+}};
+
+bool isNumberedDataPath(std::string_view key) {
+  constexpr std::string_view kPrefix = "datapath";
+  if (!key.starts_with(kPrefix) || key.size() == kPrefix.size()) return false;
+  for (char c : key.substr(kPrefix.size())) {
+    if (c < '0' || c > '9') return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 std::span<const ParameterDefault> parameterDefaults() { return kDefaults; }
+
+std::span<const ExtensionKey> extensionKeys() { return kExtensionKeys; }
+
+bool isSettableKey(std::string_view key) {
+  for (const ParameterDefault& row : kDefaults) {
+    if (key == row.key) return true;
+  }
+  for (const ExtensionKey& row : kExtensionKeys) {
+    if (key == row.key) return true;
+  }
+  return isNumberedDataPath(key);
+}
 
 void setDefaults(ParameterTable& table) {
   for (const ParameterDefault& row : kDefaults) table[row.key] = row.value;

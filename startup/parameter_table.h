@@ -21,6 +21,17 @@ struct ParameterDefault {
 
 std::span<const ParameterDefault> parameterDefaults();
 
+// Keys beyond the built-in table that Corvid reads when present; absent, each behaves as its
+// default. They are set in a parameter file or with a long option, never written into templates.
+struct ExtensionKey {
+  const char* key;
+  const char* defaultValue;
+};
+std::span<const ExtensionKey> extensionKeys();
+
+// True for a key a long option may set: a built-in key, "datapath<N>", or an extension key.
+bool isSettableKey(std::string_view key);
+
 // Inserts every built-in key with its default text, in table order.
 void setDefaults(ParameterTable& table);
 

@@ -19,6 +19,9 @@ void runMgfFiles(ParameterTable parameters, const std::vector<std::string>& mgfN
 // Open-format files (mzML, mzXML) extracted in-process; returns the MS1 names written.
 std::vector<std::string> extractOpenFormatFiles(ParameterTable parameters,
                                                 const std::vector<std::string>& names);
+// Where open-format inputs are extracted to: `extract_path` with a trailing separator when set,
+// otherwise the data folder.
+std::string extractionFolder(ParameterTable& parameters);
 // The MGF-to-KX2 conversion route of the command line, for one MGF path.
 void convertMgfToKx2(const std::string& mgfPath);
 

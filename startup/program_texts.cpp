@@ -102,4 +102,29 @@ void printUsage() {
   std::fflush(stdout);
 }
 
+void printLongOptionHelp() {
+  static const char* const kLines[] = {
+      "",
+      "Long options (GNU style, also usable in workflows without a parameter file):",
+      "\tcorvid --help                 this text",
+      "\tcorvid --version              the version",
+      "\tcorvid --KEY=VALUE ...        any parameter-file key, e.g. --output_ms2=1 --strict_exit=1",
+      "\tcorvid --KEY VALUE ...        the same, value in the next argument",
+      "\tcorvid run.para --KEY=VALUE   a parameter file with settings overridden",
+      "\tcorvid a.mzML b.mzML --KEY=V  each file is one run, with the same settings",
+      "Extension keys (defaults keep the standard behaviour):",
+      "\tprecision_mode  default (0)   1: fewer, more reliable precursors per MS2 scan",
+      "\tstrict_exit     default (0)   1: non-zero exit status when anything was skipped or failed",
+      "\textract_path    default ()    folder for the .ms1/.ms2 extracted from mzML/mzXML",
+  };
+  for (const char* line : kLines) printLine(line);
+  std::fflush(stdout);
+}
+
+void printVersionLine() {
+  printLine("corvid " + std::string(build::kVersion));
+  printLine("Corvid Version" + versionText());
+  std::fflush(stdout);
+}
+
 }  // namespace corvid

@@ -10,5 +10,9 @@ void printBanner();
 // The version line, What's New and the config-file usage; the template is written by the caller.
 void printVersionBlock();
 void printUsage();
+// What --help adds after the usage: the long options and the extension keys.
+void printLongOptionHelp();
+// What --version prints: "corvid <version>" and the version line of the version block.
+void printVersionLine();
 
 }  // namespace corvid

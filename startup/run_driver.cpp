@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/paths.h"
+#include "platform/run_outcome.h"
 #include "startup/file_discovery.h"
 #include "startup/parameter_checks.h"
 #include "startup/pipelines.h"
@@ -82,6 +83,7 @@ void splitFolderAndFile(ParameterTable& table, std::string& fileName) {
 void runCommonTail(ParameterTable& table, const std::vector<std::string>& ms1Names) {
   if (ms1Names.empty()) {
     logMessage("Error", "No MS1 files in datapath! Corvid exits!");
+    noteRunProblem(RunProblem::kDataPathSkipped);
     return;
   }
   logMessage("alert", "MS1list completes.");
@@ -120,10 +122,12 @@ void validatePaths(ParameterTable& table) {
 void dispatchRun(ParameterTable& table) {
   if (!isDirectory(table["outputpath"])) {
     logMessage("Error", "Invalid output path: " + table["outputpath"]);
+    noteRunProblem(RunProblem::kDataPathSkipped);
     return;
   }
   if (!isDirectory(table["logfilepath"])) {
     logMessage("Error", "Invalid log path: " + table["logfilepath"]);
+    noteRunProblem(RunProblem::kDataPathSkipped);
     return;
   }
   setLogFolder(table["logfilepath"]);
@@ -146,6 +150,7 @@ void dispatchRun(ParameterTable& table) {
     alertRouteNotFromExtension(dataPath, kOpenFormatSpellings, "mzML/mzXML");
     splitFolderAndFile(table, fileName);
     ms1Names = extractOpenFormatFiles(table, {fileName});
+    table["datapath"] = extractionFolder(table);
   } else if (isAnyOf(format, {"Raw", "RAW", "raw"})) {
     if (containsAny(dataPath, kWiffSpellings)) {
       logMessage("Alert", "The data path " + dataPath + " names a WIFF file, but input_format is \"" + format +
@@ -155,6 +160,7 @@ void dispatchRun(ParameterTable& table) {
     std::vector<std::string> rawNames = listRawFiles(dataPath);
     if (rawNames.empty()) {
       logMessage("Error", "No Raw files in datapath!\n" + dataPath);
+      noteRunProblem(RunProblem::kDataPathSkipped);
       return;
     }
     logMessage("Alert", "Rawlist completes");
@@ -164,6 +170,7 @@ void dispatchRun(ParameterTable& table) {
     std::vector<std::string> mgfNames = listMgfFiles(dataPath);
     if (mgfNames.empty()) {
       logMessage("Error", "No MGF files in datapath!\n" + dataPath);
+      noteRunProblem(RunProblem::kDataPathSkipped);
       return;
     }
     logMessage("Alert", "MGFlist completes");
@@ -181,6 +188,7 @@ void dispatchRun(ParameterTable& table) {
     std::vector<std::string> wiffNames = listWiffFiles(dataPath);
     if (wiffNames.empty()) {
       logMessage("Error", "No Wiff files in datapath!\n" + dataPath);
+      noteRunProblem(RunProblem::kDataPathSkipped);
       return;
     }
     logMessage("alert", "Wifflist completes");
@@ -188,6 +196,7 @@ void dispatchRun(ParameterTable& table) {
     ms1Names = listMs1Files(dataPath);
     if (ms1Names.empty()) {
       logMessage("Error", "No MS1 files in datapath! Corvid exits!");
+      noteRunProblem(RunProblem::kDataPathSkipped);
       return;
     }
     runWiffPipelines(table, ms1Names);
@@ -199,10 +208,12 @@ void dispatchRun(ParameterTable& table) {
     const std::string kind = mzxml ? "mzXML" : "mzML";
     if (names.empty()) {
       logMessage("Error", "No " + kind + " files in datapath!\n" + dataPath);
+      noteRunProblem(RunProblem::kDataPathSkipped);
       return;
     }
     logMessage("Alert", kind + "list completes");
     ms1Names = extractOpenFormatFiles(table, names);
+    table["datapath"] = extractionFolder(table);
   } else {
     ms1Names = listMs1Files(dataPath);
   }
@@ -210,6 +221,7 @@ void dispatchRun(ParameterTable& table) {
 }
 
 void runOnce(ParameterTable& table) {
+  if (isOn(valueOrEmpty(table, "strict_exit"))) requestStrictExit();
   validatePaths(table);
   checkParameterValues(table);
   dispatchRun(table);

@@ -2,7 +2,9 @@
 
 #include <cctype>
 #include <string>
+#include <vector>
 
+#include "platform/run_outcome.h"
 #include "startup/command_line.h"
 #include "startup/parameter_checks.h"
 #include "startup/parameter_file.h"
@@ -34,8 +36,14 @@ bool endsWith(std::string_view text, std::string_view suffix, bool caseSensitive
   return lowerFromSecond(tail) == lowerFromSecond(suffix);
 }
 
-void runFromParameterFile(const char* const* arguments) {
+void runFromParameterFile(int count, const char* const* arguments) {
   ParameterTable table = readParameterFile(arguments[1]);
+  if (count > 2) {
+    // Long options after the file override its settings: argument 1 is skipped like argument 0.
+    std::vector<const char*> options(arguments + 1, arguments + count);
+    applyOptions(static_cast<int>(options.size()), options.data(), table);
+  }
+  if (isOn(valueOrEmpty(table, "strict_exit"))) requestStrictExit();
   const int dataCount = readInteger(table["datanum"]);
   const std::string dataCountProblem = dataCountAlert(table["datanum"], dataCount);
   if (!dataCountProblem.empty()) logMessage("Alert", dataCountProblem);
@@ -64,9 +72,22 @@ void runFromOptions(int count, const char* const* arguments) {
 }
 
 void runEachAsDataPath(int count, const char* const* arguments) {
+  // Long options among the data paths apply to every run.
+  std::vector<const char*> dataPaths;
+  std::vector<const char*> longOptions;
   for (int i = 1; i < count; ++i) {
-    const char* const single[] = {arguments[0], "-D", arguments[i]};
-    runFromOptions(3, single);
+    const std::string_view argument = arguments[i];
+    if (!isLongOption(argument)) {
+      dataPaths.push_back(arguments[i]);
+      continue;
+    }
+    longOptions.push_back(arguments[i]);
+    if (argument.find('=') == std::string_view::npos && i + 1 < count) longOptions.push_back(arguments[++i]);
+  }
+  for (const char* dataPath : dataPaths) {
+    std::vector<const char*> single = {arguments[0], "-D", dataPath};
+    single.insert(single.end(), longOptions.begin(), longOptions.end());
+    runFromOptions(static_cast<int>(single.size()), single.data());
   }
 }
 

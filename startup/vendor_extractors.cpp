@@ -1,6 +1,7 @@
 #include "startup/vendor_extractors.h"
 
 #include "platform/paths.h"
+#include "platform/run_outcome.h"
 #include "startup/pipelines.h"
 #include "startup/run_log.h"
 
@@ -25,6 +26,7 @@ void runExtractorTool(const ChildCommand& command) {
   const int status = runChildProcess(command);
   if (status == -1) {
     logMessage("Error", "Fail to start the extractor: " + describeCommand(command));
+    noteRunProblem(RunProblem::kInputUnreadable);
   } else if (status != 0) {
     logMessage("Alert", "The extractor ended with status " + std::to_string(status) + ": " +
                             describeCommand(command));
@@ -40,6 +42,7 @@ void extractUnlessDone(ParameterTable& parameters, const std::string& fileName, 
   const std::string folder = parameters["datapath"];
   if (!canOpenForReading(folder + fileName)) {
     logMessage("Error", "RAW file not exists! " + fileName);
+    noteRunProblem(RunProblem::kInputUnreadable);
     return;
   }
   logMessage("State", announcement);

@@ -6,6 +6,7 @@
 #include "detection/per_file_driver.h"
 #include "platform/file_patterns.h"
 #include "platform/paths.h"
+#include "platform/run_outcome.h"
 #include "spectra/file_size.h"
 #include "spectra/kx_format.h"
 #include "spectra/ms2_splitter.h"
@@ -33,6 +34,7 @@ void joinParts(const std::string& outputStem, const std::string& ending) {
   if (filesMatching(pattern).empty()) return;
   if (concatenateMatching(pattern, outputStem + ending) < 0) {
     logMessage("Error", "Fail to join the parts " + pattern + " into " + outputStem + ending);
+    noteRunProblem(RunProblem::kOutputUnwritable);
     return;
   }
   deleteMatching(pattern);
@@ -85,6 +87,7 @@ void runVendorPipeline(ParameterTable& parameters, const std::string& ms1Name, V
   const std::string stem = withoutExtension(ms1Name);
   if (!canOpenForReading(folder + stem + ".quarry")) {
     logMessage("Error", "MS1 Or MS2 files not completely extracted! " + stem);
+    noteRunProblem(RunProblem::kInputUnreadable);
     if (kind == VendorKind::Raw) {
       runRawExtractor(parameters, stem + ".raw");
     } else {

@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "platform/support_files.h"
 #include "startup/run_failure.h"
 #include "tests/support/test_support.h"
 
@@ -43,7 +44,9 @@ TEST(ApplyOptions, ValueStartingWithDashIsTakenAsValue) {
   Outcome outcome = parse({"corvid", "-D", "-O"});
   EXPECT_FALSE(outcome.failed);
   EXPECT_EQ(outcome.table["datapath"], "-O");
-  EXPECT_EQ(outcome.table["binpath"], ".\\");
+  // A bare program name (found through PATH): binpath is where the executable really is.
+  EXPECT_EQ(outcome.table["binpath"], runningExecutableFolder());
+  EXPECT_FALSE(outcome.table["binpath"].empty());
 }
 
 TEST(ApplyOptions, UnknownLetterFails) {
