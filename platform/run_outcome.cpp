@@ -1,12 +1,10 @@
 #include "platform/run_outcome.h"
 
-#include <algorithm>
-
 namespace corvid {
 namespace {
 
 struct RunOutcome {
-  int worstProblem = 0;  // 0: none noted
+  int firstProblem = 0;  // 0: none noted
   long long ms2Processed = 0;
   bool reusedResult = false;
   bool strict = false;
@@ -20,9 +18,10 @@ RunOutcome& outcome() {
 }  // namespace
 
 void noteRunProblem(RunProblem problem) {
-  const int value = static_cast<int>(problem);
-  int& worst = outcome().worstProblem;
-  worst = worst == 0 ? value : std::min(worst, value);
+  // The first problem is the cause; what follows is mostly its consequence (an input that could
+  // not be extracted leaves no MS1 file to process, say).
+  int& first = outcome().firstProblem;
+  if (first == 0) first = static_cast<int>(problem);
 }
 
 void noteMs2ScansProcessed(long long count) { outcome().ms2Processed += count; }
@@ -32,7 +31,7 @@ void requestStrictExit() { outcome().strict = true; }
 int strictExitStatus(int status) {
   const RunOutcome& state = outcome();
   if (status != 0 || !state.strict) return status;
-  if (state.worstProblem != 0) return state.worstProblem;
+  if (state.firstProblem != 0) return state.firstProblem;
   if (state.ms2Processed == 0 && !state.reusedResult) return static_cast<int>(RunProblem::kNothingProcessed);
   return 0;
 }

@@ -7,7 +7,7 @@
 
 namespace corvid {
 
-// Values are the strict exit statuses; a lower value is the more serious cause and wins.
+// Values are the strict exit statuses. The first problem noted decides the status.
 enum class RunProblem {
   kDataPathSkipped = 10,     // no input found, or the output or log folder does not exist
   kInputUnreadable = 11,     // an input could not be read, extracted or has no MS1 spectra
@@ -22,7 +22,7 @@ void noteEarlierResultReused();
 void requestStrictExit();
 
 // The status the process ends with: the given one, unless it is 0 and strict exit was requested
-// and a problem was noted (then the most serious problem's value).
+// and a problem was noted (then the first problem's value).
 int strictExitStatus(int status);
 // "" or the explanation of the status strictExitStatus chose.
 std::string describeStrictExit(int status);

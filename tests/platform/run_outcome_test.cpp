@@ -17,14 +17,14 @@ TEST_F(RunOutcomeTest, WithoutStrictExitTheStatusIsUnchanged) {
   EXPECT_EQ(strictExitStatus(255), 255);
 }
 
-TEST_F(RunOutcomeTest, StrictExitGivesTheMostSeriousProblem) {
+TEST_F(RunOutcomeTest, StrictExitGivesTheFirstProblem) {
   requestStrictExit();
   noteMs2ScansProcessed(5);
   noteRunProblem(RunProblem::kOutputUnwritable);
   EXPECT_EQ(strictExitStatus(0), 12);
   noteRunProblem(RunProblem::kDataPathSkipped);
   noteRunProblem(RunProblem::kInputUnreadable);
-  EXPECT_EQ(strictExitStatus(0), 10);
+  EXPECT_EQ(strictExitStatus(0), 12);
 }
 
 TEST_F(RunOutcomeTest, StrictExitLeavesAFailureStatusAlone) {
