@@ -6,6 +6,7 @@
 #include <ctime>
 #include <filesystem>
 #include <limits>
+#include <unordered_map>
 
 #include "detection/candidate_detection.h"
 #include "detection/debug_scan_input.h"
@@ -20,6 +21,7 @@
 #include "platform/text_file.h"
 #include "scoring/explained_candidates.h"
 #include "scoring/peak_difference_statistics.h"
+#include "scoring/precursor_table.h"
 #include "scoring/reference_list_loader.h"
 #include "scoring/result_report.h"
 #include "scoring/score_candidates.h"
@@ -149,6 +151,12 @@ struct PairRun {
   ScanLoopState scans;
   std::string report;  // the CSV report text, written once after the last group
   bool outputsIncomplete = false;  // a spectrum file of the pair could not be written
+  // The per-precursor table (output_table): its text, the features of the group's kept
+  // records and the native ids of the scans.
+  bool writeTable = false;
+  std::string table;
+  std::vector<PrecursorFeatures> keptFeatures;
+  std::unordered_map<std::uint32_t, std::string> nativeIds;
 };
 
 // The tables are rewritten for every group of every file, so only the last group's candidates
@@ -224,8 +232,11 @@ void scoreAndFilterGroup(PairRun& run, int group) {
   }
   if (reference != nullptr) writeTrainingSet(run, group);
   logMessage("Infor", "Filtering by the threshold...");
+  std::vector<PrecursorRecord> candidates;
+  if (run.writeTable) candidates = run.context.records;
   filterByThreshold(parameters, scores, run.context.records);
   if (isOn(parameters["precision_mode"])) dropExplainedCandidates(run.context.records, defaultExplainedCandidateSettings());
+  if (run.writeTable) run.keptFeatures = featuresOfKept(candidates, run.context.features, run.context.records);
 }
 
 // Writes the group's spectra and appends its report rows.
@@ -242,6 +253,7 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
       run.outputsIncomplete = true;
     }
   }
+  if (run.writeTable) appendPrecursorTableRows(exported, run.ms2File, run.keptFeatures, run.nativeIds, run.table);
   if (reference != nullptr) resetFound(*reference);
   logMessage("Infor", "Writing CSV...");
   const std::vector<std::uint32_t>* listed = run.debug.mode == DebugMode::kScanList ? &run.debug.scans : nullptr;
@@ -268,6 +280,18 @@ void processGroup(PairRun& run, int group) {
   std::printf("\n");
   scoreAndFilterGroup(run, group);
   exportGroup(run, group, positions);
+}
+
+// The extraction summary of the pair's input: beside the MS2 file, named after the input's stem
+// (the parts of a split MS2 file, "<stem>_ID_<k>.ms2", share their input's summary).
+std::string extractionSummaryFor(const std::string& ms2Path) {
+  std::string stem = withoutExtension(ms2Path);
+  const std::size_t part = stem.rfind("_ID_");
+  if (part != std::string::npos && part + 4 < stem.size() &&
+      stem.find_first_not_of("0123456789", part + 4) == std::string::npos) {
+    stem.resize(part);
+  }
+  return stem + "_scans.csv";
 }
 
 // The report's existence tells later runs that this pair is done, so it is written last and only
@@ -345,14 +369,20 @@ void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   }
   processRandom().seed(static_cast<std::uint32_t>(std::time(nullptr)));
 
-  PairRun run{parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}, !kx1Written};
+  PairRun run{parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}, !kx1Written, false, {}, {}, {}};
   startReportText(run.report);
+  if (isOn(valueOrEmpty(parameters, "output_table"))) {
+    run.writeTable = true;
+    run.table = precursorTableHeader();
+    run.nativeIds = readNativeIds(extractionSummaryFor(ms2Path));
+  }
   for (int group = 0; group < kActivationGroupCount; ++group) {
     if (ms2File.groupPresent[group] != 0) processGroup(run, group);
   }
   noteMs2ScansProcessed(static_cast<long long>(ms2File.spectra.size()));
   logMessage("Infor", "Releasing resources...");
   logMessage("Infor", "Saving CSV to disk...");
+  if (run.writeTable && !writePrecursorTable(outputs.resultStem + kPrecursorTableSuffix, run.table)) run.outputsIncomplete = true;
   saveReport(outputs.csvPath, run.report, run.outputsIncomplete);
   if (isOn(parameters["delete_msn"])) {
     logMessage("Infor", "Deleting MS1 & MS2...");

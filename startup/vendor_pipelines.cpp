@@ -7,6 +7,7 @@
 #include "platform/file_patterns.h"
 #include "platform/paths.h"
 #include "platform/run_outcome.h"
+#include "scoring/precursor_table.h"
 #include "spectra/file_size.h"
 #include "spectra/kx_format.h"
 #include "spectra/ms2_splitter.h"
@@ -77,6 +78,7 @@ void processSplit(ParameterTable& parameters, const std::string& ms1Path, const 
   joinParts(outputStem, "_BeforeMARS_unchecked.csv");
   joinParts(outputStem, "_unchecked.csv");
   joinParts(outputStem, ".csv");
+  joinPrecursorTableParts(outputStem);
   if (isOn(parameters["output_kx"])) mergeKx2Parts(outputStem, partCount);
   deleteMatching(parameters["datapath"] + stem + "_ID_*");
 }
