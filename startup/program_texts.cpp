@@ -116,6 +116,7 @@ void printLongOptionHelp() {
       "\tprecision_mode  default (0)   1: fewer, more reliable precursors per MS2 scan",
       "\tstrict_exit     default (0)   1: non-zero exit status when anything was skipped or failed",
       "\textract_path    default ()    folder for the .ms1/.ms2 extracted from mzML/mzXML",
+      "\toutput_table    default (0)   1: also write <stem>.precursors.tsv, one row per precursor",
   };
   for (const char* line : kLines) printLine(line);
   std::fflush(stdout);
