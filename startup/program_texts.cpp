@@ -15,6 +15,12 @@ void printLine(const std::string& line) {
   std::fputc('\n', stdout);
 }
 
+template <std::size_t N>
+void printLines(const char* const (&lines)[N]) {
+  for (const char* line : lines) printLine(line);
+  std::fflush(stdout);
+}
+
 // Pads a framed banner line so that its closing mark stands in the column of the title line's.
 std::string framed(const std::string& opening, const std::string& content, std::size_t width,
                    const std::string& closing) {
@@ -57,8 +63,7 @@ void printVersionBlock() {
       "",
   };
   printLine("Corvid Version" + versionText());
-  for (const char* line : kLines) printLine(line);
-  std::fflush(stdout);
+  printLines(kLines);
 }
 
 void printUsage() {
@@ -98,8 +103,7 @@ void printUsage() {
       "\t-z m/z                    default (5) ",
       "\t-i Intensity              default (1) ",
   };
-  for (const char* line : kLines) printLine(line);
-  std::fflush(stdout);
+  printLines(kLines);
 }
 
 void printLongOptionHelp() {
@@ -118,8 +122,7 @@ void printLongOptionHelp() {
       "\textract_path    default ()    folder for the .ms1/.ms2 extracted from mzML/mzXML",
       "\toutput_table    default (0)   1: also write <stem>.precursors.tsv, one row per precursor",
   };
-  for (const char* line : kLines) printLine(line);
-  std::fflush(stdout);
+  printLines(kLines);
 }
 
 void printVersionLine() {

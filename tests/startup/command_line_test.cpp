@@ -129,5 +129,88 @@ TEST(SetBinPath, BackslashSeparatorCounts) {
   EXPECT_EQ(table["binpath"], "C:\\Tools\\");
 }
 
+// GNU-style long options: any settable key, both spellings, the specified errors otherwise.
+TEST(LongOptions, EqualsFormSetsAnyBuiltInKey) {
+  Outcome parsed = parse({"corvid", "--output_ms2=1", "--datanum=3", "--m/z=7", "-D", "x.mzML"});
+  ASSERT_FALSE(parsed.failed) << parsed.printed;
+  EXPECT_EQ(parsed.table["output_ms2"], "1");
+  EXPECT_EQ(parsed.table["datanum"], "3");
+  EXPECT_EQ(parsed.table["m/z"], "7");
+  EXPECT_EQ(parsed.table["datapath"], "x.mzML");
+}
+
+TEST(LongOptions, SeparateValueFormTakesTheNextArgument) {
+  Outcome parsed = parse({"corvid", "--extract_path", "/scratch/x", "--mars_threshold", "-0.5"});
+  ASSERT_FALSE(parsed.failed) << parsed.printed;
+  EXPECT_EQ(parsed.table["extract_path"], "/scratch/x");
+  EXPECT_EQ(parsed.table["mars_threshold"], "-0.5");
+}
+
+TEST(LongOptions, ExtensionKeysAndNumberedDataPathsAreSettable) {
+  Outcome parsed = parse({"corvid", "--strict_exit=1", "--precision_mode=1", "--datapath12=a.mzML"});
+  ASSERT_FALSE(parsed.failed) << parsed.printed;
+  EXPECT_EQ(parsed.table["strict_exit"], "1");
+  EXPECT_EQ(parsed.table["precision_mode"], "1");
+  EXPECT_EQ(parsed.table["datapath12"], "a.mzML");
+}
+
+TEST(LongOptions, EmptyValueIsAValue) {
+  Outcome parsed = parse({"corvid", "--extract_path="});
+  ASSERT_FALSE(parsed.failed);
+  EXPECT_EQ(parsed.table["extract_path"], "");
+}
+
+TEST(LongOptions, UnknownKeyKeepsTheSpecifiedError) {
+  for (const char* unknown : {"--foo", "--foo=1", "--Resetpath=1", "--datapathX=1", "--output_ms2x=1"}) {
+    Outcome parsed = parse({"corvid", unknown, "1"});
+    EXPECT_TRUE(parsed.failed) << unknown;
+    EXPECT_EQ(parsed.printed, "Error occurs in the options, empty option \"-\" occurred.\n") << unknown;
+  }
+}
+
+TEST(LongOptions, MissingValueAtTheEndFails) {
+  Outcome parsed = parse({"corvid", "--output_ms2"});
+  EXPECT_TRUE(parsed.failed);
+  EXPECT_EQ(parsed.printed, "Option \"--output_ms2\" needs a value, but it is the last argument.\n");
+}
+
+TEST(LongOptions, RejectedLongOptionAppliesNothing) {
+  Outcome parsed = parse({"corvid", "--output_ms2=1", "--nope=2"});
+  EXPECT_TRUE(parsed.failed);
+  EXPECT_EQ(parsed.table["output_ms2"], "0");
+}
+
+TEST(LongOptions, DoubleDashAloneIsStillAnUnknownLetter) {
+  Outcome parsed = parse({"corvid", "--", "1"});
+  EXPECT_TRUE(parsed.failed);
+  EXPECT_EQ(parsed.printed, "Invalid left value! Can not parse parameter \"--\".  \n");
+}
+
+TEST(LongOptions, SingleLetterOptionsAreUnchanged) {
+  Outcome parsed = parse({"corvid", "-x", "1"});
+  EXPECT_TRUE(parsed.failed);
+  EXPECT_EQ(parsed.printed, "Invalid left value! Can not parse parameter \"-x\".  \n");
+}
+
+TEST(LongOptions, RecognisesOnlyDoubleDashWithAName) {
+  EXPECT_TRUE(isLongOption("--a"));
+  EXPECT_TRUE(isLongOption("--output_ms2=1"));
+  EXPECT_FALSE(isLongOption("--"));
+  EXPECT_FALSE(isLongOption("-D"));
+  EXPECT_FALSE(isLongOption("x.mzML"));
+}
+
+TEST(SettableKeys, BuiltInExtensionAndNumberedKeys) {
+  EXPECT_TRUE(isSettableKey("datapath"));
+  EXPECT_TRUE(isSettableKey("co-elute"));
+  EXPECT_TRUE(isSettableKey("datapath1"));
+  EXPECT_TRUE(isSettableKey("strict_exit"));
+  EXPECT_TRUE(isSettableKey("extract_path"));
+  EXPECT_FALSE(isSettableKey("data"));
+  EXPECT_FALSE(isSettableKey("datapath-1"));
+  EXPECT_FALSE(isSettableKey("Resetpath"));
+  EXPECT_FALSE(isSettableKey(""));
+}
+
 }  // namespace
 }  // namespace corvid
