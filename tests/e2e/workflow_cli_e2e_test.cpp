@@ -3,6 +3,8 @@
 // inputs. The input is the small mzML fixture, so every test runs in well under a second.
 #include <gtest/gtest.h>
 
+#include <sys/mount.h>
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -100,6 +102,16 @@ TEST_F(WorkflowCli, PlainMzmlArgumentsRunOneByOne) {
   EXPECT_EQ(replaceAll(readFile(out / "copy_HCDFT.mgf"), "copy.", "small."), readFile(out / "small_HCDFT.mgf"));
 }
 
+TEST_F(WorkflowCli, PlainBsa1ArgumentsRunOneByOne) {
+  if (!fs::exists(bsa1MzmlPath())) GTEST_SKIP() << "BSA1.mzML not cached at " << bsa1MzmlPath();
+  fs::copy_file(bsa1MzmlPath(), data / "BSA1.mzML");
+  fs::copy_file(bsa1MzmlPath(), data / "BSA1-copy.mzML");
+  const RunResult result = runCorvid(data, {"BSA1.mzML", "BSA1-copy.mzML", "--strict_exit=1"});
+  ASSERT_EQ(result.status, 0) << result.out;
+  EXPECT_EQ(replaceAll(readFile(data / "BSA1-copy_CIDIT.mgf"), "BSA1-copy.", "BSA1."), readFile(data / "BSA1_CIDIT.mgf"));
+  EXPECT_NE(readFile(data / "BSA1.csv").size(), 0u);
+}
+
 TEST_F(WorkflowCli, PlainWiffArgumentIsADataPath) {
   // Runs exactly as "-D c.wiff" does, instead of failing as a malformed option.
   writeFile(data / "c.wiff", "not really a wiff file");
@@ -111,9 +123,34 @@ TEST_F(WorkflowCli, PlainWiffArgumentIsADataPath) {
   EXPECT_EQ(plain.out, asOption.out);
 }
 
+// A read-only view of a folder (a bind mount remounted read-only), where the system allows it;
+// otherwise the folder itself, and the tests check that nothing was written into it.
+struct ReadOnlyView {
+  fs::path path;
+  bool mounted = false;
+  ReadOnlyView(const fs::path& source, const fs::path& view) : path(view) {
+    fs::create_directories(view);
+    if (::mount(source.c_str(), view.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+      path = source;
+      return;
+    }
+    mounted = ::mount(nullptr, view.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr) == 0;
+    if (!mounted) ::umount(view.c_str());
+    if (!mounted) path = source;
+  }
+  ~ReadOnlyView() {
+    if (mounted) ::umount(path.c_str());
+  }
+};
+
 TEST_F(WorkflowCli, ExtractPathLeavesTheInputFolderUntouched) {
   const fs::path extract = work.path() / "scratch" / "extract";
-  const RunResult result = run({(data / "small.mzML").string(), "--extract_path=" + extract.string(),
+  const ReadOnlyView store(data, work.path() / "store");
+  if (store.mounted) {
+    std::error_code refused;
+    EXPECT_FALSE(fs::create_directory(store.path / "probe", refused)) << "the view is not read-only";
+  }
+  const RunResult result = run({(store.path / "small.mzML").string(), "--extract_path", extract.string(),
                                 "--outputpath=" + out.string(), "--logfilepath=" + out.string(), "--strict_exit=1"});
   ASSERT_EQ(result.status, 0) << result.out;
   EXPECT_EQ(namesIn(data), (std::vector<std::string>{"small.mzML"}));
@@ -122,7 +159,7 @@ TEST_F(WorkflowCli, ExtractPathLeavesTheInputFolderUntouched) {
   EXPECT_EQ(readFile(out / "small_scans.csv"), readFile(extract / "small_scans.csv"));
   EXPECT_TRUE(fs::exists(out / "small.csv"));
   // A second run reuses the extraction and the finished results.
-  const RunResult again = run({(data / "small.mzML").string(), "--extract_path=" + extract.string(),
+  const RunResult again = run({(store.path / "small.mzML").string(), "--extract_path=" + extract.string(),
                                "--outputpath=" + out.string(), "--strict_exit=1"});
   EXPECT_EQ(again.status, 0) << again.out;
   EXPECT_NE(again.out.find("Reusing the earlier extraction of small.mzML"), std::string::npos);

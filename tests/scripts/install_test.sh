@@ -2,9 +2,9 @@
 # Installs the build into a temporary prefix and runs the installed corvid the ways a lab does:
 # found through PATH from another folder, through a symlink in a third folder, with an absolute
 # -I. Then packs the build as a Debian package and checks what it holds.
-#   install_test.sh <build dir> <cmake> <cpack> <small mzML>
+#   install_test.sh <build dir> <cmake> <cpack> <small mzML> [BSA1.mzML]
 set -euo pipefail
-build=$1 cmake=$2 cpack=$3 mzml=$4
+build=$1 cmake=$2 cpack=$3 mzml=$4 bsa1=${5:-}
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 fail() { echo "FAIL: $*" >&2; exit 1; }
@@ -31,6 +31,16 @@ cp "$mzml" "$work/data/small.mzML"
 cd "$work/elsewhere"
 check_run "from PATH" "$work/out-path" \
   env PATH="$work/prefix/bin:$PATH" corvid -D "$work/data/small.mzML" -O "$work/out-path" --strict_exit=1
+
+# The main job, BSA1 with the defaults, from PATH in another folder.
+if [ -f "$bsa1" ]; then
+  cp "$bsa1" "$work/data/BSA1.mzML"
+  mkdir -p "$work/out-bsa1"
+  (cd "$work/elsewhere" && env PATH="$work/prefix/bin:$PATH" corvid -D "$work/data/BSA1.mzML" -O "$work/out-bsa1" \
+    --strict_exit=1 >"$work/out-bsa1/console.txt" 2>&1) || fail "BSA1 from PATH: $(tail -3 "$work/out-bsa1/console.txt")"
+  [ "$(grep -c "BEGIN IONS" "$work/out-bsa1/BSA1_CIDIT.mgf")" -gt 1000 ] || fail "BSA1 from PATH: too few MGF blocks"
+  echo "BSA1 from PATH: ok"
+fi
 
 ln -s "$work/prefix/bin/corvid" "$work/links/corvid"
 check_run "through a symlink" "$work/out-link" \
