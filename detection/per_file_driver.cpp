@@ -157,7 +157,21 @@ struct PairRun {
   std::string table;
   std::vector<PrecursorFeatures> keptFeatures;
   std::unordered_map<std::uint32_t, std::string> nativeIds;
+  CorrectionsByScan* corrections = nullptr;  // the corrected mzML's precursors, when asked for
 };
+
+// The group's exported precursors in MGF block order, with their scores, for the corrected mzML.
+void collectCorrections(GroupExport group, const MS2File& ms2File, const std::vector<PrecursorFeatures>& keptFeatures,
+                        CorrectionsByScan& corrections) {
+  const PrecursorRecord* first = group.accepted.data();
+  SkippedSpectra skipped;
+  walkGroupBlocks(group, ms2File, "mzML", [&](const MS2Spectrum& spectrum, const PrecursorRecord* row, std::int32_t rank) {
+    if (row == nullptr) return;
+    const PrecursorFeatures& features = keptFeatures[static_cast<std::size_t>(row - first)];
+    const double score = features.size() > kFeatureScore ? features[kFeatureScore] : std::nan("");
+    corrections[spectrum.scanNumber].push_back({row->mz, chargeOfRow(*row), score, rank + 1});
+  }, skipped);
+}
 
 // The tables are rewritten for every group of every file, so only the last group's candidates
 // stay. That is kept, but a user who trains on them must know which candidates they hold.
@@ -233,10 +247,11 @@ void scoreAndFilterGroup(PairRun& run, int group) {
   if (reference != nullptr) writeTrainingSet(run, group);
   logMessage("Infor", "Filtering by the threshold...");
   std::vector<PrecursorRecord> candidates;
-  if (run.writeTable) candidates = run.context.records;
+  const bool keepFeatures = run.writeTable || run.corrections != nullptr;
+  if (keepFeatures) candidates = run.context.records;
   filterByThreshold(parameters, scores, run.context.records);
   if (isOn(parameters["precision_mode"])) dropExplainedCandidates(run.context.records, defaultExplainedCandidateSettings());
-  if (run.writeTable) run.keptFeatures = featuresOfKept(candidates, run.context.features, run.context.records);
+  if (keepFeatures) run.keptFeatures = featuresOfKept(candidates, run.context.features, run.context.records);
 }
 
 // Writes the group's spectra and appends its report rows.
@@ -254,6 +269,7 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
     }
   }
   if (run.writeTable) appendPrecursorTableRows(exported, run.ms2File, run.keptFeatures, run.nativeIds, run.table);
+  if (run.corrections != nullptr) collectCorrections(exported, run.ms2File, run.keptFeatures, *run.corrections);
   if (reference != nullptr) resetFound(*reference);
   logMessage("Infor", "Writing CSV...");
   const std::vector<std::uint32_t>* listed = run.debug.mode == DebugMode::kScanList ? &run.debug.scans : nullptr;
@@ -319,8 +335,8 @@ void saveReport(const std::string& csvPath, const std::string& report, bool outp
 
 }  // namespace
 
-void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, const std::string& ms2Path,
-                         std::vector<std::string>& outputList) {
+bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, const std::string& ms2Path,
+                         std::vector<std::string>& outputList, CorrectionsByScan* corrections) {
   const PairOutputs outputs = outputsFor(parameters, ms2Path);
   DebugSelection debug = readDebugMode(parameters);
   if (debug.mode == DebugMode::kSingleScan) debug.scan = askDebugScan();
@@ -328,7 +344,7 @@ void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
       canOpenForReading(outputs.csvPath)) {
     logMessage("Infor", "CSV file already exists, Corvid Complete!");
     noteEarlierResultReused();
-    return;
+    return false;
   }
 
   logMessage("Infor", "Loading MS1 and MS2 files...");
@@ -340,7 +356,7 @@ void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
     runChildProcess({toolPath(parameters["binpath"], "quarry_raw"),
                      {"-mgf", withoutExtension(ms1Path) + ".Raw", "-m", parameters["m/z"], "-i",
                       parameters["Intensity"]}});
-    return;
+    return false;
   }
 
   MS2File ms2File;
@@ -369,7 +385,7 @@ void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   }
   processRandom().seed(static_cast<std::uint32_t>(std::time(nullptr)));
 
-  PairRun run{parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}, !kx1Written, false, {}, {}, {}};
+  PairRun run{parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}, !kx1Written, false, {}, {}, {}, corrections};
   startReportText(run.report);
   if (isOn(valueOrEmpty(parameters, "output_table"))) {
     run.writeTable = true;
@@ -392,6 +408,7 @@ void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   }
   logMessage("Infor", "Exported " + std::to_string(context.exportedPrecursorCount) + " precursors.");
   logMessage("Infor", "Found " + std::to_string(run.scans.duplicates) + " duplicate scans.");
+  return true;
 }
 
 }  // namespace corvid

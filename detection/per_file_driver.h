@@ -1,16 +1,25 @@
 #pragma once
 // The whole detection job for one extracted MS1/MS2 pair: load, walk every MS2 scan per
 // activation group, gather MS1 signal, detect, score, filter, write spectra and the CSV report.
+#include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
+#include "spectra/corrected_mzml.h"
 #include "startup/parameter_table.h"
 
 namespace corvid {
 
+// Corvid's scan number -> the precursors exported for it, best first (scans exported with the
+// instrument's precursor are absent).
+using CorrectionsByScan = std::unordered_map<std::uint32_t, std::vector<CorrectedPrecursor>>;
+
 // Outputs go to `outputpath` named after the MS2 file; `outputList` collects the spectrum files
-// written. Failures (missing files, unreadable data) are thrown as RunFailure.
-void processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, const std::string& ms2Path,
-                         std::vector<std::string>& outputList);
+// written. When `corrections` is given, the exported precursors are added to it. Returns false
+// when the pair's results already existed and nothing was processed. Failures (missing files,
+// unreadable data) are thrown as RunFailure.
+bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, const std::string& ms2Path,
+                         std::vector<std::string>& outputList, CorrectionsByScan* corrections = nullptr);
 
 }  // namespace corvid

@@ -6,6 +6,8 @@
 #include "platform/paths.h"
 #include "platform/pending_file.h"
 #include "platform/run_outcome.h"
+#include "scoring/precursor_table.h"
+#include "spectra/corrected_mzml.h"
 #include "spectra/open_format_extractor.h"
 #include "startup/pipelines.h"
 #include "startup/run_log.h"
@@ -86,6 +88,48 @@ std::vector<std::string> extractOpenFormatFiles(ParameterTable parameters, const
     ms1Names.push_back(stem + ".ms1");
   }
   return ms1Names;
+}
+
+void writeCorrectedMzmlFor(ParameterTable& parameters, const std::string& stem,
+                           const CorrectionsByScan& corrections, bool processed) {
+  const std::string inputFolder = valueOrEmpty(parameters, kOpenFormatFolderKey);
+  std::string input;
+  for (const char* spelling : {".mzML", ".mzml", ".MZML"}) {
+    if (!inputFolder.empty() && canOpenForReading(inputFolder + stem + spelling)) {
+      input = inputFolder + stem + spelling;
+      break;
+    }
+  }
+  if (input.empty()) {
+    logMessage("Alert", "output_mzml: no corrected mzML for " + stem + ": it is written for mzML inputs only.");
+    return;
+  }
+  const std::string target = parameters["outputpath"] + stem + ".corrected.mzML";
+  if (!processed) {
+    logMessage("Alert", "output_mzml: " + target + " is not written because the results of " + stem +
+                            " already existed and nothing was processed; give -r 1 to redo them.");
+    return;
+  }
+  logMessage("Infor", "Writing corrected mzML...");
+  const auto nativeIds = readNativeIds(parameters["datapath"] + stem + std::string(kExtractionSummarySuffix));
+  CorrectionsByNativeId byNativeId;
+  for (const auto& [scan, precursors] : corrections) {
+    const auto id = nativeIds.find(scan);
+    if (id != nativeIds.end()) byNativeId[id->second] = precursors;
+  }
+  const CorrectedMzmlOutcome outcome = writeCorrectedMzml(input, byNativeId, target);
+  if (!outcome.written) {
+    logMessage("Error", "Fail to write the corrected mzML " + target + ": " + outcome.error);
+    noteRunProblem(RunProblem::kOutputUnwritable);
+    return;
+  }
+  logMessage("Infor", "Corrected mzML: " + std::to_string(outcome.spectra) + " spectra, " +
+                          std::to_string(outcome.corrected) + " with Corvid's precursors.");
+  if (outcome.withoutIonList > 0) {
+    logMessage("Alert", std::to_string(outcome.withoutIonList) + " spectra of " + stem +
+                            " have precursors from Corvid but no selected ion list to hold them: they keep the "
+                            "instrument's precursor in " + target + ".");
+  }
 }
 
 }  // namespace corvid

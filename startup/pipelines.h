@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "detection/per_file_driver.h"
 #include "startup/parameter_table.h"
 
 namespace corvid {
@@ -22,6 +23,12 @@ std::vector<std::string> extractOpenFormatFiles(ParameterTable parameters,
 // Where open-format inputs are extracted to: `extract_path` with a trailing separator when set,
 // otherwise the data folder.
 std::string extractionFolder(ParameterTable& parameters);
+// The table key that remembers the folder of the open-format inputs of a run.
+inline constexpr const char* kOpenFormatFolderKey = "open_format_folder";
+// With output_mzml: writes <outputpath><stem>.corrected.mzML from the pair's mzML input and its
+// corrections. Alerts instead when the input was no mzML file or nothing was processed.
+void writeCorrectedMzmlFor(ParameterTable& parameters, const std::string& stem,
+                           const CorrectionsByScan& corrections, bool processed);
 // The MGF-to-KX2 conversion route of the command line, for one MGF path.
 void convertMgfToKx2(const std::string& mgfPath);
 

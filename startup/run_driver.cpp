@@ -150,6 +150,7 @@ void dispatchRun(ParameterTable& table) {
     alertRouteNotFromExtension(dataPath, kOpenFormatSpellings, "mzML/mzXML");
     splitFolderAndFile(table, fileName);
     ms1Names = extractOpenFormatFiles(table, {fileName});
+    table[kOpenFormatFolderKey] = table["datapath"];
     table["datapath"] = extractionFolder(table);
   } else if (isAnyOf(format, {"Raw", "RAW", "raw"})) {
     if (containsAny(dataPath, kWiffSpellings)) {
@@ -213,6 +214,7 @@ void dispatchRun(ParameterTable& table) {
     }
     logMessage("Alert", kind + "list completes");
     ms1Names = extractOpenFormatFiles(table, names);
+    table[kOpenFormatFolderKey] = table["datapath"];
     table["datapath"] = extractionFolder(table);
   } else {
     ms1Names = listMs1Files(dataPath);

@@ -55,15 +55,16 @@ void mergeKx2Parts(const std::string& outputStem, int partCount) {
   }
 }
 
-void processSplit(ParameterTable& parameters, const std::string& ms1Path, const std::string& ms2Path,
-                  const std::string& stem) {
+bool processSplit(ParameterTable& parameters, const std::string& ms1Path, const std::string& ms2Path,
+                  const std::string& stem, CorrectionsByScan* corrections) {
   logMessage("Infor", "Start spliting MS2...");
   std::vector<std::string> partPaths;
   const std::int64_t partSize = internalSetting(parameters, "ms2_part_scans", ms2PartSize(parameters));
   const int partCount = splitMS2(ms2Path, partSize, partPaths);
   std::vector<std::string> outputList;
+  bool processed = false;
   for (const std::string& part : partPaths) {
-    processSpectrumPair(parameters, ms1Path, part, outputList);
+    processed = processSpectrumPair(parameters, ms1Path, part, outputList, corrections) || processed;
     deleteMatching(part);
   }
   // Outputs of the parts are written to the output folder, named after each part.
@@ -81,6 +82,7 @@ void processSplit(ParameterTable& parameters, const std::string& ms1Path, const 
   joinPrecursorTableParts(outputStem);
   if (isOn(parameters["output_kx"])) mergeKx2Parts(outputStem, partCount);
   deleteMatching(parameters["datapath"] + stem + "_ID_*");
+  return processed;
 }
 
 void runVendorPipeline(ParameterTable& parameters, const std::string& ms1Name, VendorKind kind) {
@@ -102,12 +104,18 @@ void runVendorPipeline(ParameterTable& parameters, const std::string& ms1Name, V
     std::printf("-> hello, %s\n", ms2Path.c_str());
     std::fflush(stdout);
   }
+  // The corrected mzML collects the precursors of every part before it is written once.
+  const bool correctMzml = isOn(valueOrEmpty(parameters, "output_mzml"));
+  CorrectionsByScan corrections;
+  CorrectionsByScan* collected = correctMzml ? &corrections : nullptr;
+  bool processed = false;
   if (fileSize(ms2Path) <= internalSetting(parameters, "ms2_split_threshold", kMs2SplitThreshold)) {
     std::vector<std::string> outputList;
-    processSpectrumPair(parameters, ms1Path, ms2Path, outputList);
-    return;
+    processed = processSpectrumPair(parameters, ms1Path, ms2Path, outputList, collected);
+  } else {
+    processed = processSplit(parameters, ms1Path, ms2Path, stem, collected);
   }
-  processSplit(parameters, ms1Path, ms2Path, stem);
+  if (correctMzml) writeCorrectedMzmlFor(parameters, stem, corrections, processed);
 }
 
 }  // namespace

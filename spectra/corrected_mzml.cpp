@@ -1,0 +1,385 @@
+#include "spectra/corrected_mzml.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <string_view>
+
+#include "platform/pending_file.h"
+#include "platform/sha1.h"
+
+namespace corvid {
+namespace {
+
+constexpr std::size_t kReadSize = 1 << 20;
+constexpr std::string_view kIndexedOpening =
+    "<indexedmzML xmlns=\"http://psi.hupo.org/ms/mzml\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+    "xsi:schemaLocation=\"http://psi.hupo.org/ms/mzml http://psidev.info/files/ms/mzML/xsd/mzML1.1.2_idx.xsd\">\n";
+constexpr std::string_view kSoftwareId = "corvid_precursor_correction";
+
+// A window over the input that grows as far as a search needs and forgets what was consumed.
+class InputWindow {
+ public:
+  explicit InputWindow(std::FILE* file) : file_(file) {}
+  std::string_view text() const { return std::string_view(buffer_).substr(start_); }
+  // Position of token at or after `from` in text(), reading on as needed; npos at end of input.
+  std::size_t find(std::string_view token, std::size_t from) {
+    std::size_t searchFrom = from;
+    for (;;) {
+      const std::size_t at = text().find(token, searchFrom);
+      if (at != std::string_view::npos) return at;
+      const std::size_t size = text().size();
+      searchFrom = size >= token.size() ? std::max(from, size - token.size() + 1) : from;
+      if (!readMore()) return std::string_view::npos;
+    }
+  }
+  // Makes at least `count` bytes available from the window start, when the input has them.
+  bool require(std::size_t count) {
+    while (text().size() < count) {
+      if (!readMore()) return false;
+    }
+    return true;
+  }
+  void drop(std::size_t count) {
+    start_ += count;
+    if (start_ > kReadSize && start_ * 2 > buffer_.size()) {
+      buffer_.erase(0, start_);
+      start_ = 0;
+    }
+  }
+  bool failed() const { return failed_; }
+
+ private:
+  bool readMore() {
+    if (ended_) return false;
+    const std::size_t old = buffer_.size();
+    buffer_.resize(old + kReadSize);
+    const std::size_t got = std::fread(buffer_.data() + old, 1, kReadSize, file_);
+    buffer_.resize(old + got);
+    if (got < kReadSize) {
+      ended_ = true;
+      failed_ = std::ferror(file_) != 0;
+    }
+    return got > 0;
+  }
+  std::FILE* file_;
+  std::string buffer_;
+  std::size_t start_ = 0;
+  bool ended_ = false;
+  bool failed_ = false;
+};
+
+// Output bytes with their running offset and checksum.
+struct OutputStream {
+  PendingFile pending;
+  std::uint64_t offset = 0;
+  Sha1 checksum;
+  bool writeFailed = false;
+  OutputStream() = default;
+  OutputStream(const OutputStream&) = delete;
+  OutputStream& operator=(const OutputStream&) = delete;
+  // Whatever ends the writing early, a failure or an exception, leaves no temporary file behind.
+  ~OutputStream() { discardPending(pending); }
+  void put(std::string_view bytes) {
+    if (bytes.empty()) return;
+    if (std::fwrite(bytes.data(), 1, bytes.size(), pending.file) != bytes.size()) writeFailed = true;
+    offset += bytes.size();
+    sha1Update(checksum, bytes);
+  }
+};
+
+bool isXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+std::string formatNumber(double value) {
+  char buffer[64];
+  const auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, value);
+  return error == std::errc() ? std::string(buffer, end) : std::string("0");
+}
+
+std::string unescapeXml(std::string_view text) {
+  std::string out;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '&') {
+      out += text[i];
+      continue;
+    }
+    const std::size_t end = text.find(';', i);
+    if (end == std::string_view::npos) {
+      out += text.substr(i);
+      break;
+    }
+    const std::string_view entity = text.substr(i + 1, end - i - 1);
+    if (entity == "amp") out += '&';
+    else if (entity == "lt") out += '<';
+    else if (entity == "gt") out += '>';
+    else if (entity == "quot") out += '"';
+    else if (entity == "apos") out += '\'';
+    else out += text.substr(i, end - i + 1);
+    i = end;
+  }
+  return out;
+}
+
+// The raw (still escaped) value of attribute `name` in a start tag; empty when absent.
+std::string_view attributeValue(std::string_view startTag, std::string_view name) {
+  for (std::size_t at = startTag.find(name); at != std::string_view::npos; at = startTag.find(name, at + 1)) {
+    if (at == 0 || !isXmlSpace(startTag[at - 1])) continue;
+    std::size_t p = at + name.size();
+    while (p < startTag.size() && isXmlSpace(startTag[p])) ++p;
+    if (p >= startTag.size() || startTag[p] != '=') continue;
+    ++p;
+    while (p < startTag.size() && isXmlSpace(startTag[p])) ++p;
+    if (p >= startTag.size() || (startTag[p] != '"' && startTag[p] != '\'')) continue;
+    const char quote = startTag[p];
+    const std::size_t close = startTag.find(quote, p + 1);
+    if (close == std::string_view::npos) return {};
+    return startTag.substr(p + 1, close - p - 1);
+  }
+  return {};
+}
+
+// The value of the cvParam with the accession inside text, or empty.
+std::string_view cvParamValue(std::string_view text, std::string_view accession) {
+  const std::string key = "\"" + std::string(accession) + "\"";
+  const std::size_t at = text.find(key);
+  if (at == std::string_view::npos) return {};
+  const std::size_t open = text.rfind('<', at);
+  const std::size_t close = text.find('>', at);
+  if (open == std::string_view::npos || close == std::string_view::npos) return {};
+  return attributeValue(text.substr(open, close - open), "value");
+}
+
+// The element `<name ...>` (not `<nameSomething`) at or after from, or npos.
+std::size_t findElement(std::string_view text, std::string_view name, std::size_t from) {
+  const std::string open = "<" + std::string(name);
+  for (std::size_t at = text.find(open, from); at != std::string_view::npos; at = text.find(open, at + 1)) {
+    const std::size_t next = at + open.size();
+    if (next < text.size() && (isXmlSpace(text[next]) || text[next] == '>' || text[next] == '/')) return at;
+  }
+  return std::string_view::npos;
+}
+
+// The whitespace that starts the line of position at, for indenting what replaces it.
+std::string_view indentationBefore(std::string_view text, std::size_t at) {
+  std::size_t begin = at;
+  while (begin > 0 && (text[begin - 1] == ' ' || text[begin - 1] == '\t')) --begin;
+  return text.substr(begin, at - begin);
+}
+
+std::string selectedIonList(const std::vector<CorrectedPrecursor>& precursors, std::string_view indent,
+                            std::string_view instrumentMz, std::string_view instrumentCharge) {
+  const std::string inner = std::string(indent) + "\t";
+  const std::string param = inner + "\t";
+  std::string out = "<selectedIonList count=\"" + std::to_string(precursors.size()) + "\">\n";
+  for (std::size_t i = 0; i < precursors.size(); ++i) {
+    const CorrectedPrecursor& precursor = precursors[i];
+    out += inner + "<selectedIon>\n";
+    out += param + "<cvParam cvRef=\"MS\" accession=\"MS:1000744\" name=\"selected ion m/z\" value=\"" +
+           formatNumber(precursor.mz) +
+           "\" unitCvRef=\"MS\" unitAccession=\"MS:1000040\" unitName=\"m/z\" />\n";
+    out += param + "<cvParam cvRef=\"MS\" accession=\"MS:1000041\" name=\"charge state\" value=\"" +
+           std::to_string(precursor.charge) + "\" />\n";
+    if (std::isfinite(precursor.score)) {
+      out += param + "<userParam name=\"Corvid score\" value=\"" + formatNumber(precursor.score) +
+             "\" type=\"xsd:double\" />\n";
+    }
+    out += param + "<userParam name=\"Corvid rank\" value=\"" + std::to_string(precursor.rank) +
+           "\" type=\"xsd:int\" />\n";
+    if (i == 0 && !instrumentMz.empty()) {
+      out += param + "<userParam name=\"instrument selected ion m/z\" value=\"" + std::string(instrumentMz) +
+             "\" type=\"xsd:double\" />\n";
+    }
+    if (i == 0 && !instrumentCharge.empty()) {
+      out += param + "<userParam name=\"instrument charge state\" value=\"" + std::string(instrumentCharge) +
+             "\" type=\"xsd:int\" />\n";
+    }
+    out += inner + "</selectedIon>\n";
+  }
+  out += std::string(indent) + "</selectedIonList>";
+  return out;
+}
+
+// The spectrum element with its first precursor's selected ions replaced; false (and the element
+// unchanged) when it has no selected ion list.
+bool correctSpectrum(std::string& element, const std::vector<CorrectedPrecursor>& precursors) {
+  const std::size_t precursor = findElement(element, "precursor", 0);
+  if (precursor == std::string::npos) return false;
+  const std::size_t listStart = findElement(element, "selectedIonList", precursor);
+  const std::size_t precursorEnd = element.find("</precursor>", precursor);
+  if (listStart == std::string::npos || (precursorEnd != std::string::npos && listStart > precursorEnd)) return false;
+  constexpr std::string_view kListEnd = "</selectedIonList>";
+  const std::size_t listEnd = element.find(kListEnd, listStart);
+  if (listEnd == std::string::npos) return false;
+  const std::string_view original = std::string_view(element).substr(listStart, listEnd - listStart);
+  const std::string replacement =
+      selectedIonList(precursors, indentationBefore(element, listStart), cvParamValue(original, "MS:1000744"),
+                      cvParamValue(original, "MS:1000041"));
+  element.replace(listStart, listEnd + kListEnd.size() - listStart, replacement);
+  return true;
+}
+
+// Adds one entry before the list's closing tag and counts it in the list's count attribute.
+void addToList(std::string& header, std::string_view list, const std::string& entry) {
+  const std::size_t open = findElement(header, list, 0);
+  const std::string closing = "</" + std::string(list) + ">";
+  const std::size_t close = header.find(closing, open == std::string::npos ? 0 : open);
+  if (open == std::string::npos || close == std::string::npos) return;
+  const std::size_t tagEnd = header.find('>', open);
+  const std::string_view count = attributeValue(std::string_view(header).substr(open, tagEnd - open), "count");
+  // The count stands before the insertion point, so its position survives the insertion.
+  const std::size_t countAt = count.empty() ? std::string::npos : static_cast<std::size_t>(count.data() - header.data());
+  const std::size_t countSize = count.size();
+  long value = 0;
+  if (!count.empty()) std::from_chars(count.data(), count.data() + count.size(), value);
+  const std::string indent(indentationBefore(header, close));
+  header.insert(close, "\t" + entry + "\n" + indent);
+  if (countAt != std::string::npos) header.replace(countAt, countSize, std::to_string(value + 1));
+}
+
+std::string withCorvidProcessing(std::string header) {
+  addToList(header, "softwareList",
+            "<software id=\"" + std::string(kSoftwareId) +
+                "\" version=\"2.0.8\"><cvParam cvRef=\"MS\" accession=\"MS:1000799\" "
+                "name=\"custom unreleased software tool\" value=\"Corvid\" /></software>");
+  addToList(header, "dataProcessingList",
+            "<dataProcessing id=\"corvid_precursor_recalculation\"><processingMethod order=\"0\" softwareRef=\"" +
+                std::string(kSoftwareId) +
+                "\"><cvParam cvRef=\"MS\" accession=\"MS:1000780\" name=\"precursor recalculation\" value=\"\" />"
+                "</processingMethod></dataProcessing>");
+  return header;
+}
+
+struct IndexEntry {
+  std::string id;  // as written (escaped)
+  std::uint64_t offset = 0;
+};
+
+std::string indexText(const std::vector<IndexEntry>& spectra, const std::vector<IndexEntry>& chromatograms) {
+  std::string out = "<indexList count=\"" + std::to_string(chromatograms.empty() ? 1 : 2) + "\">\n";
+  auto list = [&out](const char* name, const std::vector<IndexEntry>& entries) {
+    out += std::string("\t<index name=\"") + name + "\">\n";
+    for (const IndexEntry& entry : entries) {
+      out += "\t\t<offset idRef=\"" + entry.id + "\">" + std::to_string(entry.offset) + "</offset>\n";
+    }
+    out += "\t</index>\n";
+  };
+  list("spectrum", spectra);
+  if (!chromatograms.empty()) list("chromatogram", chromatograms);
+  out += "</indexList>\n";
+  return out;
+}
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+}  // namespace
+
+CorrectedMzmlOutcome writeCorrectedMzml(const std::string& inputPath, const CorrectionsByNativeId& corrections,
+                                        const std::string& outputPath) {
+  CorrectedMzmlOutcome outcome;
+  std::unique_ptr<std::FILE, FileCloser> input(std::fopen(inputPath.c_str(), "rb"));
+  if (!input) {
+    outcome.error = "cannot open " + inputPath + ": " + lastErrorText();
+    return outcome;
+  }
+  OutputStream out;
+  if (!openPending(outputPath, out.pending)) {
+    outcome.error = out.pending.error;
+    return outcome;
+  }
+  InputWindow window(input.get());
+  auto fail = [&](std::string why) {
+    outcome.error = std::move(why);
+    return outcome;
+  };
+
+  // The XML declaration as it stands (it names the encoding), then a fresh indexedmzML opening.
+  std::string declaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
+  window.require(5);
+  if (window.text().starts_with("<?xml")) {
+    const std::size_t end = window.find("?>", 0);
+    if (end == std::string_view::npos) return fail("no end of the XML declaration");
+    declaration = std::string(window.text().substr(0, end + 2));
+  }
+  const std::size_t mzml = window.find("<mzML", 0);
+  if (mzml == std::string_view::npos) return fail("no <mzML> element: not an mzML file");
+  window.drop(mzml);
+  out.put(declaration);
+  out.put("\n");
+  out.put(kIndexedOpening);
+
+  // Everything before <run>: small, edited whole.
+  std::size_t run = std::string_view::npos;
+  for (std::size_t from = 0;; from = run + 1) {
+    run = window.find("<run", from);
+    if (run == std::string_view::npos) return fail("no <run> element");
+    if (window.require(run + 5) && (isXmlSpace(window.text()[run + 4]) || window.text()[run + 4] == '>')) break;
+  }
+  out.put(withCorvidProcessing(std::string(window.text().substr(0, run))));
+  window.drop(run);
+
+  std::vector<IndexEntry> spectrumIndex;
+  std::vector<IndexEntry> chromatogramIndex;
+  std::size_t cursor = 0;
+  bool ended = false;
+  while (!ended) {
+    const std::size_t tag = window.find("<", cursor);
+    if (tag == std::string_view::npos) return fail(window.failed() ? "read error" : "the file ends before </mzML>");
+    window.require(tag + 16);
+    const std::string_view rest = window.text().substr(tag);
+    const bool spectrum = rest.size() > 9 && rest.starts_with("<spectrum") && isXmlSpace(rest[9]);
+    const bool chromatogram = rest.size() > 13 && rest.starts_with("<chromatogram") && isXmlSpace(rest[13]);
+    if (rest.starts_with("</mzML>")) {
+      out.put(window.text().substr(0, tag + 7));
+      window.drop(tag + 7);
+      ended = true;
+    } else if (spectrum || chromatogram) {
+      out.put(window.text().substr(0, tag));
+      window.drop(tag);
+      const std::string_view closing = spectrum ? "</spectrum>" : "</chromatogram>";
+      const std::size_t close = window.find(closing, 0);
+      if (close == std::string_view::npos) return fail("an element is not closed before the end of the file");
+      std::string element(window.text().substr(0, close + closing.size()));
+      window.drop(close + closing.size());
+      const std::string id(attributeValue(std::string_view(element).substr(0, element.find('>')), "id"));
+      (spectrum ? spectrumIndex : chromatogramIndex).push_back({id, out.offset});
+      if (spectrum) {
+        ++outcome.spectra;
+        const auto found = corrections.find(unescapeXml(id));
+        if (found != corrections.end() && !found->second.empty()) {
+          if (correctSpectrum(element, found->second)) {
+            ++outcome.corrected;
+          } else {
+            ++outcome.withoutIonList;
+          }
+        }
+      }
+      out.put(element);
+      cursor = 0;
+    } else {
+      cursor = tag + 1;
+      // Copy what is settled, so that the window stays small between elements.
+      if (cursor > kReadSize) {
+        out.put(window.text().substr(0, cursor));
+        window.drop(cursor);
+        cursor = 0;
+      }
+    }
+  }
+  out.put("\n");
+  const std::uint64_t indexOffset = out.offset;
+  out.put(indexText(spectrumIndex, chromatogramIndex));
+  out.put("<indexListOffset>" + std::to_string(indexOffset) + "</indexListOffset>\n<fileChecksum>");
+  const std::string digest = sha1Hex(out.checksum);
+  out.put(digest + "</fileChecksum>\n</indexedmzML>\n");
+  if (!commitPending(out.pending, out.writeFailed)) {
+    outcome.error = out.pending.error;
+    return outcome;
+  }
+  outcome.written = true;
+  return outcome;
+}
+
+}  // namespace corvid
