@@ -18,9 +18,11 @@ def array(values, bits, compress, big_endian=False):
     return base64.b64encode(raw).decode()
 
 
-def binary_array(kind, values, bits, compress, declared=None):
-    kind_term = ('<cvParam cvRef="MS" accession="MS:1000514" name="m/z array"/>' if kind == "mz"
-                 else '<cvParam cvRef="MS" accession="MS:1000515" name="intensity array"/>')
+def binary_array(kind, values, bits, compress, declared=None, units=False):
+    mz_unit = ' unitCvRef="MS" unitAccession="MS:1000040" unitName="m/z"' if units else ""
+    count_unit = ' unitCvRef="MS" unitAccession="MS:1000131" unitName="number of detector counts"' if units else ""
+    kind_term = (f'<cvParam cvRef="MS" accession="MS:1000514" name="m/z array"{mz_unit}/>' if kind == "mz"
+                 else f'<cvParam cvRef="MS" accession="MS:1000515" name="intensity array"{count_unit}/>')
     bits_term = ('<cvParam cvRef="MS" accession="MS:1000521" name="32-bit float"/>' if bits == 32
                  else '<cvParam cvRef="MS" accession="MS:1000523" name="64-bit float"/>')
     comp_term = ('<cvParam cvRef="MS" accession="MS:1000574" name="zlib compression"/>' if compress
@@ -33,17 +35,26 @@ def binary_array(kind, values, bits, compress, declared=None):
 
 
 def spectrum(index, native_id, level, rt, rt_unit, peaks, mz_bits, int_bits, mz_zlib, int_zlib,
-             filter_text=None, precursor=None, config=None, injection=None):
+             filter_text=None, precursor=None, config=None, injection=None, complete=False):
+    """complete=True adds what a schema- and semantically valid file needs: units on every m/z,
+    the spectrum representation and the arrays' data processing."""
     mzs = [p[0] for p in peaks]
     ints = [p[1] for p in peaks]
     out = [f'      <spectrum index="{index}" id="{native_id}" defaultArrayLength="{len(peaks)}">\n',
            f'        <cvParam cvRef="MS" accession="MS:1000511" name="ms level" value="{level}"/>\n']
+    mz_unit = ' unitCvRef="MS" unitAccession="MS:1000040" unitName="m/z"' if complete else ""
+    if complete:
+        kind = ("MS:1000579", "MS1 spectrum") if level == 1 else ("MS:1000580", "MSn spectrum")
+        out.append(f'        <cvParam cvRef="MS" accession="{kind[0]}" name="{kind[1]}"/>\n'
+                   '        <cvParam cvRef="MS" accession="MS:1000127" name="centroid spectrum"/>\n')
     if filter_text:
         out.append(f'        <cvParam cvRef="MS" accession="MS:1000512" name="filter string" value="{filter_text}"/>\n')
     unit = ('unitAccession="UO:0000031" unitName="minute"' if rt_unit == "min"
             else 'unitAccession="UO:0000010" unitName="second"')
     scan_ref = f' instrumentConfigurationRef="{config}"' if config else ""
-    out.append('        <scanList count="1">\n'
+    combination = ('          <cvParam cvRef="MS" accession="MS:1000795" name="no combination"/>\n'
+                   if complete else "")
+    out.append('        <scanList count="1">\n' + combination +
                f'          <scan{scan_ref}>\n'
                f'            <cvParam cvRef="MS" accession="MS:1000016" name="scan start time" value="{rt}" {unit}/>\n')
     if injection is not None:
@@ -54,18 +65,18 @@ def spectrum(index, native_id, level, rt, rt_unit, peaks, mz_bits, int_bits, mz_
         out.append(f'        <precursorList count="1">\n          <precursor{ref}>\n')
         if "target" in precursor:
             out.append('            <isolationWindow>\n'
-                       f'              <cvParam cvRef="MS" accession="MS:1000827" name="isolation window target m/z" value="{precursor["target"]}"/>\n'
+                       f'              <cvParam cvRef="MS" accession="MS:1000827" name="isolation window target m/z" value="{precursor["target"]}"{mz_unit}/>\n'
                        '            </isolationWindow>\n')
         out.append('            <selectedIonList count="1">\n              <selectedIon>\n'
-                   f'                <cvParam cvRef="MS" accession="MS:1000744" name="selected ion m/z" value="{precursor["mz"]}"/>\n')
+                   f'                <cvParam cvRef="MS" accession="MS:1000744" name="selected ion m/z" value="{precursor["mz"]}"{mz_unit}/>\n')
         if "charge" in precursor:
             out.append(f'                <cvParam cvRef="MS" accession="MS:1000041" name="charge state" value="{precursor["charge"]}"/>\n')
         out.append('              </selectedIon>\n            </selectedIonList>\n'
-                   f'            <activation>\n              <cvParam cvRef="MS" accession="{precursor["activation"]}" name="activation"/>\n'
+                   f'            <activation>\n              <cvParam cvRef="MS" accession="{precursor["activation"]}" name="{ACTIVATION_NAMES[precursor["activation"]] if complete else "activation"}"/>\n'
                    '            </activation>\n          </precursor>\n        </precursorList>\n')
     out.append('        <binaryDataArrayList count="2">\n')
-    out.append(binary_array("mz", mzs, mz_bits, mz_zlib))
-    out.append(binary_array("int", ints, int_bits, int_zlib))
+    out.append(binary_array("mz", mzs, mz_bits, mz_zlib, units=complete))
+    out.append(binary_array("int", ints, int_bits, int_zlib, units=complete))
     out.append('        </binaryDataArrayList>\n      </spectrum>\n')
     return "".join(out)
 
@@ -96,6 +107,8 @@ CID = "MS:1000133"
 HCD = "MS:1000422"
 ETD = "MS:1000598"
 PQD = "MS:1000599"
+ACTIVATION_NAMES = {CID: "collision-induced dissociation", HCD: "beam-type collision-induced dissociation",
+                    ETD: "electron transfer dissociation", PQD: "pulsed q dissociation"}
 
 
 def small_mzml():
@@ -174,8 +187,96 @@ def small_mzxml():
 '''
 
 
+def read_ms_text(path):
+    """The spectra of an MS1/MS2 text file: scan, I-line values, charge and [M+H]+, peaks."""
+    spectra = []
+    for line in open(path):
+        fields = line.rstrip("\r\n").split("\t")
+        if fields[0] == "S":
+            spectra.append({"scan": int(fields[1]), "info": {}, "peaks": [], "z": None})
+        elif fields[0] == "I" and spectra:
+            spectra[-1]["info"][fields[1]] = fields[2]
+        elif fields[0] == "Z":
+            spectra[-1]["z"] = (int(fields[1]), float(fields[2]))
+        elif spectra and fields[0] and fields[0][0].isdigit():
+            mz, intensity = line.split()
+            spectra[-1]["peaks"].append((float(mz), float(intensity)))
+    return spectra
+
+
+def coeluting_mzml():
+    """The co-eluting pair fixture (../pair/run1: 500.25 2+ and 500.90 3+ in every CID window) as
+    an mzML file, for the corrected-mzML tests."""
+    activations = {"CID": CID, "HCD": HCD, "ETD": ETD}
+    ms1 = [dict(s, level=1) for s in read_ms_text("../pair/run1.ms1")]
+    ms2 = [dict(s, level=2) for s in read_ms_text("../pair/run1.ms2")]
+    out = []
+    for index, s in enumerate(sorted(ms1 + ms2, key=lambda s: s["scan"])):
+        info = s["info"]
+        config = "IC_IT" if info.get("InstrumentType") == "ITMS" else "IC_FT"
+        precursor = None
+        if s["level"] == 2:
+            charge, mh = s["z"]
+            precursor = {"ref": f"scan={info['PrecursorScan']}", "target": float(info["ActivationCenter"]),
+                         "mz": round((mh + (charge - 1) * 1.007276) / charge, 6), "charge": charge,
+                         "activation": activations[info["ActivationType"]]}
+        out.append(spectrum(index, f"scan={s['scan']}", s["level"], float(info["RetTime"]), "s", s["peaks"],
+                            64, 64, False, False, precursor=precursor, config=config, complete=True))
+    # Unindexed on purpose: the corrected copy must be indexed all the same.
+    return (VALID_HEADER.replace("SPECTRUM_COUNT", str(len(out))) + "".join(out) +
+            "      </spectrumList>\n    </run>\n  </mzML>\n")
+
+
+# A header with everything the mzML 1.1 schema requires, so that validators find no fault.
+VALID_HEADER = '''<?xml version="1.0" encoding="utf-8"?>
+  <mzML xmlns="http://psi.hupo.org/ms/mzml" version="1.1.0">
+    <cvList count="2">
+      <cv id="MS" fullName="Proteomics Standards Initiative Mass Spectrometry Ontology" version="4.1.0" URI="https://raw.githubusercontent.com/HUPO-PSI/psi-ms-CV/master/psi-ms.obo"/>
+      <cv id="UO" fullName="Unit Ontology" version="09:04:2014" URI="https://raw.githubusercontent.com/bio-ontology-research-group/unit-ontology/master/unit.obo"/>
+    </cvList>
+    <fileDescription>
+      <fileContent>
+        <cvParam cvRef="MS" accession="MS:1000579" name="MS1 spectrum"/>
+        <cvParam cvRef="MS" accession="MS:1000580" name="MSn spectrum"/>
+      </fileContent>
+    </fileDescription>
+    <softwareList count="1">
+      <software id="fixture_writer" version="1.0">
+        <cvParam cvRef="MS" accession="MS:1000799" name="custom unreleased software tool" value="make_fixtures.py"/>
+      </software>
+    </softwareList>
+    <instrumentConfigurationList count="2">
+      <instrumentConfiguration id="IC_FT">
+        <cvParam cvRef="MS" accession="MS:1000031" name="instrument model"/>
+        <componentList count="3">
+          <source order="1"><cvParam cvRef="MS" accession="MS:1000073" name="electrospray ionization"/></source>
+          <analyzer order="2"><cvParam cvRef="MS" accession="MS:1000484" name="orbitrap"/></analyzer>
+          <detector order="3"><cvParam cvRef="MS" accession="MS:1000624" name="inductive detector"/></detector>
+        </componentList>
+      </instrumentConfiguration>
+      <instrumentConfiguration id="IC_IT">
+        <cvParam cvRef="MS" accession="MS:1000031" name="instrument model"/>
+        <componentList count="3">
+          <source order="1"><cvParam cvRef="MS" accession="MS:1000073" name="electrospray ionization"/></source>
+          <analyzer order="2"><cvParam cvRef="MS" accession="MS:1000291" name="linear ion trap"/></analyzer>
+          <detector order="3"><cvParam cvRef="MS" accession="MS:1000253" name="electron multiplier"/></detector>
+        </componentList>
+      </instrumentConfiguration>
+    </instrumentConfigurationList>
+    <dataProcessingList count="1">
+      <dataProcessing id="fixture_processing">
+        <processingMethod order="0" softwareRef="fixture_writer">
+          <cvParam cvRef="MS" accession="MS:1000544" name="Conversion to mzML"/>
+        </processingMethod>
+      </dataProcessing>
+    </dataProcessingList>
+    <run id="coeluting" defaultInstrumentConfigurationRef="IC_FT">
+      <spectrumList count="SPECTRUM_COUNT" defaultDataProcessingRef="fixture_processing">
+'''
+
+
 if __name__ == "__main__":
     for name, text in (("small.mzML", small_mzml()), ("unordered.mzML", unordered_mzml()),
-                       ("nested.mzXML", small_mzxml())):
+                       ("nested.mzXML", small_mzxml()), ("coeluting.mzML", coeluting_mzml())):
         with open(name, "w", newline="\n") as f:
             f.write(text)
