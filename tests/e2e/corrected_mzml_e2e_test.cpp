@@ -1,0 +1,151 @@
+// The corrected mzML (output_mzml) through the real binary: a golden file of the co-eluting
+// fixture, validation by OpenMS's FileInfo (schema and semantic rules) where Debian's topp is
+// installed, and on BSA1 the input's spectra and ids with the MGF's precursors as selected ions.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+#include <sstream>
+
+#include "tests/support/indexed_mzml_check.h"
+#include "tests/support/test_support.h"
+
+namespace corvid {
+namespace {
+
+using namespace corvid::testing;
+
+bool fileInfoInstalled() { return std::system("command -v FileInfo >/dev/null 2>&1") == 0; }
+
+// FileInfo -v's verdict lines and its errors, counted by text.
+struct Validation {
+  bool schemaValid = false;
+  bool semanticallyValid = false;
+  std::map<std::string, int> errors;
+};
+
+Validation validate(const fs::path& file) {
+  Validation validation;
+  const fs::path report = file.string() + ".fileinfo.txt";
+  std::system(("FileInfo -v -in " + shellQuote(file.string()) + " > " + shellQuote(report.string()) + " 2>&1").c_str());
+  std::istringstream lines(readFile(report));
+  for (std::string line; std::getline(lines, line);) {
+    if (line == "Success - the file is valid!") validation.schemaValid = true;
+    if (line == "Success - the file is semantically valid!") validation.semanticallyValid = true;
+    if (line.starts_with("Error") || line.starts_with("Validation error")) ++validation.errors[line];
+  }
+  return validation;
+}
+
+TEST(CorrectedMzmlEndToEnd, CoElutingFixtureGoldenAndValid) {
+  TempDir dir;
+  fs::copy_file(fs::path(CORVID_TEST_DATA_DIR) / "mzml" / "coeluting.mzML", dir.path() / "coeluting.mzML");
+  const RunResult result = runCorvid(dir.path(), {"coeluting.mzML", "--output_mzml=1", "--output_table=1", "--strict_exit=1"});
+  ASSERT_EQ(result.status, 0) << result.out;
+  EXPECT_NE(result.out.find("Corrected mzML: 36 spectra, 24 with Corvid's precursors."), std::string::npos) << result.out;
+  const std::string corrected = readFile(dir.path() / "coeluting.corrected.mzML");
+  expectGolden(corrected, "corrected_mzml/coeluting.corrected.mzML");
+  expectConsistentIndexedMzml(corrected);
+  // Both peptides of every CID scan, best first, as in the MGF.
+  EXPECT_NE(corrected.find("<selectedIonList count=\"2\">"), std::string::npos);
+  if (!fileInfoInstalled()) GTEST_SKIP() << "FileInfo not installed (Debian package topp): validation skipped";
+  const Validation input = validate(dir.path() / "coeluting.mzML");
+  const Validation output = validate(dir.path() / "coeluting.corrected.mzML");
+  EXPECT_TRUE(input.schemaValid && input.semanticallyValid);
+  EXPECT_TRUE(output.schemaValid);
+  EXPECT_TRUE(output.semanticallyValid);
+  EXPECT_TRUE(output.errors.empty());
+}
+
+TEST(CorrectedMzmlEndToEnd, OffByDefaultAndForOtherInputs) {
+  TempDir dir;
+  fs::copy_file(fs::path(CORVID_TEST_DATA_DIR) / "mzml" / "small.mzML", dir.path() / "small.mzML");
+  fs::copy_file(fs::path(CORVID_TEST_DATA_DIR) / "mzml" / "nested.mzXML", dir.path() / "nested.mzXML");
+  ASSERT_EQ(runCorvid(dir.path(), {"small.mzML"}).status, 0);
+  EXPECT_FALSE(fs::exists(dir.path() / "small.corrected.mzML"));
+  const RunResult mzxml = runCorvid(dir.path(), {"nested.mzXML", "--output_mzml=1"});
+  EXPECT_NE(mzxml.out.find("output_mzml: no corrected mzML for nested: it is written for mzML inputs only."),
+            std::string::npos) << mzxml.out;
+  // Results that already exist are not redone, so no corrected mzML can be made from them.
+  const RunResult again = runCorvid(dir.path(), {"small.mzML", "--output_mzml=1"});
+  EXPECT_NE(again.out.find("is not written because the results of small already existed"), std::string::npos);
+  EXPECT_FALSE(fs::exists(dir.path() / "small.corrected.mzML"));
+}
+
+// MGF blocks of one file: scan -> (PEPMASS, charge) in file order.
+std::map<long, std::vector<std::pair<double, int>>> mgfPrecursors(const std::string& mgf) {
+  std::map<long, std::vector<std::pair<double, int>>> blocks;
+  std::istringstream lines(mgf);
+  long scan = 0;
+  int charge = 0;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("TITLE=")) {
+      const std::size_t first = line.find('.');
+      scan = std::stol(line.substr(first + 1));
+    } else if (line.starts_with("CHARGE=")) {
+      charge = std::stoi(line.substr(7));
+    } else if (line.starts_with("PEPMASS=")) {
+      blocks[scan].push_back({std::stod(line.substr(8)), charge});
+    }
+  }
+  return blocks;
+}
+
+TEST(CorrectedMzmlEndToEnd, Bsa1KeepsEverySpectrumAndCarriesTheMgfPrecursors) {
+  if (!fs::exists(bsa1MzmlPath())) GTEST_SKIP() << "BSA1.mzML not cached at " << bsa1MzmlPath();
+  TempDir dir;
+  const RunResult result = runCorvid(dir.path(), {"-D", bsa1MzmlPath().string(), "--outputpath=" + dir.folder(),
+                                                  "--extract_path=" + dir.folder() + "x", "--output_mzml=1"});
+  ASSERT_EQ(result.status, 0) << result.out;
+  const std::string input = readFile(bsa1MzmlPath());
+  const std::string corrected = readFile(dir.path() / "BSA1.corrected.mzML");
+  const std::vector<std::string> ids = attributeValues(corrected, "spectrum", "id");
+  EXPECT_EQ(ids.size(), 1684u);
+  EXPECT_EQ(ids, attributeValues(input, "spectrum", "id"));
+  expectConsistentIndexedMzml(corrected);
+
+  // Native id -> Corvid scan, from the extraction summary.
+  std::map<std::string, long> scanOf;
+  std::istringstream summary(readFile(dir.path() / "x" / "BSA1_scans.csv"));
+  std::string line;
+  std::getline(summary, line);
+  while (std::getline(summary, line)) {
+    std::vector<std::string> fields;
+    std::istringstream cells(line);
+    for (std::string cell; std::getline(cells, cell, ',');) fields.push_back(cell);
+    scanOf[fields[2]] = std::stol(fields[0]);
+  }
+  const auto mgf = mgfPrecursors(readFile(dir.path() / "BSA1_CIDIT.mgf"));
+  std::size_t compared = 0;
+  for (std::size_t at = corrected.find("<spectrum "); at != std::string::npos; at = corrected.find("<spectrum ", at + 1)) {
+    const std::size_t end = corrected.find("</spectrum>", at);
+    const std::string element = corrected.substr(at, end - at);
+    const std::string id = attributeValues(element, "spectrum", "id").at(0);
+    const auto blocks = mgf.find(scanOf.at(id));
+    if (blocks == mgf.end()) continue;  // an MS1 spectrum
+    std::vector<std::pair<double, int>> ions;
+    for (std::size_t ion = element.find("<selectedIon>"); ion != std::string::npos; ion = element.find("<selectedIon>", ion + 1)) {
+      const std::size_t mz = element.find("name=\"selected ion m/z\" value=\"", ion) + 31;
+      const std::size_t charge = element.find("name=\"charge state\" value=\"", ion) + 27;
+      ions.push_back({std::stod(element.substr(mz)), std::stoi(element.substr(charge))});
+    }
+    ASSERT_EQ(ions.size(), blocks->second.size()) << id;
+    for (std::size_t i = 0; i < ions.size(); ++i) {
+      // The MGF prints six decimals; the instrument's own ions are compared at its precision.
+      EXPECT_NEAR(ions[i].first, blocks->second[i].first, 2e-4) << id;
+      EXPECT_EQ(ions[i].second, blocks->second[i].second) << id;
+    }
+    ++compared;
+  }
+  EXPECT_EQ(compared, 1120u);
+  if (!fileInfoInstalled()) GTEST_SKIP() << "FileInfo not installed (Debian package topp): validation skipped";
+  // BSA1 itself breaks semantic rules (m/z terms without units); the corrected copy adds none.
+  fs::copy_file(bsa1MzmlPath(), dir.path() / "BSA1.mzML");
+  const Validation original = validate(dir.path() / "BSA1.mzML");
+  const Validation output = validate(dir.path() / "BSA1.corrected.mzML");
+  EXPECT_TRUE(output.schemaValid);
+  EXPECT_EQ(output.errors, original.errors);
+}
+
+}  // namespace
+}  // namespace corvid
