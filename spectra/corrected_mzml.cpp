@@ -7,16 +7,12 @@
 #include <string_view>
 
 #include "platform/pending_file.h"
-#include "platform/sha1.h"
+#include "spectra/mzml_output.h"
 
 namespace corvid {
 namespace {
 
 constexpr std::size_t kReadSize = 1 << 20;
-constexpr std::string_view kIndexedOpening =
-    "<indexedmzML xmlns=\"http://psi.hupo.org/ms/mzml\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
-    "xsi:schemaLocation=\"http://psi.hupo.org/ms/mzml http://psidev.info/files/ms/mzML/xsd/mzML1.1.2_idx.xsd\">\n";
-constexpr std::string_view kSoftwareId = "corvid_precursor_correction";
 
 // A window over the input that grows as far as a search needs and forgets what was consumed.
 class InputWindow {
@@ -70,32 +66,7 @@ class InputWindow {
   bool failed_ = false;
 };
 
-// Output bytes with their running offset and checksum.
-struct OutputStream {
-  PendingFile pending;
-  std::uint64_t offset = 0;
-  Sha1 checksum;
-  bool writeFailed = false;
-  OutputStream() = default;
-  OutputStream(const OutputStream&) = delete;
-  OutputStream& operator=(const OutputStream&) = delete;
-  // Whatever ends the writing early, a failure or an exception, leaves no temporary file behind.
-  ~OutputStream() { discardPending(pending); }
-  void put(std::string_view bytes) {
-    if (bytes.empty()) return;
-    if (std::fwrite(bytes.data(), 1, bytes.size(), pending.file) != bytes.size()) writeFailed = true;
-    offset += bytes.size();
-    sha1Update(checksum, bytes);
-  }
-};
-
 bool isXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
-
-std::string formatNumber(double value) {
-  char buffer[64];
-  const auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, value);
-  return error == std::errc() ? std::string(buffer, end) : std::string("0");
-}
 
 std::string unescapeXml(std::string_view text) {
   std::string out;
@@ -167,39 +138,6 @@ std::string_view indentationBefore(std::string_view text, std::size_t at) {
   return text.substr(begin, at - begin);
 }
 
-std::string selectedIonList(const std::vector<CorrectedPrecursor>& precursors, std::string_view indent,
-                            std::string_view instrumentMz, std::string_view instrumentCharge) {
-  const std::string inner = std::string(indent) + "\t";
-  const std::string param = inner + "\t";
-  std::string out = "<selectedIonList count=\"" + std::to_string(precursors.size()) + "\">\n";
-  for (std::size_t i = 0; i < precursors.size(); ++i) {
-    const CorrectedPrecursor& precursor = precursors[i];
-    out += inner + "<selectedIon>\n";
-    out += param + "<cvParam cvRef=\"MS\" accession=\"MS:1000744\" name=\"selected ion m/z\" value=\"" +
-           formatNumber(precursor.mz) +
-           "\" unitCvRef=\"MS\" unitAccession=\"MS:1000040\" unitName=\"m/z\" />\n";
-    out += param + "<cvParam cvRef=\"MS\" accession=\"MS:1000041\" name=\"charge state\" value=\"" +
-           std::to_string(precursor.charge) + "\" />\n";
-    if (std::isfinite(precursor.score)) {
-      out += param + "<userParam name=\"Corvid score\" value=\"" + formatNumber(precursor.score) +
-             "\" type=\"xsd:double\" />\n";
-    }
-    out += param + "<userParam name=\"Corvid rank\" value=\"" + std::to_string(precursor.rank) +
-           "\" type=\"xsd:int\" />\n";
-    if (i == 0 && !instrumentMz.empty()) {
-      out += param + "<userParam name=\"instrument selected ion m/z\" value=\"" + std::string(instrumentMz) +
-             "\" type=\"xsd:double\" />\n";
-    }
-    if (i == 0 && !instrumentCharge.empty()) {
-      out += param + "<userParam name=\"instrument charge state\" value=\"" + std::string(instrumentCharge) +
-             "\" type=\"xsd:int\" />\n";
-    }
-    out += inner + "</selectedIon>\n";
-  }
-  out += std::string(indent) + "</selectedIonList>";
-  return out;
-}
-
 // The spectrum element with its first precursor's selected ions replaced; false (and the element
 // unchanged) when it has no selected ion list.
 bool correctSpectrum(std::string& element, const std::vector<CorrectedPrecursor>& precursors) {
@@ -238,36 +176,9 @@ void addToList(std::string& header, std::string_view list, const std::string& en
 }
 
 std::string withCorvidProcessing(std::string header) {
-  addToList(header, "softwareList",
-            "<software id=\"" + std::string(kSoftwareId) +
-                "\" version=\"2.0.8\"><cvParam cvRef=\"MS\" accession=\"MS:1000799\" "
-                "name=\"custom unreleased software tool\" value=\"Corvid\" /></software>");
-  addToList(header, "dataProcessingList",
-            "<dataProcessing id=\"corvid_precursor_recalculation\"><processingMethod order=\"0\" softwareRef=\"" +
-                std::string(kSoftwareId) +
-                "\"><cvParam cvRef=\"MS\" accession=\"MS:1000780\" name=\"precursor recalculation\" value=\"\" />"
-                "</processingMethod></dataProcessing>");
+  addToList(header, "softwareList", corvidSoftwareEntry());
+  addToList(header, "dataProcessingList", corvidProcessingEntry());
   return header;
-}
-
-struct IndexEntry {
-  std::string id;  // as written (escaped)
-  std::uint64_t offset = 0;
-};
-
-std::string indexText(const std::vector<IndexEntry>& spectra, const std::vector<IndexEntry>& chromatograms) {
-  std::string out = "<indexList count=\"" + std::to_string(chromatograms.empty() ? 1 : 2) + "\">\n";
-  auto list = [&out](const char* name, const std::vector<IndexEntry>& entries) {
-    out += std::string("\t<index name=\"") + name + "\">\n";
-    for (const IndexEntry& entry : entries) {
-      out += "\t\t<offset idRef=\"" + entry.id + "\">" + std::to_string(entry.offset) + "</offset>\n";
-    }
-    out += "\t</index>\n";
-  };
-  list("spectrum", spectra);
-  if (!chromatograms.empty()) list("chromatogram", chromatograms);
-  out += "</indexList>\n";
-  return out;
 }
 
 struct FileCloser {
@@ -284,7 +195,7 @@ CorrectedMzmlOutcome writeCorrectedMzml(const std::string& inputPath, const Corr
     outcome.error = "cannot open " + inputPath + ": " + lastErrorText();
     return outcome;
   }
-  OutputStream out;
+  MzmlOutput out;
   if (!openPending(outputPath, out.pending)) {
     outcome.error = out.pending.error;
     return outcome;
@@ -369,12 +280,7 @@ CorrectedMzmlOutcome writeCorrectedMzml(const std::string& inputPath, const Corr
     }
   }
   out.put("\n");
-  const std::uint64_t indexOffset = out.offset;
-  out.put(indexText(spectrumIndex, chromatogramIndex));
-  out.put("<indexListOffset>" + std::to_string(indexOffset) + "</indexListOffset>\n<fileChecksum>");
-  const std::string digest = sha1Hex(out.checksum);
-  out.put(digest + "</fileChecksum>\n</indexedmzML>\n");
-  if (!commitPending(out.pending, out.writeFailed)) {
+  if (!finishIndexedMzml(out, spectrumIndex, chromatogramIndex)) {
     outcome.error = out.pending.error;
     return outcome;
   }
