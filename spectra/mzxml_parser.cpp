@@ -67,6 +67,7 @@ void startScan(MzXMLReader& reader, const XML_Char** attributes) {
   const char* time = attributeValue(attributes, "retentionTime");
   const char* filter = attributeValue(attributes, "filterLine");
   const char* instrument = attributeValue(attributes, "msInstrumentID");
+  const char* centroided = attributeValue(attributes, "centroided");
   long long number = 0;
   if (num == nullptr || !parseInteger(num, number) || number < 0)
     return fail(reader,
@@ -85,6 +86,7 @@ void startScan(MzXMLReader& reader, const XML_Char** attributes) {
   if (time != nullptr && !parseDurationSeconds(time, s.retentionTime))
     return fail(reader, scanName(reader) + " has an invalid retentionTime \"" + time + "\"");
   s.filterText = filter != nullptr ? filter : "";
+  if (centroided != nullptr) s.centroided = (std::string_view(centroided) == "1" || std::string_view(centroided) == "true") ? 1 : 0;
   reader.instrumentRef = instrument != nullptr ? instrument : "";
   reader.precursorCount = 0;
   reader.scanOpen = true;

@@ -19,6 +19,7 @@ struct OpenSpectrum {
   double ionInjectionTime = 0.0;  // milliseconds, 0 when not given
   AnalyzerKind analyzer = AnalyzerKind::Unknown;
   std::string filterText;    // vendor filter line, empty when absent
+  int centroided = -1;       // mzXML's centroided attribute: 1, 0, or -1 when absent
   std::string activation;    // "CID", "ETD", "HCD", another short name, or empty
   std::string precursorRef;  // native id of the precursor spectrum, empty when absent
   bool hasIsolationTarget = false;
@@ -38,6 +39,7 @@ inline void clearSpectrumContents(OpenSpectrum& s) {
   s.ionInjectionTime = 0.0;
   s.analyzer = AnalyzerKind::Unknown;
   s.filterText.clear();
+  s.centroided = -1;
   s.activation.clear();
   s.precursorRef.clear();
   s.hasIsolationTarget = s.hasSelectedMz = false;

@@ -8,6 +8,7 @@
 #include "platform/run_outcome.h"
 #include "scoring/precursor_table.h"
 #include "spectra/corrected_mzml.h"
+#include "spectra/mzxml_as_mzml.h"
 #include "spectra/open_format_extractor.h"
 #include "startup/pipelines.h"
 #include "startup/run_log.h"
@@ -94,16 +95,17 @@ void writeCorrectedMzmlFor(ParameterTable& parameters, const std::string& stem,
                            const CorrectionsByScan& corrections, bool processed) {
   const std::string inputFolder = valueOrEmpty(parameters, kOpenFormatFolderKey);
   std::string input;
-  for (const char* spelling : {".mzML", ".mzml", ".MZML"}) {
+  for (const char* spelling : {".mzML", ".mzml", ".MZML", ".mzXML", ".mzxml", ".MZXML"}) {
     if (!inputFolder.empty() && canOpenForReading(inputFolder + stem + spelling)) {
       input = inputFolder + stem + spelling;
       break;
     }
   }
   if (input.empty()) {
-    logMessage("Alert", "output_mzml: no corrected mzML for " + stem + ": it is written for mzML inputs only.");
+    logMessage("Alert", "output_mzml: no corrected mzML for " + stem + ": it is written for mzML and mzXML inputs only.");
     return;
   }
+  const bool fromMzxml = isMzxmlName(input);
   const std::string target = parameters["outputpath"] + stem + ".corrected.mzML";
   if (!processed) {
     logMessage("Alert", "output_mzml: " + target + " is not written because the results of " + stem +
@@ -117,7 +119,8 @@ void writeCorrectedMzmlFor(ParameterTable& parameters, const std::string& stem,
     const auto id = nativeIds.find(scan);
     if (id != nativeIds.end()) byNativeId[id->second] = precursors;
   }
-  const CorrectedMzmlOutcome outcome = writeCorrectedMzml(input, byNativeId, target);
+  const CorrectedMzmlOutcome outcome = fromMzxml ? writeCorrectedMzmlFromMzxml(input, byNativeId, target)
+                                                  : writeCorrectedMzml(input, byNativeId, target);
   if (!outcome.written) {
     logMessage("Error", "Fail to write the corrected mzML " + target + ": " + outcome.error);
     noteRunProblem(RunProblem::kOutputUnwritable);

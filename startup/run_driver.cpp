@@ -10,6 +10,7 @@
 
 #include "platform/paths.h"
 #include "platform/run_outcome.h"
+#include "spectra/open_format_extractor.h"
 #include "startup/file_discovery.h"
 #include "startup/parameter_checks.h"
 #include "startup/pipelines.h"
@@ -38,10 +39,6 @@ constexpr std::array<std::string_view, 2> kMgfSpellings = {".MGF", ".mgf"};
 constexpr std::array<std::string_view, 3> kWiffSpellings = {".WIFF", ".wiff", ".Wiff"};
 constexpr std::array<std::string_view, 6> kOpenFormatSpellings = {".mzML",  ".mzml",  ".MZML",
                                                                   ".mzXML", ".mzxml", ".MZXML"};
-
-bool isMzxmlName(const std::string& name) {
-  return name.ends_with(".mzXML") || name.ends_with(".mzxml") || name.ends_with(".MZXML");
-}
 
 // The first of the spellings found in text: the spelling and its position (npos when none).
 std::pair<std::string_view, std::size_t> firstSpellingIn(const std::string& text,

@@ -60,12 +60,13 @@ TEST(CorrectedMzmlEndToEnd, CoElutingFixtureGoldenAndValid) {
 TEST(CorrectedMzmlEndToEnd, OffByDefaultAndForOtherInputs) {
   TempDir dir;
   fs::copy_file(fs::path(CORVID_TEST_DATA_DIR) / "mzml" / "small.mzML", dir.path() / "small.mzML");
-  fs::copy_file(fs::path(CORVID_TEST_DATA_DIR) / "mzml" / "nested.mzXML", dir.path() / "nested.mzXML");
   ASSERT_EQ(runCorvid(dir.path(), {"small.mzML"}).status, 0);
   EXPECT_FALSE(fs::exists(dir.path() / "small.corrected.mzML"));
-  const RunResult mzxml = runCorvid(dir.path(), {"nested.mzXML", "--output_mzml=1"});
-  EXPECT_NE(mzxml.out.find("output_mzml: no corrected mzML for nested: it is written for mzML inputs only."),
-            std::string::npos) << mzxml.out;
+  fs::copy_file(fs::path(CORVID_TEST_DATA_DIR) / "pair" / "run1.ms1", dir.path() / "run1.ms1");
+  fs::copy_file(fs::path(CORVID_TEST_DATA_DIR) / "pair" / "run1.ms2", dir.path() / "run1.ms2");
+  const RunResult pair = runCorvid(dir.path(), {"-D", dir.folder(), "-F", "ms1", "--output_mzml=1"});
+  EXPECT_NE(pair.out.find("output_mzml: no corrected mzML for run1: it is written for mzML and mzXML inputs only."),
+            std::string::npos) << pair.out;
   // Results that already exist are not redone, so no corrected mzML can be made from them.
   const RunResult again = runCorvid(dir.path(), {"small.mzML", "--output_mzml=1"});
   EXPECT_NE(again.out.find("is not written because the results of small already existed"), std::string::npos);
@@ -91,22 +92,10 @@ std::map<long, std::vector<std::pair<double, int>>> mgfPrecursors(const std::str
   return blocks;
 }
 
-TEST(CorrectedMzmlEndToEnd, Bsa1KeepsEverySpectrumAndCarriesTheMgfPrecursors) {
-  if (!fs::exists(bsa1MzmlPath())) GTEST_SKIP() << "BSA1.mzML not cached at " << bsa1MzmlPath();
-  TempDir dir;
-  const RunResult result = runCorvid(dir.path(), {"-D", bsa1MzmlPath().string(), "--outputpath=" + dir.folder(),
-                                                  "--extract_path=" + dir.folder() + "x", "--output_mzml=1"});
-  ASSERT_EQ(result.status, 0) << result.out;
-  const std::string input = readFile(bsa1MzmlPath());
-  const std::string corrected = readFile(dir.path() / "BSA1.corrected.mzML");
-  const std::vector<std::string> ids = attributeValues(corrected, "spectrum", "id");
-  EXPECT_EQ(ids.size(), 1684u);
-  EXPECT_EQ(ids, attributeValues(input, "spectrum", "id"));
-  expectConsistentIndexedMzml(corrected);
-
-  // Native id -> Corvid scan, from the extraction summary.
+// Native id -> Corvid scan, from an extraction summary.
+std::map<std::string, long> scansOfSummary(const fs::path& summaryPath) {
   std::map<std::string, long> scanOf;
-  std::istringstream summary(readFile(dir.path() / "x" / "BSA1_scans.csv"));
+  std::istringstream summary(readFile(summaryPath));
   std::string line;
   std::getline(summary, line);
   while (std::getline(summary, line)) {
@@ -115,7 +104,14 @@ TEST(CorrectedMzmlEndToEnd, Bsa1KeepsEverySpectrumAndCarriesTheMgfPrecursors) {
     for (std::string cell; std::getline(cells, cell, ',');) fields.push_back(cell);
     scanOf[fields[2]] = std::stol(fields[0]);
   }
-  const auto mgf = mgfPrecursors(readFile(dir.path() / "BSA1_CIDIT.mgf"));
+  return scanOf;
+}
+
+// Every MS2 spectrum of the corrected file carries the MGF's precursors of its scan, in order.
+void expectMgfPrecursorsAsSelectedIons(const std::string& corrected, const fs::path& summaryPath, const fs::path& mgfPath,
+                                       std::size_t expectedMs2) {
+  const std::map<std::string, long> scanOf = scansOfSummary(summaryPath);
+  const auto mgf = mgfPrecursors(readFile(mgfPath));
   std::size_t compared = 0;
   for (std::size_t at = corrected.find("<spectrum "); at != std::string::npos; at = corrected.find("<spectrum ", at + 1)) {
     const std::size_t end = corrected.find("</spectrum>", at);
@@ -137,7 +133,22 @@ TEST(CorrectedMzmlEndToEnd, Bsa1KeepsEverySpectrumAndCarriesTheMgfPrecursors) {
     }
     ++compared;
   }
-  EXPECT_EQ(compared, 1120u);
+  EXPECT_EQ(compared, expectedMs2);
+}
+
+TEST(CorrectedMzmlEndToEnd, Bsa1KeepsEverySpectrumAndCarriesTheMgfPrecursors) {
+  if (!fs::exists(bsa1MzmlPath())) GTEST_SKIP() << "BSA1.mzML not cached at " << bsa1MzmlPath();
+  TempDir dir;
+  const RunResult result = runCorvid(dir.path(), {"-D", bsa1MzmlPath().string(), "--outputpath=" + dir.folder(),
+                                                  "--extract_path=" + dir.folder() + "x", "--output_mzml=1"});
+  ASSERT_EQ(result.status, 0) << result.out;
+  const std::string input = readFile(bsa1MzmlPath());
+  const std::string corrected = readFile(dir.path() / "BSA1.corrected.mzML");
+  const std::vector<std::string> ids = attributeValues(corrected, "spectrum", "id");
+  EXPECT_EQ(ids.size(), 1684u);
+  EXPECT_EQ(ids, attributeValues(input, "spectrum", "id"));
+  expectConsistentIndexedMzml(corrected);
+  expectMgfPrecursorsAsSelectedIons(corrected, dir.path() / "x" / "BSA1_scans.csv", dir.path() / "BSA1_CIDIT.mgf", 1120);
   if (!fileInfoInstalled()) GTEST_SKIP() << "FileInfo not installed (Debian package topp): validation skipped";
   // BSA1 itself breaks semantic rules (m/z terms without units); the corrected copy adds none.
   fs::copy_file(bsa1MzmlPath(), dir.path() / "BSA1.mzML");
@@ -145,6 +156,36 @@ TEST(CorrectedMzmlEndToEnd, Bsa1KeepsEverySpectrumAndCarriesTheMgfPrecursors) {
   const Validation output = validate(dir.path() / "BSA1.corrected.mzML");
   EXPECT_TRUE(output.schemaValid);
   EXPECT_EQ(output.errors, original.errors);
+}
+
+TEST(CorrectedMzmlEndToEnd, NestedMzxmlGoldenAndValid) {
+  TempDir dir;
+  fs::copy_file(fs::path(CORVID_TEST_DATA_DIR) / "mzml" / "nested.mzXML", dir.path() / "nested.mzXML");
+  const RunResult result = runCorvid(dir.path(), {"nested.mzXML", "--output_mzml=1"});
+  ASSERT_EQ(result.status, 0) << result.out;
+  const std::string corrected = readFile(dir.path() / "nested.corrected.mzML");
+  expectGolden(corrected, "corrected_mzml/nested.corrected.mzML");
+  expectConsistentIndexedMzml(corrected);
+  if (!fileInfoInstalled()) GTEST_SKIP() << "FileInfo not installed (Debian package topp): validation skipped";
+  const Validation output = validate(dir.path() / "nested.corrected.mzML");
+  EXPECT_TRUE(output.schemaValid && output.semanticallyValid) << output.errors.size();
+}
+
+TEST(CorrectedMzmlEndToEnd, Bsa1AsMzxmlBecomesAValidMzmlWithTheMgfPrecursors) {
+  if (!fs::exists(bsa1MzmlPath())) GTEST_SKIP() << "BSA1.mzML not cached at " << bsa1MzmlPath();
+  if (std::system("command -v FileConverter >/dev/null 2>&1") != 0) GTEST_SKIP() << "FileConverter (topp) not installed";
+  TempDir dir;
+  const std::string convert = "FileConverter -in " + shellQuote(bsa1MzmlPath().string()) + " -out " +
+                              shellQuote(dir.file("BSA1.mzXML")) + " >/dev/null 2>&1";
+  ASSERT_EQ(std::system(convert.c_str()), 0);
+  const RunResult result = runCorvid(dir.path(), {"BSA1.mzXML", "--extract_path=x", "--output_mzml=1", "--strict_exit=1"});
+  ASSERT_EQ(result.status, 0) << result.out;
+  const std::string corrected = readFile(dir.path() / "BSA1.corrected.mzML");
+  EXPECT_EQ(attributeValues(corrected, "spectrum", "id").size(), 1684u);
+  expectConsistentIndexedMzml(corrected);
+  expectMgfPrecursorsAsSelectedIons(corrected, dir.path() / "x" / "BSA1_scans.csv", dir.path() / "BSA1_CIDIT.mgf", 1120);
+  const Validation output = validate(dir.path() / "BSA1.corrected.mzML");
+  EXPECT_TRUE(output.schemaValid && output.semanticallyValid) << output.errors.size();
 }
 
 }  // namespace

@@ -1,0 +1,261 @@
+#include "spectra/mzxml_as_mzml.h"
+
+#include <zlib.h>
+
+#include <array>
+#include <cstring>
+
+#include "platform/paths.h"
+#include "spectra/mzml_output.h"
+#include "spectra/mzxml_parser.h"
+
+namespace corvid {
+namespace {
+
+const char* configurationOf(AnalyzerKind kind) {
+  switch (kind) {
+    case AnalyzerKind::FourierTransform: return "IC_FT";
+    case AnalyzerKind::IonTrap: return "IC_IT";
+    case AnalyzerKind::TimeOfFlight: return "IC_TOF";
+    default: return "IC_UNKNOWN";
+  }
+}
+
+// The PSI-MS dissociation term of an activation name.
+std::pair<const char*, const char*> activationTerm(const std::string& activation) {
+  if (activation == "CID") return {"MS:1000133", "collision-induced dissociation"};
+  if (activation == "HCD") return {"MS:1000422", "beam-type collision-induced dissociation"};
+  if (activation == "ETD") return {"MS:1000598", "electron transfer dissociation"};
+  if (activation == "PQD") return {"MS:1000599", "pulsed q dissociation"};
+  if (activation == "ECD") return {"MS:1000250", "electron capture dissociation"};
+  if (activation == "IRM") return {"MS:1000262", "infrared multiphoton dissociation"};
+  return {"MS:1000044", "dissociation method"};
+}
+
+std::string base64(const unsigned char* bytes, std::size_t size) {
+  static const char* const kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string out;
+  out.reserve((size + 2) / 3 * 4);
+  std::size_t i = 0;
+  for (; i + 2 < size; i += 3) {
+    const std::uint32_t n = (std::uint32_t{bytes[i]} << 16) | (std::uint32_t{bytes[i + 1]} << 8) | bytes[i + 2];
+    for (int shift = 18; shift >= 0; shift -= 6) out += kAlphabet[(n >> shift) & 63];
+  }
+  if (i < size) {
+    const std::uint32_t n = (std::uint32_t{bytes[i]} << 16) | (i + 1 < size ? std::uint32_t{bytes[i + 1]} << 8 : 0);
+    out += kAlphabet[(n >> 18) & 63];
+    out += kAlphabet[(n >> 12) & 63];
+    out += i + 1 < size ? kAlphabet[(n >> 6) & 63] : '=';
+    out += '=';
+  }
+  return out;
+}
+
+// Little-endian 64-bit floats, zlib-compressed, base64: the most widely read mzML encoding.
+std::string encodeArray(const std::vector<double>& values, std::string& error) {
+  std::string raw(values.size() * 8, '\0');
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    std::uint64_t bits = 0;
+    std::memcpy(&bits, &values[i], 8);
+    for (int b = 0; b < 8; ++b) raw[i * 8 + b] = static_cast<char>((bits >> (8 * b)) & 0xFF);
+  }
+  uLongf packedSize = compressBound(static_cast<uLong>(raw.size()));
+  std::string packed(packedSize, '\0');
+  if (compress2(reinterpret_cast<Bytef*>(packed.data()), &packedSize, reinterpret_cast<const Bytef*>(raw.data()),
+                static_cast<uLong>(raw.size()), Z_DEFAULT_COMPRESSION) != Z_OK) {
+    error = "zlib cannot compress a peak array";
+    return std::string();
+  }
+  return base64(reinterpret_cast<const unsigned char*>(packed.data()), packedSize);
+}
+
+std::string binaryArray(const std::vector<double>& values, bool mz, std::string& error) {
+  const std::string text = encodeArray(values, error);
+  std::string out = "\t\t\t\t\t<binaryDataArray encodedLength=\"" + std::to_string(text.size()) + "\">\n";
+  out += "\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000523\" name=\"64-bit float\" />\n";
+  out += "\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000574\" name=\"zlib compression\" />\n";
+  out += mz ? "\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000514\" name=\"m/z array\" unitCvRef=\"MS\" "
+              "unitAccession=\"MS:1000040\" unitName=\"m/z\" />\n"
+            : "\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000515\" name=\"intensity array\" unitCvRef=\"MS\" "
+              "unitAccession=\"MS:1000131\" unitName=\"number of detector counts\" />\n";
+  out += "\t\t\t\t\t\t<binary>" + text + "</binary>\n\t\t\t\t\t</binaryDataArray>\n";
+  return out;
+}
+
+std::string spectrumElement(const OpenSpectrum& s, std::size_t index, const CorrectionsByNativeId& corrections,
+                            bool& corrected, std::string& error) {
+  const std::string id = escapeXml(s.nativeId);
+  std::string out = "<spectrum index=\"" + std::to_string(index) + "\" id=\"" + id + "\" defaultArrayLength=\"" +
+                    std::to_string(s.mz.size()) + "\">\n";
+  out += "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000511\" name=\"ms level\" value=\"" +
+         std::to_string(s.msLevel) + "\" />\n";
+  out += s.msLevel == 1 ? "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000579\" name=\"MS1 spectrum\" />\n"
+                        : "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000580\" name=\"MSn spectrum\" />\n";
+  // mzXML says centroided="0" or "1"; when it says nothing, the representation is not known.
+  out += s.centroided == 1   ? "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000127\" name=\"centroid spectrum\" />\n"
+         : s.centroided == 0 ? "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000128\" name=\"profile spectrum\" />\n"
+                             : "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000525\" name=\"spectrum representation\" />\n";
+  out += "\t\t\t\t<scanList count=\"1\">\n\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000795\" name=\"no combination\" />\n";
+  out += std::string("\t\t\t\t\t<scan instrumentConfigurationRef=\"") + configurationOf(s.analyzer) + "\">\n";
+  out += "\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000016\" name=\"scan start time\" value=\"" +
+         formatNumber(s.retentionTime) + "\" unitCvRef=\"UO\" unitAccession=\"UO:0000010\" unitName=\"second\" />\n";
+  if (!s.filterText.empty()) {
+    out += "\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000512\" name=\"filter string\" value=\"" +
+           escapeXml(s.filterText) + "\" />\n";
+  }
+  if (s.ionInjectionTime > 0.0) {
+    out += "\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000927\" name=\"ion injection time\" value=\"" +
+           formatNumber(s.ionInjectionTime) +
+           "\" unitCvRef=\"UO\" unitAccession=\"UO:0000028\" unitName=\"millisecond\" />\n";
+  }
+  out += "\t\t\t\t\t</scan>\n\t\t\t\t</scanList>\n";
+  if (s.msLevel > 1) {
+    out += "\t\t\t\t<precursorList count=\"1\">\n";
+    out += s.precursorRef.empty() ? "\t\t\t\t\t<precursor>\n"
+                                  : "\t\t\t\t\t<precursor spectrumRef=\"" + escapeXml(s.precursorRef) + "\">\n";
+    if (s.hasIsolationTarget) {
+      out += "\t\t\t\t\t\t<isolationWindow>\n\t\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000827\" "
+             "name=\"isolation window target m/z\" value=\"" +
+             formatNumber(s.isolationTarget) +
+             "\" unitCvRef=\"MS\" unitAccession=\"MS:1000040\" unitName=\"m/z\" />\n\t\t\t\t\t\t</isolationWindow>\n";
+    }
+    const auto found = corrections.find(s.nativeId);
+    const std::string instrumentMz = s.hasSelectedMz ? formatNumber(s.selectedMz) : std::string();
+    const std::string instrumentCharge = s.charge > 0 ? std::to_string(s.charge) : std::string();
+    if (found != corrections.end() && !found->second.empty()) {
+      out += "\t\t\t\t\t\t" + selectedIonList(found->second, "\t\t\t\t\t\t", instrumentMz, instrumentCharge) + "\n";
+      corrected = true;
+    } else if (s.hasSelectedMz) {
+      out += "\t\t\t\t\t\t<selectedIonList count=\"1\">\n\t\t\t\t\t\t\t<selectedIon>\n";
+      out += "\t\t\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000744\" name=\"selected ion m/z\" value=\"" +
+             instrumentMz + "\" unitCvRef=\"MS\" unitAccession=\"MS:1000040\" unitName=\"m/z\" />\n";
+      if (!instrumentCharge.empty()) {
+        out += "\t\t\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000041\" name=\"charge state\" value=\"" +
+               instrumentCharge + "\" />\n";
+      }
+      out += "\t\t\t\t\t\t\t</selectedIon>\n\t\t\t\t\t\t</selectedIonList>\n";
+    }
+    const auto [accession, name] = activationTerm(s.activation);
+    out += std::string("\t\t\t\t\t\t<activation>\n\t\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"") + accession +
+           "\" name=\"" + name + "\" />\n\t\t\t\t\t\t</activation>\n";
+    out += "\t\t\t\t\t</precursor>\n\t\t\t\t</precursorList>\n";
+  }
+  out += "\t\t\t\t<binaryDataArrayList count=\"2\">\n";
+  out += binaryArray(s.mz, true, error);
+  out += binaryArray(s.intensity, false, error);
+  out += "\t\t\t\t</binaryDataArrayList>\n\t\t\t</spectrum>\n";
+  return out;
+}
+
+std::string instrumentConfiguration(const char* id, const char* accession, const char* name) {
+  return std::string("\t\t<instrumentConfiguration id=\"") + id +
+         "\">\n\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000031\" name=\"instrument model\" />\n"
+         "\t\t\t<componentList count=\"3\">\n"
+         "\t\t\t\t<source order=\"1\"><cvParam cvRef=\"MS\" accession=\"MS:1000008\" name=\"ionization type\" /></source>\n"
+         "\t\t\t\t<analyzer order=\"2\"><cvParam cvRef=\"MS\" accession=\"" + accession + "\" name=\"" + name +
+         "\" /></analyzer>\n"
+         "\t\t\t\t<detector order=\"3\"><cvParam cvRef=\"MS\" accession=\"MS:1000026\" name=\"detector type\" /></detector>\n"
+         "\t\t\t</componentList>\n\t\t</instrumentConfiguration>\n";
+}
+
+// The SHA-1 of the input file, which the source file entry records.
+bool fileSha1(const std::string& path, std::string& digest) {
+  std::FILE* file = std::fopen(path.c_str(), "rb");
+  if (file == nullptr) return false;
+  Sha1 hash;
+  std::string buffer(1 << 20, '\0');
+  std::size_t got = 0;
+  while ((got = std::fread(buffer.data(), 1, buffer.size(), file)) > 0) sha1Update(hash, std::string_view(buffer.data(), got));
+  const bool failed = std::ferror(file) != 0;
+  std::fclose(file);
+  digest = sha1Hex(hash);
+  return !failed;
+}
+
+std::string header(const std::string& inputPath, const std::string& inputSha1, std::size_t spectrumCount) {
+  const std::string name = escapeXml(fileNameOf(inputPath));
+  std::string out = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n" + std::string(kIndexedOpening);
+  out += "<mzML xmlns=\"http://psi.hupo.org/ms/mzml\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" "
+         "xsi:schemaLocation=\"http://psi.hupo.org/ms/mzml http://psidev.info/files/ms/mzML/xsd/mzML1.1.0.xsd\" "
+         "version=\"1.1.0\">\n";
+  out += "\t<cvList count=\"2\">\n"
+         "\t\t<cv id=\"MS\" fullName=\"Proteomics Standards Initiative Mass Spectrometry Ontology\" version=\"4.1.0\" "
+         "URI=\"https://raw.githubusercontent.com/HUPO-PSI/psi-ms-CV/master/psi-ms.obo\" />\n"
+         "\t\t<cv id=\"UO\" fullName=\"Unit Ontology\" version=\"09:04:2014\" "
+         "URI=\"https://raw.githubusercontent.com/bio-ontology-research-group/unit-ontology/master/unit.obo\" />\n"
+         "\t</cvList>\n";
+  out += "\t<fileDescription>\n\t\t<fileContent>\n"
+         "\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000579\" name=\"MS1 spectrum\" />\n"
+         "\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000580\" name=\"MSn spectrum\" />\n\t\t</fileContent>\n"
+         "\t\t<sourceFileList count=\"1\">\n\t\t\t<sourceFile id=\"SF1\" name=\"" + name + "\" location=\"file://" +
+         escapeXml(folderOf(inputPath)) + "\">\n"
+         "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000776\" name=\"scan number only nativeID format\" />\n"
+         "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000566\" name=\"ISB mzXML format\" />\n"
+         "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000569\" name=\"SHA-1\" value=\"" + inputSha1 + "\" />\n"
+         "\t\t\t</sourceFile>\n\t\t</sourceFileList>\n\t</fileDescription>\n";
+  out += "\t<softwareList count=\"1\">\n\t\t" + corvidSoftwareEntry() + "\n\t</softwareList>\n";
+  out += "\t<instrumentConfigurationList count=\"4\">\n";
+  out += instrumentConfiguration("IC_FT", "MS:1000079", "fourier transform ion cyclotron resonance mass spectrometer");
+  out += instrumentConfiguration("IC_IT", "MS:1000264", "ion trap");
+  out += instrumentConfiguration("IC_TOF", "MS:1000084", "time-of-flight");
+  out += instrumentConfiguration("IC_UNKNOWN", "MS:1000443", "mass analyzer type");
+  out += "\t</instrumentConfigurationList>\n";
+  out += "\t<dataProcessingList count=\"1\">\n\t\t" + corvidProcessingEntry() + "\n\t</dataProcessingList>\n";
+  out += "\t<run id=\"" + escapeXml(withoutExtension(fileNameOf(inputPath)) + "x") +
+         "\" defaultInstrumentConfigurationRef=\"IC_UNKNOWN\" defaultSourceFileRef=\"SF1\">\n";
+  out += "\t\t<spectrumList count=\"" + std::to_string(spectrumCount) + "\" defaultDataProcessingRef=\"" +
+         std::string(kProcessingId) + "\">\n";
+  return out;
+}
+
+}  // namespace
+
+CorrectedMzmlOutcome writeCorrectedMzmlFromMzxml(const std::string& inputPath, const CorrectionsByNativeId& corrections,
+                                                 const std::string& outputPath) {
+  CorrectedMzmlOutcome outcome;
+  // The spectrum count stands before the spectra: one reading pass to count them.
+  std::size_t count = 0;
+  std::string error;
+  if (!readMzXMLFile(inputPath, [&count](const OpenSpectrum&, std::string&) { return ++count > 0; }, error)) {
+    outcome.error = error;
+    return outcome;
+  }
+  std::string inputSha1;
+  if (!fileSha1(inputPath, inputSha1)) {
+    outcome.error = "cannot read " + inputPath;
+    return outcome;
+  }
+  MzmlOutput out;
+  if (!openPending(outputPath, out.pending)) {
+    outcome.error = out.pending.error;
+    return outcome;
+  }
+  out.put(header(inputPath, inputSha1, count));
+  std::vector<IndexEntry> index;
+  const bool read = readMzXMLFile(inputPath, [&](const OpenSpectrum& spectrum, std::string& reason) {
+    if (index.size() == count) {
+      reason = "the file changed while it was read";
+      return false;
+    }
+    out.put("\t\t\t");  // the index points at the element itself, after its indentation
+    index.push_back({escapeXml(spectrum.nativeId), out.offset});
+    bool corrected = false;
+    out.put(spectrumElement(spectrum, index.size() - 1, corrections, corrected, reason));
+    if (corrected) ++outcome.corrected;
+    return reason.empty();
+  }, error);
+  if (!read || index.size() != count) {
+    outcome.error = read ? "the file changed while it was read" : error;
+    return outcome;
+  }
+  outcome.spectra = count;
+  out.put("\t\t</spectrumList>\n\t</run>\n</mzML>\n");
+  if (!finishIndexedMzml(out, index, {})) {
+    outcome.error = out.pending.error;
+    return outcome;
+  }
+  outcome.written = true;
+  return outcome;
+}
+
+}  // namespace corvid
