@@ -121,6 +121,7 @@ void printLongOptionHelp() {
       "\tstrict_exit     default (0)   1: non-zero exit status when anything was skipped or failed",
       "\textract_path    default ()    folder for the .ms1/.ms2 extracted from mzML/mzXML",
       "\toutput_table    default (0)   1: also write <stem>.precursors.tsv, one row per precursor",
+      "\toutput_mzml     default (0)   1: also write <stem>.corrected.mzML with Corvid's precursors",
   };
   printLines(kLines);
 }
