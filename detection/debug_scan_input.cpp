@@ -6,8 +6,8 @@
 
 #include "platform/text_file.h"
 #include "spectra/file_size.h"
-#include "startup/run_failure.h"
-#include "startup/run_log.h"
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 

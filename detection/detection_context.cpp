@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <string>
 
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 namespace {

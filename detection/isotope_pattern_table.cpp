@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "platform/text_file.h"
-#include "startup/run_failure.h"
-#include "startup/run_log.h"
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 namespace {

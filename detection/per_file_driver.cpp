@@ -8,6 +8,7 @@
 #include <limits>
 #include <unordered_map>
 
+#include "platform/run_failure.h"
 #include "detection/candidate_detection.h"
 #include "detection/debug_scan_input.h"
 #include "detection/detection_context.h"
@@ -35,7 +36,7 @@
 #include "spectra/ms1_reader.h"
 #include "spectra/ms2_reader.h"
 #include "spectra/ms2_writer.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 namespace {
@@ -363,7 +364,7 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   loadMS2File(ms2Path, ms2File);
   if (isOn(parameters["output_freq"])) {
     writePeakDifferenceStatistics(ms2File, ms2Path);
-    std::exit(0);
+    throw RunFailure("peak-difference statistics written", FailureKind::kFinishedEarly);
   }
   if (debug.mode == DebugMode::kScanList) debug.scans = askDebugScanList();
 

@@ -1,4 +1,5 @@
 #include "scoring/mars_model.h"
+#include "platform/run_failure.h"
 
 #include <algorithm>
 #include <array>
@@ -89,7 +90,7 @@ PreparedModel prepare(const MarsModel& model) {
 
 double evaluatePrepared(const PreparedModel& prepared, std::span<const double> features) {
   if (prepared.highestFeature >= features.size()) {
-    throw std::out_of_range("feature vector too short for the MARS model");
+    throw RunFailure("feature vector too short for the MARS model", FailureKind::kOutOfBounds);
   }
   const MarsModel& model = *prepared.model;
   double score = model.intercept;
@@ -127,7 +128,7 @@ double evaluateMarsModel(const MarsModel& model, std::span<const double> feature
   double score = model.intercept;
   for (const MarsTerm& term : model.terms) {
     if (term.feature >= features.size()) {
-      throw std::out_of_range("feature vector too short for the MARS model");
+      throw RunFailure("feature vector too short for the MARS model", FailureKind::kOutOfBounds);
     }
     score += term.coefficient * hingeValue(term, features[term.feature]);
   }

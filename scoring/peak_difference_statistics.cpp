@@ -7,7 +7,7 @@
 #include <string>
 
 #include "platform/run_outcome.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 

@@ -10,7 +10,7 @@
 #include "platform/file_patterns.h"
 #include "platform/pending_file.h"
 #include "platform/run_outcome.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 namespace {

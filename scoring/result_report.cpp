@@ -6,10 +6,11 @@
 #include <cstdio>
 #include <stdexcept>
 
+#include "platform/run_failure.h"
 #include "platform/run_outcome.h"
 #include "platform/text_file.h"
 #include "scoring/whole_number.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 
@@ -72,7 +73,7 @@ std::size_t writeReportRows(const MS2File& ms2File, const std::vector<std::size_
                             const std::vector<std::uint32_t>* debugScanList,
                             ReferencePrecursorList* reference, std::string& reportText) {
   if (typeIndex < 0 || typeIndex >= kActivationGroupCount) {
-    throw std::out_of_range("activation group index outside 0..5");
+    throw RunFailure("activation group index outside 0..5", FailureKind::kOutOfBounds);
   }
   if (reference != nullptr) resetFound(*reference);
   const char* activation = kActivationNames[static_cast<std::size_t>(typeIndex % 3)];

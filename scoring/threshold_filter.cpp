@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "platform/run_failure.h"
 #include "scoring/whole_number.h"
 
 namespace corvid {
@@ -45,7 +46,7 @@ void filterByThreshold(const ParameterTable& parameters, const std::vector<doubl
     return;
   }
   if (records.size() != scores.size()) {
-    throw std::out_of_range("score list and precursor record list differ in length");
+    throw RunFailure("score list and precursor record list differ in length", FailureKind::kOutOfBounds);
   }
   const bool debug = valueOrEmpty(parameters, "debug_mode") == "1";
 

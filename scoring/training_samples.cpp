@@ -2,7 +2,7 @@
 
 #include "platform/text_file.h"
 #include "scoring/whole_number.h"
-#include "startup/run_failure.h"
+#include "platform/run_failure.h"
 
 namespace corvid {
 

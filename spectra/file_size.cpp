@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 #endif
 
-#include "startup/run_failure.h"
+#include "platform/run_failure.h"
 
 namespace corvid {
 namespace {

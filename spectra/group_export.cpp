@@ -3,7 +3,7 @@
 #include <cstdio>
 
 #include "platform/run_outcome.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 

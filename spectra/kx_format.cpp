@@ -6,8 +6,8 @@
 
 #include "platform/paths.h"
 #include "platform/run_outcome.h"
-#include "startup/run_failure.h"
-#include "startup/run_log.h"
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 namespace {

@@ -3,7 +3,7 @@
 #include "platform/run_outcome.h"
 #include "spectra/kx_format.h"
 #include "spectra/mgf_reader.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 

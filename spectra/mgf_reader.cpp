@@ -11,8 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "platform/run_failure.h"
 #include "spectra/precursor_record.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 
@@ -146,7 +147,7 @@ void dropCarriageReturns(std::string& text) {
       "[Error] Sorry, Corvid fail to parse the title of the MGF, the program will exit!\n",
       stdout);
   std::fflush(stdout);
-  std::exit(255);
+  throw RunFailure("MGF title without a readable scan", FailureKind::kEndedQuietly);
 }
 
 enum class ReadMode { Blocks, Peaks, SkipToEnd };
@@ -367,7 +368,7 @@ void readMGF(MGFFile& mgfFile) {
   if (!loadFile(mgfFile.path, text)) {
     std::fputs("The MGF does not exist.\n", stdout);
     std::fflush(stdout);
-    std::exit(255);
+    throw RunFailure("MGF file missing", FailureKind::kEndedQuietly);
   }
   dropCarriageReturns(text);
   ReaderState state;

@@ -2,7 +2,7 @@
 
 #include "platform/run_outcome.h"
 #include "spectra/output_file.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 

@@ -7,8 +7,8 @@
 #include "spectra/ms_text_scanners.h"
 #include "spectra/precursor_record.h"
 #include "spectra/read_buffer.h"
-#include "startup/run_failure.h"
-#include "startup/run_log.h"
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 namespace {

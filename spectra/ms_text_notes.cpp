@@ -1,6 +1,6 @@
 #include "spectra/ms_text_notes.h"
 
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 

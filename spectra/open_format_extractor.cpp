@@ -21,7 +21,7 @@
 #include "spectra/open_format_terms.h"
 #include "spectra/scan_numbering.h"
 #include "spectra/scan_summary.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <new>
 
-#include "startup/run_failure.h"
+#include "platform/run_failure.h"
 
 #ifdef __linux__
 #include <sys/mman.h>

@@ -5,7 +5,7 @@
 
 #include "platform/paths.h"
 #include "platform/support_files.h"
-#include "startup/run_failure.h"
+#include "platform/run_failure.h"
 
 namespace corvid {
 namespace {

@@ -15,8 +15,8 @@
 #include "startup/command_line.h"
 #include "startup/parameter_file.h"
 #include "startup/program_texts.h"
-#include "startup/run_failure.h"
-#include "startup/run_log.h"
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 #include "startup/start_routes.h"
 
 namespace corvid {
@@ -111,10 +111,23 @@ int runRouteGuarded(const std::function<void()>& route) {
     logMessage("Infor", " == == == Time elapsed: " + std::to_string(seconds) + " seconds. == == == = ");
     return 0;
   } catch (const RunFailure& failure) {
-    std::printf("\n");
-    logMessage("Error", failure.text);
-    logExitNotice();
+    switch (failure.kind) {
+      case FailureKind::kRunAborted:
+        std::printf("\n");
+        logMessage("Error", failure.text);
+        logExitNotice();
+        break;
+      case FailureKind::kOutOfBounds:
+        std::printf("\n");
+        logMessage("Error", "ARRAY ACCESS OUT OF BOUNDS!\n");
+        break;
+      case FailureKind::kEndedQuietly:
+        break;
+      case FailureKind::kFinishedEarly:
+        return 0;
+    }
   } catch (const std::out_of_range&) {
+    // The standard library's own range checks (at()) end the run the same way.
     std::printf("\n");
     logMessage("Error", "ARRAY ACCESS OUT OF BOUNDS!\n");
   } catch (const std::exception& error) {

@@ -6,7 +6,7 @@
 #include "spectra/mgf_pipeline.h"
 #include "spectra/mgf_reader.h"
 #include "startup/pipelines.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 

@@ -11,7 +11,7 @@
 #include "spectra/mzxml_as_mzml.h"
 #include "spectra/open_format_extractor.h"
 #include "startup/pipelines.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 namespace {

@@ -6,7 +6,7 @@
 #include "build_config.h"
 #include "platform/paths.h"
 #include "platform/text_file.h"
-#include "startup/run_failure.h"
+#include "platform/run_failure.h"
 
 namespace corvid {
 namespace {

@@ -14,8 +14,8 @@
 #include "startup/file_discovery.h"
 #include "startup/parameter_checks.h"
 #include "startup/pipelines.h"
-#include "startup/run_failure.h"
-#include "startup/run_log.h"
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 namespace {

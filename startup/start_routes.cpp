@@ -10,7 +10,7 @@
 #include "startup/parameter_file.h"
 #include "startup/pipelines.h"
 #include "startup/run_driver.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 namespace {

@@ -3,7 +3,7 @@
 #include "platform/paths.h"
 #include "platform/run_outcome.h"
 #include "startup/pipelines.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 namespace {

@@ -13,7 +13,7 @@
 #include "spectra/ms2_splitter.h"
 #include "spectra/spectrum_records.h"
 #include "startup/pipelines.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 namespace corvid {
 namespace {

@@ -10,8 +10,8 @@
 #include <vector>
 #include <string>
 
-#include "startup/run_failure.h"
-#include "startup/run_log.h"
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 #include "tests/support/test_support.h"
 
 namespace corvid {

@@ -13,7 +13,7 @@
 
 #include "spectra/ms1_reader.h"
 #include "spectra/ms2_reader.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 #include "tests/spectra/ms_text_compare.h"
 #include "tests/support/test_support.h"
 

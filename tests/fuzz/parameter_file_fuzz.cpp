@@ -2,7 +2,7 @@
 #include <string>
 
 #include "startup/parameter_file.h"
-#include "startup/run_failure.h"
+#include "platform/run_failure.h"
 #include "tests/fuzz/fuzz_targets.h"
 #include "tests/support/test_support.h"
 

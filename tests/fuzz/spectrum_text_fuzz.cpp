@@ -12,8 +12,8 @@
 #include "spectra/ms1_reader.h"
 #include "spectra/ms2_reader.h"
 #include "spectra/open_format_extractor.h"
-#include "startup/run_failure.h"
-#include "startup/run_log.h"
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 #include "tests/fuzz/fuzz_targets.h"
 #include "tests/support/test_support.h"
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 #include "tests/support/test_support.h"
 
 namespace corvid {

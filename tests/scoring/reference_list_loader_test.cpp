@@ -7,7 +7,7 @@
 #include <random>
 #include <string>
 
-#include "startup/run_failure.h"
+#include "platform/run_failure.h"
 
 namespace corvid {
 namespace {

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "scoring/svm_classifier.h"
-#include "startup/run_failure.h"
-#include "startup/run_log.h"
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 #include "tests/support/test_support.h"
 
 namespace corvid {

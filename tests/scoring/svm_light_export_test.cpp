@@ -7,7 +7,7 @@
 
 #include "platform/msvc_random.h"
 #include "scoring/svm_light_export.h"
-#include "startup/run_failure.h"
+#include "platform/run_failure.h"
 #include "tests/support/failure_text.h"
 #include "tests/support/test_support.h"
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "scoring/training_samples.h"
-#include "startup/run_failure.h"
+#include "platform/run_failure.h"
 #include "tests/support/reference_list_support.h"
 #include "tests/support/test_support.h"
 

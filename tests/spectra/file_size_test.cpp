@@ -6,7 +6,7 @@
 #include <string>
 
 #include "tests/spectra/spectra_test_support.h"
-#include "startup/run_failure.h"
+#include "platform/run_failure.h"
 
 namespace corvid {
 namespace {

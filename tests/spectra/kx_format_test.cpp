@@ -7,7 +7,7 @@
 #include <random>
 
 #include "spectra/precursor_record.h"
-#include "startup/run_failure.h"
+#include "platform/run_failure.h"
 #include "tests/spectra/spectra_test_support.h"
 #include "tests/support/failure_text.h"
 

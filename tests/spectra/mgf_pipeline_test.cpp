@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "platform/run_failure.h"
 #include "spectra/kx_format.h"
 #include "tests/spectra/spectra_test_support.h"
 
@@ -68,7 +69,12 @@ TEST(RunMGFPipelineDeathTest, MissingFileEndsTheRunAndKeepsEarlierOutputs) {
   EXPECT_EXIT(
       {
         if (std::freopen(consolePath.c_str(), "w", stdout) == nullptr) std::exit(1);
-        runMGFPipeline(parameters, {"a.mgf", "b.mgf"});
+        try {
+          runMGFPipeline(parameters, {"a.mgf", "b.mgf"});
+        } catch (const RunFailure& failure) {
+          std::fflush(stdout);
+          std::exit(failure.kind == FailureKind::kEndedQuietly ? 255 : 1);
+        }
         std::exit(0);
       },
       ::testing::ExitedWithCode(255), "");

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <random>
 
+#include "platform/run_failure.h"
 #include "spectra/precursor_record.h"
 #include "tests/spectra/spectra_test_support.h"
 
@@ -45,7 +46,12 @@ void expectExitWithOutput(const TempDir& folder, const std::string& mgfPath,
   EXPECT_EXIT(
       {
         if (std::freopen(consolePath.c_str(), "w", stdout) == nullptr) std::exit(1);
-        readMGF(file);
+        try {
+          readMGF(file);
+        } catch (const RunFailure& failure) {
+          std::fflush(stdout);
+          std::exit(failure.kind == FailureKind::kEndedQuietly ? 255 : 1);
+        }
         std::exit(0);
       },
       ::testing::ExitedWithCode(255), "");

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "spectra/spectrum_records.h"
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 #include "tests/support/test_support.h"
 
 namespace corvid::testing {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/support_files.h"
-#include "startup/run_failure.h"
+#include "platform/run_failure.h"
 #include "tests/support/test_support.h"
 
 namespace corvid {

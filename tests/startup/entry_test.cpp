@@ -4,8 +4,8 @@
 
 #include <stdexcept>
 
-#include "startup/run_failure.h"
-#include "startup/run_log.h"
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 #include "tests/support/test_support.h"
 
 namespace corvid {

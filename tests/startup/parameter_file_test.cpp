@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "startup/run_failure.h"
+#include "platform/run_failure.h"
 #include "tests/support/test_support.h"
 
 namespace corvid {

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "startup/run_failure.h"
-#include "startup/run_log.h"
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 #include "startup/start_routes.h"
 #include "tests/support/test_support.h"
 

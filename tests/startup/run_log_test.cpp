@@ -1,4 +1,4 @@
-#include "startup/run_log.h"
+#include "platform/run_log.h"
 
 #include <gtest/gtest.h>
 

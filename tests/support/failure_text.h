@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "startup/run_failure.h"
+#include "platform/run_failure.h"
 
 namespace corvid::testing {
 
@@ -14,6 +14,16 @@ inline std::string failureText(const std::function<void()>& action) {
     return failure.text;
   }
   return "(no failure)";
+}
+
+// The kind of the RunFailure an action throws; false when it throws none.
+inline bool failsAsOutOfBounds(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const RunFailure& failure) {
+    return failure.kind == FailureKind::kOutOfBounds;
+  }
+  return false;
 }
 
 }  // namespace corvid::testing

@@ -1,0 +1,26 @@
+#pragma once
+// The one failure type of Corvid: thrown where a failure is detected, caught only by the entry
+// routine, which turns its kind into the program's message and exit status. Library code never
+// ends the process itself.
+#include <exception>
+#include <string>
+#include <utility>
+
+namespace corvid {
+
+enum class FailureKind {
+  kRunAborted,     // the text is logged as "Error" with the exit notice; status 255
+  kOutOfBounds,    // "ARRAY ACCESS OUT OF BOUNDS!" is logged; status 255
+  kEndedQuietly,   // the reader already printed why; status 255 and nothing more is logged
+  kFinishedEarly,  // a job that ends the run successfully before its usual end; status 0, nothing more
+};
+
+struct RunFailure : std::exception {
+  std::string text;
+  FailureKind kind = FailureKind::kRunAborted;
+  explicit RunFailure(std::string message, FailureKind failureKind = FailureKind::kRunAborted)
+      : text(std::move(message)), kind(failureKind) {}
+  const char* what() const noexcept override { return text.c_str(); }
+};
+
+}  // namespace corvid
