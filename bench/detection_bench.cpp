@@ -15,6 +15,7 @@
 #include "detection/candidate_detection.h"
 #include "detection/isotope_pattern_table.h"
 #include "detection/ms1_peak_gathering.h"
+#include "startup/run_settings.h"
 
 namespace {
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "spectra/ms2_splitter.h"
+#include "startup/run_settings.h"
 
 namespace {
 

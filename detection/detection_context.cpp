@@ -41,25 +41,9 @@ void addToProfileGrid(ProfileGrid& grid, std::int64_t row, std::int64_t bin, dou
   grid.filledCells.push_back(cell);
 }
 
-DetectionSettings readDetectionSettings(const ParameterTable& parameters) {
-  DetectionSettings settings;
-  const std::string& debug = valueOrEmpty(parameters, "debug_mode");
-  settings.debugMode = debug == "1"   ? DebugMode::kSingleScan
-                       : debug == "2" ? DebugMode::kScanList
-                                      : DebugMode::kOff;
-  settings.coElute = readInteger(valueOrEmpty(parameters, "co-elute"));
-  settings.cutSimilarMono = isOn(valueOrEmpty(parameters, "cut_similiar_mono"));
-  settings.isolationWidth = readReal(valueOrEmpty(parameters, "isolation_width"));
-  settings.recalibrateWindow = readReal(valueOrEmpty(parameters, "recalibrate_window"));
-  settings.outputSvmLight = isOn(valueOrEmpty(parameters, "outputsvmlight"));
-  settings.checkActivationCenter = isOn(valueOrEmpty(parameters, "check_activationcenter"));
-  settings.dataPath = valueOrEmpty(parameters, "datapath");
-  return settings;
-}
-
-DetectionContext makeDetectionContext(const ParameterTable& parameters, const MS1File& ms1) {
+DetectionContext makeDetectionContext(const DetectionSettings& settings, const MS1File& ms1) {
   DetectionContext context;
-  context.settings = readDetectionSettings(parameters);
+  context.settings = settings;
   context.ms1 = &ms1;
   context.filteredGrid = makeProfileGrid(kFilteredGridRows, kFilteredGridCenterRow);
   context.wideGrid = makeProfileGrid(kWideGridRows, kWideGridCenterRow);
@@ -81,7 +65,7 @@ DetectionContext makeDetectionContext(const ParameterTable& parameters, const MS
                   "%zu MS1 scans list peaks out of m/z order; peaks after the first one above a "
                   "gathering window are not used for them",
                   unordered);
-    logMessage("Alert", message);
+    logMessage(LogLabel::kAlert, message);
   }
   context.contextPeaks.reserve(1024);
   context.takenPeaks.reserve(1024);

@@ -12,7 +12,6 @@
 #include "scoring/reference_precursor_list.h"
 #include "spectra/precursor_record.h"
 #include "spectra/spectrum_records.h"
-#include "startup/parameter_table.h"
 
 namespace corvid {
 
@@ -56,7 +55,6 @@ struct DetectionSettings {
   std::string dataPath;                 // folder of the debug peak files
 };
 
-DetectionSettings readDetectionSettings(const ParameterTable& parameters);
 
 // One (monoisotopic peak, charge) pair that passed the preliminary filters.
 struct PrecursorCandidate {
@@ -116,6 +114,6 @@ struct DetectionContext {
 };
 
 // Reads the settings, creates both grids and checks the ordering of the MS1 file once.
-DetectionContext makeDetectionContext(const ParameterTable& parameters, const MS1File& ms1);
+DetectionContext makeDetectionContext(const DetectionSettings& settings, const MS1File& ms1);
 
 }  // namespace corvid

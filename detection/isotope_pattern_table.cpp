@@ -8,9 +8,9 @@
 #include <system_error>
 #include <vector>
 
-#include "platform/text_file.h"
 #include "platform/run_failure.h"
 #include "platform/run_log.h"
+#include "platform/text_file.h"
 
 namespace corvid {
 namespace {
@@ -106,13 +106,13 @@ void loadIsotopePatternTable(const std::string& path) {
     table.rows[k / kIsotopePeaks][k % kIsotopePeaks] = values[k];
   }
   if (cut) {
-    logMessage("Alert", "The isotope pattern file " + path + " has more than " +
+    logMessage(LogLabel::kAlert, "The isotope pattern file " + path + " has more than " +
                             std::to_string(kIsotopeTableRows) + " rows; only the first " +
                             std::to_string(kIsotopeTableRows) + " rows are used.");
   } else if (values.size() < kTableNumbers) {
     // Rows the file does not reach keep their previous values (zero after start-up), and every
     // candidate whose mass falls there scores a pattern similarity of 0: say so.
-    logMessage("Alert", "The isotope pattern file " + path + " fills only " +
+    logMessage(LogLabel::kAlert, "The isotope pattern file " + path + " fills only " +
                             std::to_string(values.size() / kIsotopePeaks) + " of the " +
                             std::to_string(kIsotopeTableRows) + " rows (" +
                             std::to_string(values.size()) +

@@ -37,9 +37,9 @@ void setLogFolder(const std::string& folder) {
   theLog()->path = folder + kLogFileName;
 }
 
-void logMessage(std::FILE* stream, std::string_view label, std::string_view message) {
+void logMessage(std::FILE* stream, LogLabel label, std::string_view message) {
   createRunLog();
-  if (label == "Info") {
+  if (label == LogLabel::kInfo) {
     std::fprintf(stream, "[Corvid] <%.*s> \n", static_cast<int>(message.size()), message.data());
   } else {
     std::fprintf(stream, "[Corvid] %.*s \n", static_cast<int>(message.size()), message.data());
@@ -47,6 +47,12 @@ void logMessage(std::FILE* stream, std::string_view label, std::string_view mess
   std::fflush(stream);
   theLog()->lines.emplace_back(message);
   theLog()->lines.emplace_back("\n");
+}
+
+void printConsoleError(std::string_view line) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "%.*s\n", static_cast<int>(line.size()), line.data());
+  std::fflush(stderr);
 }
 
 void appendLogPiece(std::string piece) {

@@ -16,16 +16,26 @@ struct RunLog {
 
 inline constexpr const char* kLogFileName = "CorvidPlusLog.txt";
 
+// What a message is. Only kInfo changes how it shows: "[Corvid] <msg> " instead of "[Corvid] msg ".
+enum class LogLabel {
+  kInfo,   // a bracketed notice
+  kNote,   // progress and information
+  kState,  // what the run is doing now
+  kAlert,  // something the user must know: data dropped, replaced or read unusually
+  kError,  // a failure: the file or data path is skipped, or the run ends
+  kExit,   // the run ends after an unexpected failure
+};
+
 // Creates the log unless it exists: first piece is the start time, path the working folder's file.
 void createRunLog();
 bool runLogExists();
 // Points the log file at folder + "CorvidPlusLog.txt"; the folder ends with a separator.
 void setLogFolder(const std::string& folder);
-// Console: "[Corvid] <msg> " for label "Info", "[Corvid] msg " otherwise; then collects msg and "\n".
-void logMessage(std::FILE* stream, std::string_view label, std::string_view message);
-inline void logMessage(std::string_view label, std::string_view message) {
-  logMessage(stdout, label, message);
-}
+// Console: "[Corvid] <msg> " for kInfo, "[Corvid] msg " otherwise; then collects msg and "\n".
+void logMessage(std::FILE* stream, LogLabel label, std::string_view message);
+inline void logMessage(LogLabel label, std::string_view message) { logMessage(stdout, label, message); }
+// A line for standard error alone, not kept in the log (after the console is flushed).
+void printConsoleError(std::string_view line);
 // Adds a piece to the file without console output (the command line is recorded this way).
 void appendLogPiece(std::string piece);
 // Appends the collected pieces to the log file and discards the log; does nothing the second time.

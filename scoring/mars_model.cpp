@@ -1,10 +1,10 @@
 #include "scoring/mars_model.h"
-#include "platform/run_failure.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <stdexcept>
+
+#include "platform/run_failure.h"
 
 namespace corvid {
 
@@ -80,7 +80,7 @@ struct PreparedModel {
 PreparedModel prepare(const MarsModel& model) {
   PreparedModel prepared;
   prepared.model = &model;
-  if (model.terms.size() > kMaxTerms) throw std::length_error("MARS model with too many terms");
+  if (model.terms.size() > kMaxTerms) throw RunFailure("MARS model with too many terms", FailureKind::kOutOfBounds);
   for (std::size_t i = 0; i < model.terms.size(); ++i) {
     prepared.factors[i] = cubicFactors(model.terms[i]);
     prepared.highestFeature = std::max(prepared.highestFeature, model.terms[i].feature);

@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <string>
 
-#include "platform/run_outcome.h"
 #include "platform/run_log.h"
+#include "platform/run_outcome.h"
 
 namespace corvid {
 
@@ -49,18 +49,18 @@ bool lowerMz(const Peak& a, const Peak& b) {
 void alertUncounted(const PeakDifferenceHistogram& histogram, const PeakDifferenceTally& tally) {
   const std::uint32_t beyondLast = histogram.bins[kPeakDifferenceBinCount];
   if (beyondLast > 0) {
-    logMessage("Alert", "AssessTopMS2: " + std::to_string(beyondLast) +
+    logMessage(LogLabel::kAlert, "AssessTopMS2: " + std::to_string(beyondLast) +
                             " peak differences of exactly 200.0 Th lie beyond the last bin and are "
                             "not written to the frequency file");
   }
   if (tally.notANumber > 0) {
-    logMessage("Alert",
+    logMessage(LogLabel::kAlert,
                "AssessTopMS2: " + std::to_string(tally.notANumber) +
                    " peak differences were not numbers (a peak m/z that is not finite) and "
                    "were not counted");
   }
   if (tally.wrapped > 0) {
-    logMessage("Alert", "AssessTopMS2: " + std::to_string(tally.wrapped) +
+    logMessage(LogLabel::kAlert, "AssessTopMS2: " + std::to_string(tally.wrapped) +
                             " times a bin count passed 4294967295 and wrapped around to 0");
   }
 }
@@ -148,14 +148,14 @@ bool writeFrequencyFile(const PeakDifferenceHistogram& histogram, const std::str
   }
   std::FILE* file = std::fopen(path.c_str(), "wb");
   if (file == nullptr) {
-    logMessage("Error", "Cannot create the peak-difference statistics file " + path);
+    logMessage(LogLabel::kError, "Cannot create the peak-difference statistics file " + path);
     noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }
   const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
   const bool closed = std::fclose(file) == 0;
   if (!written || !closed) {
-    logMessage("Error", "Cannot write the peak-difference statistics file " + path);
+    logMessage(LogLabel::kError, "Cannot write the peak-difference statistics file " + path);
     noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }

@@ -9,8 +9,8 @@
 
 #include "platform/file_patterns.h"
 #include "platform/pending_file.h"
-#include "platform/run_outcome.h"
 #include "platform/run_log.h"
+#include "platform/run_outcome.h"
 
 namespace corvid {
 namespace {
@@ -218,7 +218,7 @@ bool writePrecursorTable(const std::string& path, const std::string& table) {
     written = commitPending(pending, failed);
   }
   if (!written) {
-    logMessage("Error", "Fail to write the precursor table " + path + ": " + pending.error);
+    logMessage(LogLabel::kError, "Fail to write the precursor table " + path + ": " + pending.error);
     noteRunProblem(RunProblem::kOutputUnwritable);
   }
   return written;

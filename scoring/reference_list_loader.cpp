@@ -5,9 +5,9 @@
 #include <optional>
 #include <system_error>
 
-#include "platform/text_file.h"
 #include "platform/run_failure.h"
 #include "platform/run_log.h"
+#include "platform/text_file.h"
 
 namespace corvid {
 
@@ -45,7 +45,7 @@ struct LineReport {
 void reportSkippedLine(std::size_t lineNumber, const char* reason, LineReport& report) {
   ++report.skipped;
   if (report.skipped > kMaxLineAlerts) return;
-  logMessage("Alert", "Reference list " + *report.path + ", line " + std::to_string(lineNumber) +
+  logMessage(LogLabel::kAlert, "Reference list " + *report.path + ", line " + std::to_string(lineNumber) +
                           ": " + reason + "; the line is skipped.");
 }
 
@@ -106,7 +106,7 @@ ReferencePrecursorList parseReferencePrecursorList(std::string_view text, const 
     start = end + 1;
   }
   if (report.skipped > kMaxLineAlerts) {
-    logMessage("Alert", "Reference list " + path + ": " + std::to_string(report.skipped) +
+    logMessage(LogLabel::kAlert, "Reference list " + path + ": " + std::to_string(report.skipped) +
                             " lines skipped in all.");
   }
   return list;

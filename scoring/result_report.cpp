@@ -7,10 +7,10 @@
 #include <stdexcept>
 
 #include "platform/run_failure.h"
+#include "platform/run_log.h"
 #include "platform/run_outcome.h"
 #include "platform/text_file.h"
 #include "scoring/whole_number.h"
-#include "platform/run_log.h"
 
 namespace corvid {
 
@@ -135,7 +135,7 @@ std::string uncheckedListText(const ReferencePrecursorList& list) {
 
 void writeUncheckedList(const ReferencePrecursorList& list, const std::string& path) {
   if (!writeTextFile(path, uncheckedListText(list))) {
-    logMessage("Error", "Can not write the unchecked precursor list " + path);
+    logMessage(LogLabel::kError, "Can not write the unchecked precursor list " + path);
     noteRunProblem(RunProblem::kOutputUnwritable);
   }
 }

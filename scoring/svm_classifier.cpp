@@ -21,13 +21,13 @@ void runSvmTool(const std::string& binPath, std::vector<std::string> arguments, 
   const std::string tool = toolPath(binPath, kSvmTool);
   std::error_code error;
   if (!std::filesystem::is_regular_file(tool, error)) {
-    logMessage("Alert", "The SVM tool " + std::string(kSvmTool) + " was not found: looked for " + tool + ".");
+    logMessage(LogLabel::kAlert, "The SVM tool " + std::string(kSvmTool) + " was not found: looked for " + tool + ".");
     return;
   }
   const ChildCommand command{tool, std::move(arguments)};
   const int status = runChildProcess(command);
   if (status != 0) {
-    logMessage("Alert", "The SVM tool failed (exit status " + std::to_string(status) + "): " +
+    logMessage(LogLabel::kAlert, "The SVM tool failed (exit status " + std::to_string(status) + "): " +
                             describeCommand(command) + "; " + outputFile +
                             " may be missing or left from an earlier run.");
   }
@@ -47,12 +47,12 @@ SvmJob makeSvmJob(const std::string& trainingPath, const std::string& testPath) 
 std::string svmModelPath(const SvmJob& job) { return job.trainingFile + ".model"; }
 
 void trainSvm(const SvmJob& job, const std::string& binPath) {
-  logMessage("Infor", "Training models, it may take a few minutes, please wait...");
+  logMessage(LogLabel::kNote, "Training models, it may take a few minutes, please wait...");
   runSvmTool(binPath, {"svm-train", "-b", "1", job.trainingFile}, svmModelPath(job));
 }
 
 void predictSvm(const SvmJob& job, const std::string& binPath) {
-  logMessage("Infor", "Classifing, it may take a few minutes, please wait...");
+  logMessage(LogLabel::kNote, "Classifing, it may take a few minutes, please wait...");
   runSvmTool(binPath, {"svm-predict", "-b", "1", job.testFile, svmModelPath(job), job.outputFile},
              job.outputFile);
 }
@@ -65,7 +65,7 @@ std::vector<double> readSvmProbabilities(const SvmJob& job) {
   double firstLabel = 0.0;
   double secondLabel = 0.0;
   if (std::fscanf(file.get(), "%63s %lf %lf\n", word, &firstLabel, &secondLabel) != 3) {
-    logMessage("Alert", "The SVM output " + job.outputFile + " has no \"labels a b\" header: no probabilities read.");
+    logMessage(LogLabel::kAlert, "The SVM output " + job.outputFile + " has no \"labels a b\" header: no probabilities read.");
     return probabilities;
   }
   const bool firstIsPositive = firstLabel == 1.0;
@@ -75,7 +75,7 @@ std::vector<double> readSvmProbabilities(const SvmJob& job) {
     double second = 0.0;
     if (std::fscanf(file.get(), "%lf %lf %lf\n", &label, &first, &second) != 3) {
       // A line that is not three numbers would never be consumed: stop instead of spinning.
-      logMessage("Alert", "The SVM output " + job.outputFile + " holds a line that is not three numbers after " +
+      logMessage(LogLabel::kAlert, "The SVM output " + job.outputFile + " holds a line that is not three numbers after " +
                               std::to_string(probabilities.size()) + " probabilities: the rest is ignored.");
       break;
     }

@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
+#include "platform/lenient_numbers.h"
 #include "platform/msvc_random.h"
+#include "platform/run_failure.h"
 #include "platform/text_file.h"
 #include "scoring/whole_number.h"
-#include "platform/run_failure.h"
 
 namespace corvid {
 
@@ -37,14 +38,13 @@ void closeOrThrow(TextWriter& writer, const std::string& path) {
 
 }  // namespace
 
-SvmLightSetup makeSvmLightPaths(const ParameterTable& parameters) {
+SvmLightSetup makeSvmLightPaths(const std::string& outputFolder, std::string sampleNumber, std::string chargeRange) {
   SvmLightSetup setup;
-  const std::string& folder = valueOrEmpty(parameters, "outputpath");
-  setup.trainingPath = folder + "SVMlightTrainingSet.txt";
-  setup.testPath = folder + "SVMlightTestSet.txt";
+  setup.trainingPath = outputFolder + "SVMlightTrainingSet.txt";
+  setup.testPath = outputFolder + "SVMlightTestSet.txt";
   setup.companionPath = setup.testPath + ".scan_mz_charge.txt";
-  setup.sampleNumber = valueOrEmpty(parameters, "samplenumberinsvmlight");
-  setup.chargeRange = valueOrEmpty(parameters, "svmlight_charge_range");
+  setup.sampleNumber = std::move(sampleNumber);
+  setup.chargeRange = std::move(chargeRange);
   return setup;
 }
 

@@ -9,7 +9,6 @@
 
 #include "scoring/precursor_features.h"
 #include "spectra/precursor_record.h"
-#include "startup/parameter_table.h"
 
 namespace corvid {
 
@@ -22,7 +21,8 @@ struct SvmLightSetup {
   std::string chargeRange;    // svmlight_charge_range, "a-b"
 };
 
-SvmLightSetup makeSvmLightPaths(const ParameterTable& parameters);
+// The files of an output folder (ending with a separator) and the sampling settings.
+SvmLightSetup makeSvmLightPaths(const std::string& outputFolder, std::string sampleNumber, std::string chargeRange);
 
 // Per feature position, the smallest and largest value over all candidates of one call.
 struct SvmLightScaler {

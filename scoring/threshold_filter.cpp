@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <stdexcept>
 #include <string>
 
 #include "platform/run_failure.h"
@@ -12,11 +11,6 @@
 namespace corvid {
 
 namespace {
-
-// An isolation width of 4 Th is always filtered at this threshold, whatever mars_threshold says.
-constexpr double kWideWindowThreshold = -0.68;
-// With output_all_mars_y every candidate is kept: no model scores this low.
-constexpr double kKeepAllThreshold = -10000.0;
 
 // Descending score; NaN scores rank below every number (and are never kept), which keeps the
 // ordering a strict weak order.
@@ -27,20 +21,11 @@ bool rankedBefore(double a, double b) {
 
 }  // namespace
 
-double marsThreshold(const ParameterTable& parameters) {
-  double threshold = readReal(valueOrEmpty(parameters, "mars_threshold"));
-  if (valueOrEmpty(parameters, "isolation_width") == "4") {
-    std::fputs("isolation_width\n", stdout);
-    threshold = kWideWindowThreshold;
-  }
-  if (valueOrEmpty(parameters, "output_all_mars_y") == "1") threshold = kKeepAllThreshold;
-  return threshold;
-}
-
-void filterByThreshold(const ParameterTable& parameters, const std::vector<double>& scores,
+void filterByThreshold(const ThresholdSettings& settings, const std::vector<double>& scores,
                        std::vector<PrecursorRecord>& records) {
   if (scores.empty()) return;
-  const double threshold = marsThreshold(parameters);
+  if (settings.wideWindow) std::fputs("isolation_width\n", stdout);
+  const double threshold = settings.threshold;
   if (records.empty()) {
     std::fputs("Exception in Here\n", stdout);
     return;
@@ -48,7 +33,7 @@ void filterByThreshold(const ParameterTable& parameters, const std::vector<doubl
   if (records.size() != scores.size()) {
     throw RunFailure("score list and precursor record list differ in length", FailureKind::kOutOfBounds);
   }
-  const bool debug = valueOrEmpty(parameters, "debug_mode") == "1";
+  const bool debug = settings.debug;
 
   std::vector<PrecursorRecord> kept;
   kept.reserve(records.size());

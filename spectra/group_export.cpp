@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-#include "platform/run_outcome.h"
 #include "platform/run_log.h"
+#include "platform/run_outcome.h"
 
 namespace corvid {
 
@@ -13,7 +13,7 @@ constexpr std::size_t kProgressStep = 41;
 void reportSkippedSpectra(const std::string& path, const SkippedSpectra& skipped,
                           const char* effect) {
   if (skipped.count == 0) return;
-  logMessage("Alert", std::to_string(skipped.count) + " spectra " + effect + " in " + path +
+  logMessage(LogLabel::kAlert, std::to_string(skipped.count) + " spectra " + effect + " in " + path +
                           ": the accepted precursor of scan " + std::to_string(skipped.rowScan) +
                           " has no spectrum at its place in the group (first spectrum affected: "
                           "scan " +
@@ -63,7 +63,7 @@ bool finishGroupFile(const std::string& path, const SkippedSpectra& skipped, con
                      OutputFile& out) {
   reportSkippedSpectra(path, skipped, "not written");
   if (!closeOutputFile(out)) {
-    logMessage("Error", std::string("Fail to write ") + format + " file " + path + ": " + out.pending.error);
+    logMessage(LogLabel::kError, std::string("Fail to write ") + format + " file " + path + ": " + out.pending.error);
     noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }

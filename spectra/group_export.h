@@ -10,7 +10,6 @@
 #include "spectra/output_file.h"
 #include "spectra/precursor_record.h"
 #include "spectra/spectrum_records.h"
-#include "startup/parameter_table.h"
 
 namespace corvid {
 
@@ -37,13 +36,6 @@ inline std::int32_t chargeOfRow(const PrecursorRecord& row) {
   if (!(row.charge > -kLimit)) return static_cast<std::int32_t>(-kLimit);
   if (row.charge > kLimit) return static_cast<std::int32_t>(kLimit);
   return static_cast<std::int32_t>(row.charge);
-}
-
-// An output switch (`output_mgf`, `output_ms2`) read without inserting the key into a table the
-// writers only read: on exactly when the value is "1".
-inline bool exportSwitchOn(const ParameterTable& parameters, const std::string& key) {
-  auto found = parameters.find(key);
-  return found != parameters.end() && isOn(found->second);
 }
 
 // The m/z of the precursor the instrument recorded: (MH + (z - 1) * proton) / z. The charge is

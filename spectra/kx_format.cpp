@@ -5,9 +5,9 @@
 #include <limits>
 
 #include "platform/paths.h"
-#include "platform/run_outcome.h"
 #include "platform/run_failure.h"
 #include "platform/run_log.h"
+#include "platform/run_outcome.h"
 
 namespace corvid {
 namespace {
@@ -46,12 +46,12 @@ void loadKXFile(const std::string& path, std::int64_t& size, std::vector<char>& 
 bool openPair(const std::string& dataPath, const std::string& indexPath, OutputFile& data,
               OutputFile& index) {
   if (!openOutputFile(dataPath, data)) {
-    logMessage("Error", "Fail to create KX file " + dataPath + ": " + data.pending.error);
+    logMessage(LogLabel::kError, "Fail to create KX file " + dataPath + ": " + data.pending.error);
     noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }
   if (!openOutputFile(indexPath, index)) {
-    logMessage("Error", "Fail to create KX index file " + indexPath + ": " + index.pending.error);
+    logMessage(LogLabel::kError, "Fail to create KX index file " + indexPath + ": " + index.pending.error);
     noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }
@@ -62,11 +62,11 @@ bool closePair(OutputFile& data, OutputFile& index) {
   bool dataDone = closeOutputFile(data);
   bool indexDone = closeOutputFile(index);
   if (!dataDone) {
-    logMessage("Error", "Fail to write KX file " + data.path + ": " + data.pending.error);
+    logMessage(LogLabel::kError, "Fail to write KX file " + data.path + ": " + data.pending.error);
     noteRunProblem(RunProblem::kOutputUnwritable);
   }
   if (!indexDone) {
-    logMessage("Error", "Fail to write KX index file " + index.path + ": " + index.pending.error);
+    logMessage(LogLabel::kError, "Fail to write KX index file " + index.path + ": " + index.pending.error);
     noteRunProblem(RunProblem::kOutputUnwritable);
   }
   return dataDone && indexDone;
@@ -88,7 +88,7 @@ void checkOffset(std::int64_t offset, std::int64_t scan, const std::string& path
                  OffsetGuard& guard) {
   if (offset <= kKXOffsetLimit || guard.reported) return;
   guard.reported = true;
-  logMessage("Alert", "KX file " + path + " grows beyond " + std::to_string(kKXOffsetLimit) +
+  logMessage(LogLabel::kAlert, "KX file " + path + " grows beyond " + std::to_string(kKXOffsetLimit) +
                           " bytes: the index offsets from scan " + std::to_string(scan) +
                           " on wrap around and do not point at their records");
 }
@@ -214,7 +214,7 @@ void writeKX2FromMGF(const MGFFile& mgfFile) {
     flushIfLarge(index);
   }
   if (overwritten > 0) {
-    logMessage("Alert", std::to_string(overwritten) + " precursors of " + mgfFile.path +
+    logMessage(LogLabel::kAlert, std::to_string(overwritten) + " precursors of " + mgfFile.path +
                             " replaced an earlier block of the same scan with the same precursor "
                             "index and are missing from " +
                             data.path);
@@ -241,10 +241,10 @@ std::uint32_t readKXValue(const std::vector<char>& buffer, std::int64_t size, st
 
 void openKX(KXReader& reader, const std::string& path) {
   reader.path = path;
-  logMessage("Info", "Loading KX file " + path);
+  logMessage(LogLabel::kInfo, "Loading KX file " + path);
   loadKXFile(path, reader.dataSize, reader.data);
   const std::string indexPath = path + "idx";
-  logMessage("Info", "Loading KXIDX file " + indexPath);
+  logMessage(LogLabel::kInfo, "Loading KXIDX file " + indexPath);
   loadKXFile(indexPath, reader.indexSize, reader.index);
   reader.spectrumCount =
       static_cast<std::int32_t>(readKXValue(reader.data, reader.dataSize, 0, path));
@@ -291,7 +291,7 @@ void appendKX(const KXReader& reader, OutputFile& outData, OutputFile& outIndex,
     flushIfLarge(outIndex);
   }
   if (reader.indexSize % 8 != 0) {
-    logMessage("Alert", "KX index file " + reader.path + "idx ends with " +
+    logMessage(LogLabel::kAlert, "KX index file " + reader.path + "idx ends with " +
                             std::to_string(reader.indexSize % 8) +
                             " stray bytes; they are ignored");
   }
@@ -300,7 +300,7 @@ void appendKX(const KXReader& reader, OutputFile& outData, OutputFile& outIndex,
 
 bool mergeKX2Parts(const std::vector<std::string>& partPaths, const std::string& targetPath) {
   if (partPaths.empty()) {
-    logMessage("Error", "No KX2 part to merge into " + targetPath);
+    logMessage(LogLabel::kError, "No KX2 part to merge into " + targetPath);
     noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }

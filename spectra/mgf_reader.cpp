@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "platform/run_failure.h"
-#include "spectra/precursor_record.h"
 #include "platform/run_log.h"
+#include "spectra/precursor_record.h"
 
 namespace corvid {
 
@@ -332,7 +332,7 @@ void reportKeptAsRead(std::string_view text, const MGFFile& mgfFile, const Reade
   if (parts.empty()) return;
   std::string message = "MGF file " + mgfFile.path + " was read with data kept as read: ";
   for (std::size_t i = 0; i < parts.size(); ++i) message += (i == 0 ? "" : "; ") + parts[i];
-  logMessage("Alert", message + ".");
+  logMessage(LogLabel::kAlert, message + ".");
 }
 
 }  // namespace
@@ -392,11 +392,11 @@ void readMGF(MGFFile& mgfFile) {
     }
   }
   if (state.swallowedTitles > 0 && !hasCarriageReturnsOnly(text)) {
-    logMessage("Alert", std::to_string(state.swallowedTitles) + " MGF blocks of " + mgfFile.path +
+    logMessage(LogLabel::kAlert, std::to_string(state.swallowedTitles) + " MGF blocks of " + mgfFile.path +
                             " were skipped: the block before them has no \"END IONS\" line");
   }
   if (state.orphanPeaks > 0) {
-    logMessage("Alert", std::to_string(state.orphanPeaks) + " peak lines of " + mgfFile.path +
+    logMessage(LogLabel::kAlert, std::to_string(state.orphanPeaks) + " peak lines of " + mgfFile.path +
                             " come before any TITLE and were ignored");
   }
   reportKeptAsRead(text, mgfFile, state);

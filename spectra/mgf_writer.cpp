@@ -1,8 +1,8 @@
 #include "spectra/mgf_writer.h"
 
+#include "platform/run_log.h"
 #include "platform/run_outcome.h"
 #include "spectra/output_file.h"
-#include "platform/run_log.h"
 
 namespace corvid {
 
@@ -46,17 +46,16 @@ void putBlock(const std::string& rawName, const MGFBlock& block, const MS2Spectr
 
 }  // namespace
 
-bool writeMGF(GroupExport& group, const MS2File& ms2File, const ParameterTable& parameters,
+bool writeMGF(GroupExport& group, const MS2File& ms2File, bool writeBlocks,
               const std::string& path) {
   const std::string target = exportPathOr(path, kMGFFallbackPath);
   group.writtenCount = 0;
   OutputFile out;
   if (!openOutputFile(target, out)) {
-    logMessage("Error", "Fail to create MGF file " + target + ": " + out.pending.error);
+    logMessage(LogLabel::kError, "Fail to create MGF file " + target + ": " + out.pending.error);
     noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }
-  const bool writeBlocks = exportSwitchOn(parameters, "output_mgf");
   SkippedSpectra skipped;
   auto putOne = [&](const MS2Spectrum& spectrum, const PrecursorRecord* row,
                     std::int32_t rowIndex) {

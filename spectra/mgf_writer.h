@@ -5,7 +5,6 @@
 
 #include "spectra/group_export.h"
 #include "spectra/spectrum_records.h"
-#include "startup/parameter_table.h"
 
 namespace corvid {
 
@@ -16,7 +15,7 @@ inline constexpr const char* kMGFFallbackPath = "F:\\test.mgf";
 // "1"; otherwise the file is created empty. group.writtenCount gets the number of blocks the
 // group exports (one per accepted precursor or recorded precursor), counted with the switch off
 // too. Returns false, after an "Error" log line naming the file, when the file cannot be written.
-bool writeMGF(GroupExport& group, const MS2File& ms2File, const ParameterTable& parameters,
+bool writeMGF(GroupExport& group, const MS2File& ms2File, bool writeBlocks,
               const std::string& path);
 
 }  // namespace corvid

@@ -4,11 +4,11 @@
 #include <cstdio>
 #include <memory>
 
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 #include "spectra/file_size.h"
 #include "spectra/ms_text_scanners.h"
 #include "spectra/read_buffer.h"
-#include "platform/run_failure.h"
-#include "platform/run_log.h"
 
 namespace corvid {
 namespace {
@@ -139,10 +139,10 @@ void loadMS1File(const std::string& path, std::int64_t chunkLimit, MS1File& ms1F
   ms1File.spectrumCount = static_cast<std::int64_t>(ms1File.spectra.size());
   reportTextNotes(path, notes);
   if (uncutChunk) {
-    logMessage("Alert", "A spectrum of " + path + " is larger than the read chunk of " +
+    logMessage(LogLabel::kAlert, "A spectrum of " + path + " is larger than the read chunk of " +
                             std::to_string(chunkLimit) + " bytes and was split between chunks.");
   }
-  logMessage("Infor", "Loading MS1 Spectra Number: " + std::to_string(ms1File.spectrumCount));
+  logMessage(LogLabel::kNote, "Loading MS1 Spectra Number: " + std::to_string(ms1File.spectrumCount));
 }
 
 }  // namespace corvid

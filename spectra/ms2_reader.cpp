@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 #include "spectra/file_size.h"
 #include "spectra/ms_text_scanners.h"
 #include "spectra/precursor_record.h"
 #include "spectra/read_buffer.h"
-#include "platform/run_failure.h"
-#include "platform/run_log.h"
 
 namespace corvid {
 namespace {
@@ -129,14 +129,14 @@ const char* readChargeLine(const char* p, const char* end, MS2Spectrum* spectrum
 
 void reportGroupNotes(const std::string& path, const MS2File& ms2File, const MS2GroupNotes& groupNotes) {
   if (groupNotes.unknownActivation > 0) {
-    logMessage("Alert", std::to_string(groupNotes.unknownActivation) + " MS2 scans of " + path +
+    logMessage(LogLabel::kAlert, std::to_string(groupNotes.unknownActivation) + " MS2 scans of " + path +
                             " have no CID, ETD or HCD activation type before their InstrumentType "
                             "line; they belong to no output group and are not processed.");
   }
   std::int64_t untyped = 0;
   for (const MS2Spectrum& spectrum : ms2File.spectra) untyped += spectrum.instrumentCode == 0 ? 1 : 0;
   if (untyped > 0) {
-    logMessage("Alert", std::to_string(untyped) + " MS2 scans of " + path +
+    logMessage(LogLabel::kAlert, std::to_string(untyped) + " MS2 scans of " + path +
                             " have no InstrumentType line; they stay in the CID/IT group.");
   }
 }
@@ -204,14 +204,14 @@ void loadMS2Text(std::string_view text, std::int64_t byteCount, const std::strin
     const std::size_t scanned = std::min(static_cast<std::size_t>(length), text.size());
     scanMS2Text(text.substr(0, scanned), ms2File, notes, groupNotes);
   } else if (byteCount > 0) {
-    logMessage("Alert", "MS2 file " + path + " has " + std::to_string(byteCount) +
+    logMessage(LogLabel::kAlert, "MS2 file " + path + " has " + std::to_string(byteCount) +
                             " bytes; the MS2 loader reads files below 2147483648 bytes only, so "
                             "no spectra were loaded from it.");
   }
   ms2File.spectrumCount = static_cast<std::int32_t>(ms2File.spectra.size());
   reportTextNotes(path, notes);
   reportGroupNotes(path, ms2File, groupNotes);
-  logMessage("Infor", "Loading MS2 Spectra Number: " + std::to_string(ms2File.spectrumCount));
+  logMessage(LogLabel::kNote, "Loading MS2 Spectra Number: " + std::to_string(ms2File.spectrumCount));
 }
 
 void loadMS2File(const std::string& path, MS2File& ms2File) {

@@ -5,9 +5,9 @@
 #include <cstring>
 #include <memory>
 
-#include "spectra/file_size.h"
 #include "platform/run_failure.h"
 #include "platform/run_log.h"
+#include "spectra/file_size.h"
 
 namespace corvid {
 namespace {
@@ -41,25 +41,16 @@ void writeBytes(PartWriter& part, const char* data, std::size_t count) {
 void closePart(PartWriter& part) {
   std::FILE* file = part.file.release();
   if (std::fclose(file) != 0) throw RunFailure{"Fail to write MS2 part " + part.path + "!\n"};
-  logMessage("Infor", "File " + std::to_string(part.index) + ": " + part.path + " complete!");
+  logMessage(LogLabel::kNote, "File " + std::to_string(part.index) + ": " + part.path + " complete!");
 }
 
 }  // namespace
 
-std::int64_t ms2PartSize(const ParameterTable& parameters) {
-  const auto format = parameters.find("input_format");
-  const bool wiff = format != parameters.end() && format->second == "wiff";
-  return wiff ? kSpectraPerWiffPart : kSpectraPerPart;
-}
+std::int64_t ms2PartSize(bool wiffInput) { return wiffInput ? kSpectraPerWiffPart : kSpectraPerPart; }
 
 std::string ms2PartPath(const std::string& ms2Path, int part) {
   const std::size_t stemLength = ms2Path.size() >= 4 ? ms2Path.size() - 4 : 0;
   return ms2Path.substr(0, stemLength) + "_ID_" + std::to_string(part) + ".ms2";
-}
-
-int splitMS2(const ParameterTable& parameters, const std::string& ms2Path,
-             std::vector<std::string>& partPaths) {
-  return splitMS2(ms2Path, ms2PartSize(parameters), partPaths);
 }
 
 int splitMS2(const std::string& ms2Path, std::int64_t spectraPerPart,

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "startup/parameter_table.h"
 
 namespace corvid {
 
@@ -16,22 +15,17 @@ inline constexpr std::int64_t kMs2SplitThreshold = 3221225472;
 inline constexpr std::int64_t kSpectraPerPart = 80000;
 inline constexpr std::int64_t kSpectraPerWiffPart = 5000;
 
-// The number of scans per part for a run: 5000 when input_format is exactly "wiff".
-std::int64_t ms2PartSize(const ParameterTable& parameters);
+// The number of scans per part: kSpectraPerWiffPart for WIFF input, kSpectraPerPart otherwise.
+std::int64_t ms2PartSize(bool wiffInput);
 
 // Part k of an MS2 file: the path less its last four characters + "_ID_" + k + ".ms2".
 std::string ms2PartPath(const std::string& ms2Path, int part);
 
-// Copies ms2Path byte for byte into parts of ms2PartSize(parameters) scans: header lines go to
-// part 0, every later part starts with an S line. A line starts after a line feed, so a file with
-// LF line ends splits at the same scans as its CR LF copy, and its parts keep their line ends.
-// Fills partPaths, logs "File <k>: <path> complete!" (label "Infor") per part and returns the
-// number of parts.
-// Throws RunFailure when the file cannot be read or a part cannot be written.
-int splitMS2(const ParameterTable& parameters, const std::string& ms2Path,
-             std::vector<std::string>& partPaths);
-
-// The same with a given number of scans per part (at least 1).
+// Copies ms2Path byte for byte into parts of spectraPerPart scans (at least 1): header lines go
+// to part 0, every later part starts with an S line. A line starts after a line feed, so a file
+// with LF line ends splits at the same scans as its CR LF copy, and its parts keep their line
+// ends. Fills partPaths, logs "File <k>: <path> complete!" per part and returns the number of
+// parts. Throws RunFailure when the file cannot be read or a part cannot be written.
 int splitMS2(const std::string& ms2Path, std::int64_t spectraPerPart,
              std::vector<std::string>& partPaths);
 

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <ctime>
 
+#include "platform/run_log.h"
+#include "platform/run_outcome.h"
 #include "spectra/output_file.h"
 
 namespace corvid {
@@ -68,18 +70,17 @@ void putScanBlock(const MS2Spectrum& spectrum, double mz, std::int32_t charge, d
 
 }  // namespace
 
-bool writeMS2(GroupExport& group, const MS2File& ms2File, const ParameterTable& parameters,
+bool writeMS2(GroupExport& group, const MS2File& ms2File, bool writeBlocks,
               const std::string& path) {
   const std::string target = exportPathOr(path, kMS2FallbackPath);
   group.writtenCount = 0;
   OutputFile out;
   if (!openOutputFile(target, out)) {
-    std::fflush(stdout);
-    std::fputs("Fail to Create MS2 file! Please Check your disk!\n", stderr);
+    printConsoleError("Fail to Create MS2 file! Please Check your disk!");
+    noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }
   putHeader(out);
-  const bool writeBlocks = exportSwitchOn(parameters, "output_ms2");
   SkippedSpectra skipped;
   auto putOne = [&](const MS2Spectrum& spectrum, const PrecursorRecord* row, std::int32_t) {
     if (!writeBlocks) return;

@@ -6,7 +6,6 @@
 
 #include "spectra/group_export.h"
 #include "spectra/spectrum_records.h"
-#include "startup/parameter_table.h"
 
 namespace corvid {
 
@@ -17,7 +16,7 @@ inline constexpr const char* kMS2FallbackPath = "C:\\test.ms2";
 // group.writtenCount gets the number of blocks the group exports, counted with the switch off too.
 // When the file cannot be created, prints "Fail to Create MS2 file! Please Check your disk!" on
 // standard error and returns false.
-bool writeMS2(GroupExport& group, const MS2File& ms2File, const ParameterTable& parameters,
+bool writeMS2(GroupExport& group, const MS2File& ms2File, bool writeBlocks,
               const std::string& path);
 
 }  // namespace corvid

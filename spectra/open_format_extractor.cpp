@@ -11,17 +11,17 @@
 
 #include "platform/paths.h"
 #include "platform/pending_file.h"
+#include "platform/run_log.h"
 #include "platform/run_outcome.h"
 #include "platform/text_file.h"
-#include "spectra/extraction_marker.h"
 #include "spectra/extracted_scan.h"
+#include "spectra/extraction_marker.h"
 #include "spectra/ms_text_writer.h"
 #include "spectra/mzml_parser.h"
 #include "spectra/mzxml_parser.h"
 #include "spectra/open_format_terms.h"
 #include "spectra/scan_numbering.h"
 #include "spectra/scan_summary.h"
-#include "platform/run_log.h"
 
 namespace corvid {
 
@@ -344,7 +344,7 @@ bool finishExtraction(Extraction& x, std::string& error) {
   if (!rewrite && !renameWorkFiles(x, error)) return false;
   removeWorkFiles(x.paths);
   if (renumbered)
-    logMessage("Alert",
+    logMessage(LogLabel::kAlert,
                fileNameOf(x.inputPath) + ": scan numbers do not rise with retention time; " +
                    std::to_string(x.keys.size()) +
                    " spectra were ordered by retention time and numbered from 1 (native ids in " +
@@ -355,20 +355,20 @@ bool finishExtraction(Extraction& x, std::string& error) {
 void reportAlerts(const Extraction& x) {
   std::string name = fileNameOf(x.inputPath);
   if (x.higherLevels > 0)
-    logMessage("Alert", name + ": " + std::to_string(x.higherLevels) +
+    logMessage(LogLabel::kAlert, name + ": " + std::to_string(x.higherLevels) +
                             " spectra with an MS level other than 1 or 2 were skipped");
   if (x.unknownActivations > 0)
-    logMessage("Alert",
+    logMessage(LogLabel::kAlert,
                name + ": " + std::to_string(x.unknownActivations) +
                    " MS2 scans have an activation other than CID, ETD or HCD; Corvid skips them");
   if (x.unknownAnalyzers > 0)
-    logMessage("Alert", name + ": " + std::to_string(x.unknownAnalyzers) +
+    logMessage(LogLabel::kAlert, name + ": " + std::to_string(x.unknownAnalyzers) +
                             " spectra name no known mass analyzer; they were written as ITMS");
   if (x.unsortedSpectra > 0)
-    logMessage("Alert", name + ": the peaks of " + std::to_string(x.unsortedSpectra) +
+    logMessage(LogLabel::kAlert, name + ": the peaks of " + std::to_string(x.unsortedSpectra) +
                             " spectra were not in m/z order; they were sorted by m/z");
   if (x.droppedPeaks > 0)
-    logMessage("Alert", name + ": " + std::to_string(x.droppedPeaks) + " peaks in " +
+    logMessage(LogLabel::kAlert, name + ": " + std::to_string(x.droppedPeaks) + " peaks in " +
                             std::to_string(x.spectraWithDropped) +
                             " spectra had a non-finite or negative m/z or intensity and were "
                             "left out");
@@ -376,7 +376,7 @@ void reportAlerts(const Extraction& x) {
 
 bool fail(const std::string& inputPath, const OutputPaths& paths, const std::string& problem) {
   removeOutputs(paths);
-  logMessage("Error", "Cannot extract " + inputPath + ": " + problem);
+  logMessage(LogLabel::kError, "Cannot extract " + inputPath + ": " + problem);
   noteRunProblem(RunProblem::kInputUnreadable);
   return false;
 }
@@ -400,7 +400,7 @@ bool hasMS1Spectra(Extraction& x) {
   if (x.ms1Count > 0) return true;
   closeWorkFiles(x);
   removeOutputs(x.paths);
-  logMessage("Error", "No MS1 spectra in " + x.inputPath + ": nothing to detect precursors from.");
+  logMessage(LogLabel::kError, "No MS1 spectra in " + x.inputPath + ": nothing to detect precursors from.");
   noteRunProblem(RunProblem::kInputUnreadable);
   return false;
 }
@@ -428,7 +428,7 @@ bool openFormatAlreadyExtracted(const std::string& inputPath, const std::string&
   const bool complete = canOpenForReading(paths.summary) && canOpenForReading(paths.ms1) &&
                         canOpenForReading(paths.ms2);
   if (state == MarkerState::kMatches && complete) return true;
-  logMessage("Alert", fileNameOf(inputPath) + (complete ? " is not the file that was extracted (size, time or content differ)"
+  logMessage(LogLabel::kAlert, fileNameOf(inputPath) + (complete ? " is not the file that was extracted (size, time or content differ)"
                                                         : ": its earlier extraction is incomplete") +
                           ": extracting it again.");
   return false;
@@ -447,7 +447,7 @@ bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
     return fail(inputPath, x.paths, "the file does not exist or cannot be opened");
   if (std::filesystem::file_size(inputPath, code) == 0 || code)
     return fail(inputPath, x.paths, "the file is empty");
-  logMessage("State", "Extracting spectra from " + inputPath);
+  logMessage(LogLabel::kState, "Extracting spectra from " + inputPath);
   if (!openWorkFiles(x)) {
     closeWorkFiles(x);
     return fail(inputPath, x.paths, "the MS1/MS2 text files cannot be created in " + folder);
@@ -484,7 +484,7 @@ bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
   marker.write(extractionMarkerText(fileNameOf(inputPath), identity));
   if (!marker.close())
     return fail(inputPath, x.paths, "the completion marker cannot be written (" + marker.error() + ")");
-  logMessage("Infor", "Extracted " + std::to_string(x.ms1Count) + " MS1 and " +
+  logMessage(LogLabel::kNote, "Extracted " + std::to_string(x.ms1Count) + " MS1 and " +
                           std::to_string(x.keys.size() - x.ms1Count) + " MS2 spectra from " +
                           fileNameOf(inputPath));
   return true;

@@ -9,14 +9,14 @@
 
 #include "build_config.h"
 #include "platform/crash_record.h"
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 #include "platform/run_outcome.h"
 #include "platform/steady_clock.h"
 #include "spectra/open_format_extractor.h"
 #include "startup/command_line.h"
 #include "startup/parameter_file.h"
 #include "startup/program_texts.h"
-#include "platform/run_failure.h"
-#include "platform/run_log.h"
 #include "startup/start_routes.h"
 
 namespace corvid {
@@ -68,7 +68,7 @@ void chooseRoute(int argc, char** argv) {
 }
 
 void logExitNotice() {
-  logMessage("Exit", std::string("Corvid has encountered a problem and will exit. Retry with correct "
+  logMessage(LogLabel::kExit, std::string("Corvid has encountered a problem and will exit. Retry with correct "
                                   "parameters.\nFor help, please mail to ") +
                          build::kSupportEmail);
 }
@@ -95,7 +95,7 @@ bool answeredInformationRequest(int argc, char** argv) {
 int finalStatus(int status) {
   const int strict = strictExitStatus(status);
   if (strict != status) {
-    logMessage("Alert", "strict_exit: exit status " + std::to_string(strict) + " because " +
+    logMessage(LogLabel::kAlert, "strict_exit: exit status " + std::to_string(strict) + " because " +
                             describeStrictExit(strict) + ".");
   }
   return strict;
@@ -108,18 +108,18 @@ int runRouteGuarded(const std::function<void()>& route) {
   try {
     route();
     const std::int64_t seconds = (steadyMilliseconds() - start) / 1000;
-    logMessage("Infor", " == == == Time elapsed: " + std::to_string(seconds) + " seconds. == == == = ");
+    logMessage(LogLabel::kNote, " == == == Time elapsed: " + std::to_string(seconds) + " seconds. == == == = ");
     return 0;
   } catch (const RunFailure& failure) {
     switch (failure.kind) {
       case FailureKind::kRunAborted:
         std::printf("\n");
-        logMessage("Error", failure.text);
+        logMessage(LogLabel::kError, failure.text);
         logExitNotice();
         break;
       case FailureKind::kOutOfBounds:
         std::printf("\n");
-        logMessage("Error", "ARRAY ACCESS OUT OF BOUNDS!\n");
+        logMessage(LogLabel::kError, "ARRAY ACCESS OUT OF BOUNDS!\n");
         break;
       case FailureKind::kEndedQuietly:
         break;
@@ -129,11 +129,11 @@ int runRouteGuarded(const std::function<void()>& route) {
   } catch (const std::out_of_range&) {
     // The standard library's own range checks (at()) end the run the same way.
     std::printf("\n");
-    logMessage("Error", "ARRAY ACCESS OUT OF BOUNDS!\n");
+    logMessage(LogLabel::kError, "ARRAY ACCESS OUT OF BOUNDS!\n");
   } catch (const std::exception& error) {
     std::printf("1\n");
     const char* what = error.what();
-    logMessage("Exit", what != nullptr && what[0] != '\0' ? what : "Unknown exception");
+    logMessage(LogLabel::kExit, what != nullptr && what[0] != '\0' ? what : "Unknown exception");
   }
   return kFailureStatus;
 }

@@ -1,12 +1,12 @@
 #include <string>
 #include <vector>
 
+#include "platform/run_log.h"
 #include "platform/run_outcome.h"
 #include "spectra/kx_format.h"
-#include "spectra/mgf_pipeline.h"
 #include "spectra/mgf_reader.h"
+#include "startup/mgf_pipeline.h"
 #include "startup/pipelines.h"
-#include "platform/run_log.h"
 
 namespace corvid {
 
@@ -18,7 +18,7 @@ void convertMgfToKx2(const std::string& mgfPath) {
   MGFFile mgfFile;
   mgfFile.path = mgfPath;
   readMGF(mgfFile);
-  logMessage("Infor", "Printing KX2...");
+  logMessage(LogLabel::kNote, "Printing KX2...");
   writeKX2FromMGF(mgfFile);
   noteMs2ScansProcessed(static_cast<long long>(mgfFile.spectra.size()));
 }

@@ -5,20 +5,20 @@
 #include "platform/file_lock.h"
 #include "platform/paths.h"
 #include "platform/pending_file.h"
+#include "platform/run_log.h"
 #include "platform/run_outcome.h"
 #include "scoring/precursor_table.h"
 #include "spectra/corrected_mzml.h"
 #include "spectra/mzxml_as_mzml.h"
 #include "spectra/open_format_extractor.h"
 #include "startup/pipelines.h"
-#include "platform/run_log.h"
 
 namespace corvid {
 
 namespace {
 
 void sayWaiting(const std::string& lockPath) {
-  logMessage("State", "Another Corvid run is extracting the same input (" + lockPath +
+  logMessage(LogLabel::kState, "Another Corvid run is extracting the same input (" + lockPath +
                           "): waiting for it to finish...");
 }
 
@@ -30,7 +30,7 @@ void dropStaleReport(ParameterTable& parameters, const std::string& stem) {
   std::error_code code;
   if (!std::filesystem::is_regular_file(report, code)) return;
   if (std::filesystem::remove(report, code)) {
-    logMessage("Alert", report + " was made from an earlier extraction, not from the file just extracted: it is "
+    logMessage(LogLabel::kAlert, report + " was made from an earlier extraction, not from the file just extracted: it is "
                                  "removed and made again.");
   }
 }
@@ -48,7 +48,7 @@ void copySummaryToOutputs(ParameterTable& parameters, const std::string& extract
   const std::string name = stem + std::string(kExtractionSummarySuffix);
   std::string error;
   if (!copyIntoPlace(extractFolder + name, outputFolder + name, error)) {
-    logMessage("Error", "Fail to copy the extraction summary " + name + " to " + outputFolder + ": " + error);
+    logMessage(LogLabel::kError, "Fail to copy the extraction summary " + name + " to " + outputFolder + ": " + error);
     noteRunProblem(RunProblem::kOutputUnwritable);
   }
 }
@@ -71,7 +71,7 @@ std::vector<std::string> extractOpenFormatFiles(ParameterTable parameters, const
   std::error_code code;
   if (folder != inputFolder && !std::filesystem::is_directory(folder, code) &&
       !std::filesystem::create_directories(folder, code)) {
-    logMessage("Error", "Fail to create the extraction folder " + folder + ": " + code.message());
+    logMessage(LogLabel::kError, "Fail to create the extraction folder " + folder + ": " + code.message());
     noteRunProblem(RunProblem::kOutputUnwritable);
     return ms1Names;
   }
@@ -79,9 +79,9 @@ std::vector<std::string> extractOpenFormatFiles(ParameterTable parameters, const
     const std::string stem = name.substr(0, name.rfind('.'));
     FileLock lock = acquireFileLock(folder + stem + ".quarry.lock", sayWaiting);
     if (openFormatAlreadyExtracted(inputFolder + name, folder, stem)) {
-      logMessage("State", "Reusing the earlier extraction of " + name);
+      logMessage(LogLabel::kState, "Reusing the earlier extraction of " + name);
     } else {
-      logMessage("State", "Extracting MS1 and MS2 from " + name + "...");
+      logMessage(LogLabel::kState, "Extracting MS1 and MS2 from " + name + "...");
       if (!extractOpenFormat(inputFolder + name, folder, stem)) continue;
       dropStaleReport(parameters, stem);
     }
@@ -102,17 +102,17 @@ void writeCorrectedMzmlFor(ParameterTable& parameters, const std::string& stem,
     }
   }
   if (input.empty()) {
-    logMessage("Alert", "output_mzml: no corrected mzML for " + stem + ": it is written for mzML and mzXML inputs only.");
+    logMessage(LogLabel::kAlert, "output_mzml: no corrected mzML for " + stem + ": it is written for mzML and mzXML inputs only.");
     return;
   }
   const bool fromMzxml = isMzxmlName(input);
   const std::string target = parameters["outputpath"] + stem + ".corrected.mzML";
   if (!processed) {
-    logMessage("Alert", "output_mzml: " + target + " is not written because the results of " + stem +
+    logMessage(LogLabel::kAlert, "output_mzml: " + target + " is not written because the results of " + stem +
                             " already existed and nothing was processed; give -r 1 to redo them.");
     return;
   }
-  logMessage("Infor", "Writing corrected mzML...");
+  logMessage(LogLabel::kNote, "Writing corrected mzML...");
   const auto nativeIds = readNativeIds(parameters["datapath"] + stem + std::string(kExtractionSummarySuffix));
   CorrectionsByNativeId byNativeId;
   for (const auto& [scan, precursors] : corrections) {
@@ -122,14 +122,14 @@ void writeCorrectedMzmlFor(ParameterTable& parameters, const std::string& stem,
   const CorrectedMzmlOutcome outcome = fromMzxml ? writeCorrectedMzmlFromMzxml(input, byNativeId, target)
                                                   : writeCorrectedMzml(input, byNativeId, target);
   if (!outcome.written) {
-    logMessage("Error", "Fail to write the corrected mzML " + target + ": " + outcome.error);
+    logMessage(LogLabel::kError, "Fail to write the corrected mzML " + target + ": " + outcome.error);
     noteRunProblem(RunProblem::kOutputUnwritable);
     return;
   }
-  logMessage("Infor", "Corrected mzML: " + std::to_string(outcome.spectra) + " spectra, " +
+  logMessage(LogLabel::kNote, "Corrected mzML: " + std::to_string(outcome.spectra) + " spectra, " +
                           std::to_string(outcome.corrected) + " with Corvid's precursors.");
   if (outcome.withoutIonList > 0) {
-    logMessage("Alert", std::to_string(outcome.withoutIonList) + " spectra of " + stem +
+    logMessage(LogLabel::kAlert, std::to_string(outcome.withoutIonList) + " spectra of " + stem +
                             " have precursors from Corvid but no selected ion list to hold them: they keep the "
                             "instrument's precursor in " + target + ".");
   }

@@ -176,7 +176,7 @@ std::string dataCountAlert(const std::string& value, int count) {
 }
 
 void checkParameterValues(const ParameterTable& table) {
-  for (const std::string& alert : parameterValueAlerts(table)) logMessage("Alert", alert);
+  for (const std::string& alert : parameterValueAlerts(table)) logMessage(LogLabel::kAlert, alert);
 }
 
 }  // namespace corvid

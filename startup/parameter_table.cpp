@@ -86,10 +86,6 @@ const char* keyForOption(char letter) {
   return nullptr;
 }
 
-// std::string guarantees a terminator, so the C conversions see a bounded text.
-int readInteger(std::string_view text) { return std::atoi(std::string(text).c_str()); }
-double readReal(std::string_view text) { return std::atof(std::string(text).c_str()); }
-
 const std::string& valueOrEmpty(const ParameterTable& table, const std::string& key) {
   static const std::string kEmpty;
   const auto found = table.find(key);

@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/lenient_numbers.h"
+
 namespace corvid {
 
 using ParameterTable = std::map<std::string, std::string>;
@@ -38,10 +40,6 @@ void setDefaults(ParameterTable& table);
 // The key that an option letter sets, or nullptr for a letter that sets nothing.
 const char* keyForOption(char letter);
 
-// Conversions at the point of use, with the C library's lenient prefix semantics:
-// leading blanks skipped, digits read until the first non-digit, 0 when there is no number.
-int readInteger(std::string_view text);
-double readReal(std::string_view text);
 // A switch is on exactly when its value is the text "1".
 inline bool isOn(const std::string& value) { return value == "1"; }
 // The value of key, or empty text when the table lacks it (as the index operation would create

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "detection/per_file_driver.h"
 #include "startup/parameter_table.h"
+#include "startup/per_file_driver.h"
 
 namespace corvid {
 

@@ -9,13 +9,13 @@
 #include <vector>
 
 #include "platform/paths.h"
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 #include "platform/run_outcome.h"
 #include "spectra/open_format_extractor.h"
 #include "startup/file_discovery.h"
 #include "startup/parameter_checks.h"
 #include "startup/pipelines.h"
-#include "platform/run_failure.h"
-#include "platform/run_log.h"
 
 namespace corvid {
 namespace {
@@ -61,7 +61,7 @@ void alertRouteNotFromExtension(const std::string& dataPath, std::span<const std
   }
   const auto [spelling, at] = firstSpellingIn(dataPath, spellings);
   const bool inFolderName = at < dataPath.size() - fileName.size();
-  logMessage("Alert", "The data path " + dataPath + " is read as " + std::string(kind) + " input because it contains \"" +
+  logMessage(LogLabel::kAlert, "The data path " + dataPath + " is read as " + std::string(kind) + " input because it contains \"" +
                           std::string(spelling) + "\" in " + (inFolderName ? "a folder name" : "its file name") +
                           ", not as its file's extension.");
 }
@@ -79,16 +79,16 @@ void splitFolderAndFile(ParameterTable& table, std::string& fileName) {
 
 void runCommonTail(ParameterTable& table, const std::vector<std::string>& ms1Names) {
   if (ms1Names.empty()) {
-    logMessage("Error", "No MS1 files in datapath! Corvid exits!");
+    logMessage(LogLabel::kError, "No MS1 files in datapath! Corvid exits!");
     noteRunProblem(RunProblem::kDataPathSkipped);
     return;
   }
-  logMessage("alert", "MS1list completes.");
+  logMessage(LogLabel::kAlert, "MS1list completes.");
   for (const std::string& name : ms1Names) runRawPipeline(table, name);
 }
 
 void runWiffPipelines(ParameterTable& table, const std::vector<std::string>& ms1Names) {
-  logMessage("alert", "MS1list completes");
+  logMessage(LogLabel::kAlert, "MS1list completes");
   for (const std::string& name : ms1Names) runWiffPipeline(table, name);
 }
 
@@ -106,7 +106,7 @@ void validatePaths(ParameterTable& table) {
     if (lastSeparator(dataPath) == std::string::npos) dataPath = std::string(kBareNamePrefix) + dataPath;
     dataFolder = folderOf(dataPath);
   } else {
-    logMessage("Error", "Path Invalid! datapath = " + dataPath);
+    logMessage(LogLabel::kError, "Path Invalid! datapath = " + dataPath);
     throw RunFailure("Task abort!");
   }
   for (const char* key : {"logfilepath", "outputpath"}) {
@@ -118,12 +118,12 @@ void validatePaths(ParameterTable& table) {
 
 void dispatchRun(ParameterTable& table) {
   if (!isDirectory(table["outputpath"])) {
-    logMessage("Error", "Invalid output path: " + table["outputpath"]);
+    logMessage(LogLabel::kError, "Invalid output path: " + table["outputpath"]);
     noteRunProblem(RunProblem::kDataPathSkipped);
     return;
   }
   if (!isDirectory(table["logfilepath"])) {
-    logMessage("Error", "Invalid log path: " + table["logfilepath"]);
+    logMessage(LogLabel::kError, "Invalid log path: " + table["logfilepath"]);
     noteRunProblem(RunProblem::kDataPathSkipped);
     return;
   }
@@ -151,49 +151,49 @@ void dispatchRun(ParameterTable& table) {
     table["datapath"] = extractionFolder(table);
   } else if (isAnyOf(format, {"Raw", "RAW", "raw"})) {
     if (containsAny(dataPath, kWiffSpellings)) {
-      logMessage("Alert", "The data path " + dataPath + " names a WIFF file, but input_format is \"" + format +
+      logMessage(LogLabel::kAlert, "The data path " + dataPath + " names a WIFF file, but input_format is \"" + format +
                               "\": the RAW files of its folder are processed instead and the WIFF file is "
                               "not. Give -F wiff to process it.");
     }
     std::vector<std::string> rawNames = listRawFiles(dataPath);
     if (rawNames.empty()) {
-      logMessage("Error", "No Raw files in datapath!\n" + dataPath);
+      logMessage(LogLabel::kError, "No Raw files in datapath!\n" + dataPath);
       noteRunProblem(RunProblem::kDataPathSkipped);
       return;
     }
-    logMessage("Alert", "Rawlist completes");
+    logMessage(LogLabel::kAlert, "Rawlist completes");
     for (const std::string& name : rawNames) runRawExtractor(table, name);
     ms1Names = listMs1Files(dataPath);
   } else if (isAnyOf(format, {"MGF", "mgf"})) {
     std::vector<std::string> mgfNames = listMgfFiles(dataPath);
     if (mgfNames.empty()) {
-      logMessage("Error", "No MGF files in datapath!\n" + dataPath);
+      logMessage(LogLabel::kError, "No MGF files in datapath!\n" + dataPath);
       noteRunProblem(RunProblem::kDataPathSkipped);
       return;
     }
-    logMessage("Alert", "MGFlist completes");
+    logMessage(LogLabel::kAlert, "MGFlist completes");
     runMgfFiles(table, mgfNames);
     return;
   } else if (containsAny(dataPath, kWiffSpellings)) {
     alertRouteNotFromExtension(dataPath, kWiffSpellings, "WIFF");
     splitFolderAndFile(table, fileName);
-    logMessage("alert", "Wifflist completes");
+    logMessage(LogLabel::kAlert, "Wifflist completes");
     runWiffExtractor(table, fileName);
     ms1Names = {ms1NameFor(fileName)};
     runWiffPipelines(table, ms1Names);
-    logMessage("info", "Process complete!");
+    logMessage(LogLabel::kNote, "Process complete!");
   } else if (isAnyOf(format, {"Wiff", "WIFF", "wiff"})) {
     std::vector<std::string> wiffNames = listWiffFiles(dataPath);
     if (wiffNames.empty()) {
-      logMessage("Error", "No Wiff files in datapath!\n" + dataPath);
+      logMessage(LogLabel::kError, "No Wiff files in datapath!\n" + dataPath);
       noteRunProblem(RunProblem::kDataPathSkipped);
       return;
     }
-    logMessage("alert", "Wifflist completes");
+    logMessage(LogLabel::kAlert, "Wifflist completes");
     for (const std::string& name : wiffNames) runWiffExtractor(table, name);
     ms1Names = listMs1Files(dataPath);
     if (ms1Names.empty()) {
-      logMessage("Error", "No MS1 files in datapath! Corvid exits!");
+      logMessage(LogLabel::kError, "No MS1 files in datapath! Corvid exits!");
       noteRunProblem(RunProblem::kDataPathSkipped);
       return;
     }
@@ -205,11 +205,11 @@ void dispatchRun(ParameterTable& table) {
     std::erase_if(names, [mzxml](const std::string& name) { return isMzxmlName(name) != mzxml; });
     const std::string kind = mzxml ? "mzXML" : "mzML";
     if (names.empty()) {
-      logMessage("Error", "No " + kind + " files in datapath!\n" + dataPath);
+      logMessage(LogLabel::kError, "No " + kind + " files in datapath!\n" + dataPath);
       noteRunProblem(RunProblem::kDataPathSkipped);
       return;
     }
-    logMessage("Alert", kind + "list completes");
+    logMessage(LogLabel::kAlert, kind + "list completes");
     ms1Names = extractOpenFormatFiles(table, names);
     table[kOpenFormatFolderKey] = table["datapath"];
     table["datapath"] = extractionFolder(table);

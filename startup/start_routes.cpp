@@ -4,13 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "platform/run_log.h"
 #include "platform/run_outcome.h"
 #include "startup/command_line.h"
 #include "startup/parameter_checks.h"
 #include "startup/parameter_file.h"
 #include "startup/pipelines.h"
 #include "startup/run_driver.h"
-#include "platform/run_log.h"
 
 namespace corvid {
 namespace {
@@ -46,7 +46,7 @@ void runFromParameterFile(int count, const char* const* arguments) {
   if (isOn(valueOrEmpty(table, "strict_exit"))) requestStrictExit();
   const int dataCount = readInteger(table["datanum"]);
   const std::string dataCountProblem = dataCountAlert(table["datanum"], dataCount);
-  if (!dataCountProblem.empty()) logMessage("Alert", dataCountProblem);
+  if (!dataCountProblem.empty()) logMessage(LogLabel::kAlert, dataCountProblem);
   setResetPath(table);
   if (dataCount < 0) return;
   if (dataCount == 0) {
@@ -95,11 +95,11 @@ void runMgfConversion(int count, const char* const* arguments) {
   for (int i = 1; i < count; ++i) {
     // Only the first argument chose this route; the others are converted whatever their names.
     if (!endsWith(arguments[i], ".mgf", true) && !endsWith(arguments[i], ".MGF", true)) {
-      logMessage("Alert", std::string("The argument ") + arguments[i] +
+      logMessage(LogLabel::kAlert, std::string("The argument ") + arguments[i] +
                               " is read as MGF because the first argument names an MGF file, not "
                               "because of its own extension.");
     }
-    logMessage("Infor", "Loading MGF...");
+    logMessage(LogLabel::kNote, "Loading MGF...");
     convertMgfToKx2(arguments[i]);
   }
 }

@@ -1,9 +1,9 @@
 #include "startup/vendor_extractors.h"
 
 #include "platform/paths.h"
+#include "platform/run_log.h"
 #include "platform/run_outcome.h"
 #include "startup/pipelines.h"
-#include "platform/run_log.h"
 
 namespace corvid {
 namespace {
@@ -25,10 +25,10 @@ ChildCommand wiffExtractorCommand(ParameterTable& parameters, const std::string&
 void runExtractorTool(const ChildCommand& command) {
   const int status = runChildProcess(command);
   if (status == -1) {
-    logMessage("Error", "Fail to start the extractor: " + describeCommand(command));
+    logMessage(LogLabel::kError, "Fail to start the extractor: " + describeCommand(command));
     noteRunProblem(RunProblem::kInputUnreadable);
   } else if (status != 0) {
-    logMessage("Alert", "The extractor ended with status " + std::to_string(status) + ": " +
+    logMessage(LogLabel::kAlert, "The extractor ended with status " + std::to_string(status) + ": " +
                             describeCommand(command));
   }
 }
@@ -41,11 +41,11 @@ void extractUnlessDone(ParameterTable& parameters, const std::string& fileName, 
                        const char* firstDoneEnding, const ChildCommand& command) {
   const std::string folder = parameters["datapath"];
   if (!canOpenForReading(folder + fileName)) {
-    logMessage("Error", "RAW file not exists! " + fileName);
+    logMessage(LogLabel::kError, "RAW file not exists! " + fileName);
     noteRunProblem(RunProblem::kInputUnreadable);
     return;
   }
-  logMessage("State", announcement);
+  logMessage(LogLabel::kState, announcement);
   const std::string stem = folder + stemOf(fileName);
   if (canOpenForReading(stem + firstDoneEnding) && canOpenForReading(stem + ".csv")) return;
   runExtractorTool(command);

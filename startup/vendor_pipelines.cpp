@@ -3,17 +3,18 @@
 #include <string>
 #include <vector>
 
-#include "detection/per_file_driver.h"
 #include "platform/file_patterns.h"
 #include "platform/paths.h"
+#include "platform/run_log.h"
 #include "platform/run_outcome.h"
 #include "scoring/precursor_table.h"
 #include "spectra/file_size.h"
 #include "spectra/kx_format.h"
 #include "spectra/ms2_splitter.h"
 #include "spectra/spectrum_records.h"
+#include "startup/per_file_driver.h"
 #include "startup/pipelines.h"
-#include "platform/run_log.h"
+#include "startup/run_settings.h"
 
 namespace corvid {
 namespace {
@@ -34,7 +35,7 @@ void joinParts(const std::string& outputStem, const std::string& ending) {
   const std::string pattern = outputStem + "_ID_*" + ending;
   if (filesMatching(pattern).empty()) return;
   if (concatenateMatching(pattern, outputStem + ending) < 0) {
-    logMessage("Error", "Fail to join the parts " + pattern + " into " + outputStem + ending);
+    logMessage(LogLabel::kError, "Fail to join the parts " + pattern + " into " + outputStem + ending);
     noteRunProblem(RunProblem::kOutputUnwritable);
     return;
   }
@@ -57,9 +58,9 @@ void mergeKx2Parts(const std::string& outputStem, int partCount) {
 
 bool processSplit(ParameterTable& parameters, const std::string& ms1Path, const std::string& ms2Path,
                   const std::string& stem, CorrectionsByScan* corrections) {
-  logMessage("Infor", "Start spliting MS2...");
+  logMessage(LogLabel::kNote, "Start spliting MS2...");
   std::vector<std::string> partPaths;
-  const std::int64_t partSize = internalSetting(parameters, "ms2_part_scans", ms2PartSize(parameters));
+  const std::int64_t partSize = internalSetting(parameters, "ms2_part_scans", ms2PartSizeFrom(parameters));
   const int partCount = splitMS2(ms2Path, partSize, partPaths);
   std::vector<std::string> outputList;
   bool processed = false;
@@ -86,11 +87,11 @@ bool processSplit(ParameterTable& parameters, const std::string& ms1Path, const 
 }
 
 void runVendorPipeline(ParameterTable& parameters, const std::string& ms1Name, VendorKind kind) {
-  logMessage("State", "Processing " + ms1Name);
+  logMessage(LogLabel::kState, "Processing " + ms1Name);
   const std::string folder = parameters["datapath"];
   const std::string stem = withoutExtension(ms1Name);
   if (!canOpenForReading(folder + stem + ".quarry")) {
-    logMessage("Error", "MS1 Or MS2 files not completely extracted! " + stem);
+    logMessage(LogLabel::kError, "MS1 Or MS2 files not completely extracted! " + stem);
     noteRunProblem(RunProblem::kInputUnreadable);
     if (kind == VendorKind::Raw) {
       runRawExtractor(parameters, stem + ".raw");

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "detection/ms1_peak_gathering.h"
+#include "startup/run_settings.h"
 #include "tests/detection/detection_test_support.h"
 
 namespace corvid {
@@ -321,7 +322,7 @@ TEST(ReadDetectionSettings, SwitchesAreOnOnlyForTheTextOne) {
   testing::setParameter(parameters, "outputsvmlight", "1");
   testing::setParameter(parameters, "debug_mode", "3");
   testing::setParameter(parameters, "co-elute", " 0x");
-  const DetectionSettings settings = readDetectionSettings(parameters);
+  const DetectionSettings settings = detectionSettingsFrom(parameters);
   EXPECT_FALSE(settings.cutSimilarMono);
   EXPECT_FALSE(settings.checkActivationCenter);
   EXPECT_TRUE(settings.outputSvmLight);

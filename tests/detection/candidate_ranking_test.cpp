@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "startup/run_settings.h"
 #include "tests/detection/detection_test_support.h"
 
 namespace corvid {

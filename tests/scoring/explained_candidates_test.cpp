@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "scoring/threshold_filter.h"
+#include "startup/run_settings.h"
 
 namespace corvid {
 namespace {

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "scoring/mars_model.h"
+#include "startup/run_settings.h"
 
 namespace corvid {
 namespace {

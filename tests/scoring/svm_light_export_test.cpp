@@ -6,8 +6,9 @@
 #include <functional>
 
 #include "platform/msvc_random.h"
-#include "scoring/svm_light_export.h"
 #include "platform/run_failure.h"
+#include "scoring/svm_light_export.h"
+#include "startup/run_settings.h"
 #include "tests/support/failure_text.h"
 #include "tests/support/test_support.h"
 
@@ -100,7 +101,7 @@ struct ExportCase {
     ParameterTable parameters{{"outputpath", dir.folder()},
                               {"samplenumberinsvmlight", sampleNumber},
                               {"svmlight_charge_range", range}};
-    return makeSvmLightPaths(parameters);
+    return svmLightSetupFrom(parameters);
   }
   std::string file(const std::string& name) const { return readFile(dir.path() / name); }
 };

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "spectra/mgf_reader.h"
+#include "startup/run_settings.h"
 #include "tests/spectra/spectra_test_support.h"
 
 namespace corvid {

@@ -5,8 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/spectra/spectra_test_support.h"
 #include "platform/run_failure.h"
+#include "startup/run_settings.h"
+#include "tests/spectra/spectra_test_support.h"
 
 namespace corvid {
 namespace {
@@ -144,12 +145,12 @@ TEST(SplitMS2, UnwritablePartRaisesAClearFailure) {
 }
 
 TEST(MS2PartSize, WiffInputUsesFiveThousandOtherwiseEightyThousand) {
-  EXPECT_EQ(ms2PartSize(ParameterTable{{"input_format", "wiff"}}), 5000);
-  EXPECT_EQ(ms2PartSize(ParameterTable{{"input_format", "raw"}}), 80000);
-  EXPECT_EQ(ms2PartSize(ParameterTable{{"input_format", "WIFF"}}), 80000);
-  EXPECT_EQ(ms2PartSize(ParameterTable{{"input_format", "wiff "}}), 80000);
+  EXPECT_EQ(ms2PartSizeFrom(ParameterTable{{"input_format", "wiff"}}), 5000);
+  EXPECT_EQ(ms2PartSizeFrom(ParameterTable{{"input_format", "raw"}}), 80000);
+  EXPECT_EQ(ms2PartSizeFrom(ParameterTable{{"input_format", "WIFF"}}), 80000);
+  EXPECT_EQ(ms2PartSizeFrom(ParameterTable{{"input_format", "wiff "}}), 80000);
   const ParameterTable none;
-  EXPECT_EQ(ms2PartSize(none), 80000);
+  EXPECT_EQ(ms2PartSizeFrom(none), 80000);
   EXPECT_TRUE(none.empty());
 }
 

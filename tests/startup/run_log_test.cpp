@@ -15,15 +15,15 @@ using corvid::testing::TempDir;
 
 TEST(LogMessage, InfoLabelGetsAngleBrackets) {
   StdoutCapture capture;
-  logMessage("Info", "x");
+  logMessage(LogLabel::kInfo, "x");
   EXPECT_EQ(capture.text(), "[Corvid] <x> \n");
   discardRunLog();
 }
 
 TEST(LogMessage, OtherLabelsPrintPlainMessage) {
   StdoutCapture capture;
-  logMessage("Infor", "Loading");
-  logMessage("Error", "bad");
+  logMessage(LogLabel::kNote, "Loading");
+  logMessage(LogLabel::kError, "bad");
   EXPECT_EQ(capture.text(), "[Corvid] Loading \n[Corvid] bad \n");
   discardRunLog();
 }
@@ -37,8 +37,8 @@ TEST(RunLog, FileHoldsStartTimeAndBareMessagesWithCrLf) {
   appendLogPiece("\n");
   {
     StdoutCapture capture;
-    logMessage("Error", "first");
-    logMessage("Info", "second\n");
+    logMessage(LogLabel::kError, "first");
+    logMessage(LogLabel::kInfo, "second\n");
     capture.text();
   }
   closeRunLog();

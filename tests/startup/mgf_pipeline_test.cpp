@@ -1,4 +1,4 @@
-#include "spectra/mgf_pipeline.h"
+#include "startup/mgf_pipeline.h"
 
 #include <gtest/gtest.h>
 

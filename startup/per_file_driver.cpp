@@ -1,4 +1,4 @@
-#include "detection/per_file_driver.h"
+#include "startup/per_file_driver.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,15 +8,15 @@
 #include <limits>
 #include <unordered_map>
 
-#include "platform/run_failure.h"
 #include "detection/candidate_detection.h"
-#include "detection/debug_scan_input.h"
 #include "detection/detection_context.h"
 #include "detection/isotope_pattern_table.h"
 #include "detection/ms1_peak_gathering.h"
 #include "platform/msvc_random.h"
 #include "platform/paths.h"
 #include "platform/process.h"
+#include "platform/run_failure.h"
+#include "platform/run_log.h"
 #include "platform/run_outcome.h"
 #include "platform/support_files.h"
 #include "platform/text_file.h"
@@ -28,15 +28,16 @@
 #include "scoring/score_candidates.h"
 #include "scoring/svm_classifier.h"
 #include "scoring/svm_light_export.h"
-#include "scoring/training_samples.h"
 #include "scoring/threshold_filter.h"
+#include "scoring/training_samples.h"
 #include "spectra/group_export.h"
 #include "spectra/kx_format.h"
 #include "spectra/mgf_writer.h"
 #include "spectra/ms1_reader.h"
 #include "spectra/ms2_reader.h"
 #include "spectra/ms2_writer.h"
-#include "platform/run_log.h"
+#include "startup/debug_scan_input.h"
+#include "startup/run_settings.h"
 
 namespace corvid {
 namespace {
@@ -52,15 +53,15 @@ struct PairOutputs {
   std::string csvPath;
 };
 
-PairOutputs outputsFor(ParameterTable& parameters, const std::string& ms2Path) {
+PairOutputs outputsFor(const std::string& outputFolder, const std::string& ms2Path) {
   PairOutputs outputs;
-  outputs.resultStem = parameters["outputpath"] + withoutExtension(fileNameOf(ms2Path));
+  outputs.resultStem = outputFolder + withoutExtension(fileNameOf(ms2Path));
   outputs.csvPath = outputs.resultStem + ".csv";
   return outputs;
 }
 
 void reportFoundCount(const ReferencePrecursorList& reference, const char* closing) {
-  logMessage("Infor", "Check " + std::to_string(countFound(reference)) + closing);
+  logMessage(LogLabel::kNote, "Check " + std::to_string(countFound(reference)) + closing);
 }
 
 // The positions of one activation group's spectra, in file order.
@@ -111,10 +112,10 @@ void detectGroup(const MS2File& ms2File, const std::vector<std::size_t>& positio
     const double center = std::fabs(spectrum.activationCenter) < 1e-6 ? headerMz : spectrum.activationCenter;
     if (debug.mode == DebugMode::kSingleScan) {
       if (scan != debug.scan) continue;
-      logMessage("Infor", "ActivationCenter: " + std::to_string(center));
+      logMessage(LogLabel::kNote, "ActivationCenter: " + std::to_string(center));
     } else if (debug.mode == DebugMode::kScanList) {
       if (!inDebugScanList(debug.scans, scan)) continue;
-      logMessage("Infor", "ActivationCenter:" + std::to_string(center));
+      logMessage(LogLabel::kNote, "ActivationCenter:" + std::to_string(center));
     }
     gatherMs1Peaks(context, static_cast<std::int32_t>(scan), center, gathered);
     detectCandidates(context, center, static_cast<std::int32_t>(scan), gathered);
@@ -122,7 +123,7 @@ void detectGroup(const MS2File& ms2File, const std::vector<std::size_t>& positio
 }
 
 // Writes the group's spectrum files; false when one of them could not be written completely.
-bool writeGroupSpectra(ParameterTable& parameters, const MS2File& ms2File, GroupExport& exported,
+bool writeGroupSpectra(const PairSettings& settings, const MS2File& ms2File, GroupExport& exported,
                        const std::string& groupStem, std::vector<std::string>& outputList) {
   bool complete = true;
   auto note = [&](bool written, const std::string& path) {
@@ -132,17 +133,16 @@ bool writeGroupSpectra(ParameterTable& parameters, const MS2File& ms2File, Group
       complete = false;
     }
   };
-  if (isOn(parameters["output_mgf"])) note(writeMGF(exported, ms2File, parameters, groupStem + ".mgf"), groupStem + ".mgf");
-  if (isOn(parameters["output_kx"])) note(writeKX2(exported, ms2File, groupStem + ".kx2"), groupStem + ".kx2");
-  if (isOn(parameters["output_ms2"])) {
-    note(writeMS2(exported, ms2File, parameters, groupStem + ".ms2"), groupStem + ".ms2");
-  }
+  if (settings.writeMgf) note(writeMGF(exported, ms2File, true, groupStem + ".mgf"), groupStem + ".mgf");
+  if (settings.writeKx) note(writeKX2(exported, ms2File, groupStem + ".kx2"), groupStem + ".kx2");
+  if (settings.writeMs2) note(writeMS2(exported, ms2File, true, groupStem + ".ms2"), groupStem + ".ms2");
   return complete;
 }
 
 // What one file pair's groups share while they are processed in turn.
 struct PairRun {
-  ParameterTable& parameters;
+  const PairSettings& settings;
+  const ParameterTable& parameters;  // for the tool calls, which pass settings on as text
   const PairOutputs& outputs;
   const MS2File& ms2File;
   const std::string& rawName;
@@ -180,7 +180,7 @@ void alertOverwrittenTables(const std::string& folder, const std::string& source
   static std::string lastFolder;
   static std::string lastSource;
   if (!lastSource.empty() && lastFolder == folder && lastSource != source) {
-    logMessage("Alert", "Positive.csv and Negative.csv in " + folder + " now hold the candidates of " + source +
+    logMessage(LogLabel::kAlert, "Positive.csv and Negative.csv in " + folder + " now hold the candidates of " + source +
                             " only: those of " + lastSource + " were overwritten.");
   }
   lastFolder = folder;
@@ -191,22 +191,22 @@ void alertOverwrittenTables(const std::string& folder, const std::string& source
 // and reports how many reference entries were found.
 void writeTrainingSet(PairRun& run, int group) {
   ReferencePrecursorList& reference = *run.context.reference;
-  logMessage("Infor", "Writing TrainingSet...");
-  if (isOn(run.parameters["output_trainingdata"]) && !run.context.records.empty()) {
-    alertOverwrittenTables(run.parameters["outputpath"], run.rawName + kGroupSuffixes[group]);
+  logMessage(LogLabel::kNote, "Writing TrainingSet...");
+  if (run.settings.writeTrainingData && !run.context.records.empty()) {
+    alertOverwrittenTables(run.settings.outputFolder, run.rawName + kGroupSuffixes[group]);
   }
-  writeTrainingSamples(run.parameters["outputpath"], isOn(run.parameters["output_trainingdata"]), reference,
+  writeTrainingSamples(run.settings.outputFolder, run.settings.writeTrainingData, reference,
                        run.context.features, run.context.records);
   reportFoundCount(reference, " Precursors. ");
 }
 
 // Writes the SVMlight files of the group and has svmrunner train on them and classify them.
 SvmJob runSvmClassifier(PairRun& run) {
-  const SvmLightSetup setup = makeSvmLightPaths(run.parameters);
+  const SvmLightSetup setup = svmLightSetupFrom(run.parameters);
   exportSvmLight(setup, run.context.features, run.context.records);
   const SvmJob job = makeSvmJob(setup.trainingPath, setup.testPath);
-  trainSvm(job, run.parameters["binpath"]);
-  predictSvm(job, run.parameters["binpath"]);
+  trainSvm(job, valueOrEmpty(run.parameters, "binpath"));
+  predictSvm(job, valueOrEmpty(run.parameters, "binpath"));
   return job;
 }
 
@@ -215,7 +215,7 @@ SvmJob runSvmClassifier(PairRun& run) {
 void scoreWithProbabilities(const SvmJob& job, std::vector<PrecursorFeatures>& features, std::vector<double>& scores) {
   scores = readSvmProbabilities(job);
   if (scores.size() != features.size()) {
-    logMessage("Alert", "The SVM output " + job.outputFile + " holds " + std::to_string(scores.size()) +
+    logMessage(LogLabel::kAlert, "The SVM output " + job.outputFile + " holds " + std::to_string(scores.size()) +
                             " probabilities for " + std::to_string(features.size()) + " candidates: " +
                             (scores.size() < features.size() ? "candidates without one are dropped."
                                                              : "the extra ones are ignored."));
@@ -227,44 +227,43 @@ void scoreWithProbabilities(const SvmJob& job, std::vector<PrecursorFeatures>& f
 // Scores the group's candidates and keeps those above the threshold, with the reference-list
 // reports before and after scoring.
 void scoreAndFilterGroup(PairRun& run, int group) {
-  ParameterTable& parameters = run.parameters;
+  const PairSettings& settings = run.settings;
   ReferencePrecursorList* reference = run.context.reference;
-  const bool useSvm = isOn(parameters["outputsvmlight"]);
+  const bool useSvm = settings.useSvm;
   SvmJob job;
   if (useSvm) job = runSvmClassifier(run);
   if (reference != nullptr) {
     writeTrainingSet(run, group);
-    if (isOn(parameters["export_unchecked_mono"])) {
+    if (settings.exportUnchecked) {
       writeUncheckedList(*reference, run.outputs.resultStem + "_BeforeMARS_unchecked.csv");
     }
   }
-  logMessage("Infor", "Evaluting by the classifier...");
+  logMessage(LogLabel::kNote, "Evaluting by the classifier...");
   std::vector<double> scores;
   if (useSvm) {
     scoreWithProbabilities(job, run.context.features, scores);
   } else {
-    scoreCandidates(parameters, run.context.features, scores);
+    scoreCandidates(settings.model, run.context.features, scores);
   }
   if (reference != nullptr) writeTrainingSet(run, group);
-  logMessage("Infor", "Filtering by the threshold...");
+  logMessage(LogLabel::kNote, "Filtering by the threshold...");
   std::vector<PrecursorRecord> candidates;
   const bool keepFeatures = run.writeTable || run.corrections != nullptr;
   if (keepFeatures) candidates = run.context.records;
-  filterByThreshold(parameters, scores, run.context.records);
-  if (isOn(parameters["precision_mode"])) dropExplainedCandidates(run.context.records, defaultExplainedCandidateSettings());
+  filterByThreshold(settings.threshold, scores, run.context.records);
+  if (settings.precisionMode) dropExplainedCandidates(run.context.records, defaultExplainedCandidateSettings());
   if (keepFeatures) run.keptFeatures = featuresOfKept(candidates, run.context.features, run.context.records);
 }
 
 // Writes the group's spectra and appends its report rows.
 void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positions) {
-  ParameterTable& parameters = run.parameters;
   ReferencePrecursorList* reference = run.context.reference;
   GroupExport exported;
   exported.rawName = run.rawName;
   exported.spectrumPositions = positions;
   exported.accepted = run.context.records;
-  if (parameters["debug_mode"] == "0") {
-    if (!writeGroupSpectra(parameters, run.ms2File, exported, run.outputs.resultStem + kGroupSuffixes[group],
+  if (run.settings.debugOff) {
+    if (!writeGroupSpectra(run.settings, run.ms2File, exported, run.outputs.resultStem + kGroupSuffixes[group],
                            run.outputList)) {
       run.outputsIncomplete = true;
     }
@@ -272,17 +271,17 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
   if (run.writeTable) appendPrecursorTableRows(exported, run.ms2File, run.keptFeatures, run.nativeIds, run.table);
   if (run.corrections != nullptr) collectCorrections(exported, run.ms2File, run.keptFeatures, *run.corrections);
   if (reference != nullptr) resetFound(*reference);
-  logMessage("Infor", "Writing CSV...");
+  logMessage(LogLabel::kNote, "Writing CSV...");
   const std::vector<std::uint32_t>* listed = run.debug.mode == DebugMode::kScanList ? &run.debug.scans : nullptr;
   const std::size_t scansWithoutPrecursor =
       writeReportRows(run.ms2File, positions, run.context.records, group, listed, reference, run.report);
   if (scansWithoutPrecursor > 0) {
-    logMessage("Alert", std::to_string(scansWithoutPrecursor) +
+    logMessage(LogLabel::kAlert, std::to_string(scansWithoutPrecursor) +
                             " MS2 scans were reported with 0 precursors: their kept precursors were out of scan order.");
   }
   if (reference != nullptr) {
     reportFoundCount(*reference, " Precursors.");
-    if (isOn(parameters["export_unchecked_mono"])) {
+    if (run.settings.exportUnchecked) {
       writeUncheckedList(*reference, run.outputs.resultStem + "_unchecked.csv");
     }
   }
@@ -315,7 +314,7 @@ std::string extractionSummaryFor(const std::string& ms2Path) {
 // when every spectrum file of the pair was written completely.
 void saveReport(const std::string& csvPath, const std::string& report, bool outputsIncomplete) {
   if (outputsIncomplete) {
-    logMessage("Error", "Not all spectrum files of " + csvPath +
+    logMessage(LogLabel::kError, "Not all spectrum files of " + csvPath +
                             " could be written: the CSV report is not saved, so that a later run processes "
                             "this file again.");
     noteRunProblem(RunProblem::kOutputUnwritable);
@@ -323,13 +322,13 @@ void saveReport(const std::string& csvPath, const std::string& report, bool outp
   }
   TextWriter writer;
   if (!writer.open(csvPath)) {
-    logMessage("Error", "Fail to write the CSV report " + csvPath + ": " + writer.error());
+    logMessage(LogLabel::kError, "Fail to write the CSV report " + csvPath + ": " + writer.error());
     noteRunProblem(RunProblem::kOutputUnwritable);
     return;
   }
   writer.write(report);
   if (!writer.close()) {
-    logMessage("Error", "Fail to write the CSV report " + csvPath + ": " + writer.error());
+    logMessage(LogLabel::kError, "Fail to write the CSV report " + csvPath + ": " + writer.error());
     noteRunProblem(RunProblem::kOutputUnwritable);
   }
 }
@@ -338,22 +337,23 @@ void saveReport(const std::string& csvPath, const std::string& report, bool outp
 
 bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, const std::string& ms2Path,
                          std::vector<std::string>& outputList, CorrectionsByScan* corrections) {
-  const PairOutputs outputs = outputsFor(parameters, ms2Path);
-  DebugSelection debug = readDebugMode(parameters);
+  const PairSettings settings = pairSettingsFrom(parameters);
+  const PairOutputs outputs = outputsFor(settings.outputFolder, ms2Path);
+  DebugSelection debug;
+  debug.mode = settings.detection.debugMode;
   if (debug.mode == DebugMode::kSingleScan) debug.scan = askDebugScan();
-  if (parameters["rewrite_files"] == "0" && parameters["debug_mode"] == "0" &&
-      canOpenForReading(outputs.csvPath)) {
-    logMessage("Infor", "CSV file already exists, Corvid Complete!");
+  if (!settings.rewriteFiles && settings.debugOff && canOpenForReading(outputs.csvPath)) {
+    logMessage(LogLabel::kNote, "CSV file already exists, Corvid Complete!");
     noteEarlierResultReused();
     return false;
   }
 
-  logMessage("Infor", "Loading MS1 and MS2 files...");
+  logMessage(LogLabel::kNote, "Loading MS1 and MS2 files...");
   MS1File ms1File;
   loadMS1File(ms1Path, ms1File);
   if (ms1File.instrumentName != "FTMS") {
     // Ion-trap survey scans carry no isotope resolution: the extractor exports the MGF itself.
-    logMessage("Infor", "ITMS encountered.. use quarry_raw.exe...");
+    logMessage(LogLabel::kNote, "ITMS encountered.. use quarry_raw.exe...");
     runChildProcess({toolPath(parameters["binpath"], "quarry_raw"),
                      {"-mgf", withoutExtension(ms1Path) + ".Raw", "-m", parameters["m/z"], "-i",
                       parameters["Intensity"]}});
@@ -362,16 +362,16 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
 
   MS2File ms2File;
   loadMS2File(ms2Path, ms2File);
-  if (isOn(parameters["output_freq"])) {
+  if (settings.peakDifferences) {
     writePeakDifferenceStatistics(ms2File, ms2Path);
     throw RunFailure("peak-difference statistics written", FailureKind::kFinishedEarly);
   }
   if (debug.mode == DebugMode::kScanList) debug.scans = askDebugScanList();
 
-  DetectionContext context = makeDetectionContext(parameters, ms1File);
+  DetectionContext context = makeDetectionContext(settings.detection, ms1File);
   ReferencePrecursorList reference;
-  if (parameters["trainingset"] != kEmptyPath) {
-    reference = loadReferencePrecursorList(parameters["trainingset"]);
+  if (!settings.trainingSet.empty()) {
+    reference = loadReferencePrecursorList(settings.trainingSet);
     context.reference = &reference;
   }
   context.debugScans.assign(debug.scans.begin(), debug.scans.end());
@@ -380,15 +380,15 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
 
   ms1File.rawName = withoutExtension(fileNameOf(ms2Path));
   bool kx1Written = true;
-  if (isOn(parameters["output_kx"])) {
-    logMessage("Infor", "Writing MS1 to KX...");
-    kx1Written = writeKX1(ms1File, parameters["outputpath"] + withoutExtension(fileNameOf(ms1Path)) + ".kx1");
+  if (settings.writeKx) {
+    logMessage(LogLabel::kNote, "Writing MS1 to KX...");
+    kx1Written = writeKX1(ms1File, settings.outputFolder + withoutExtension(fileNameOf(ms1Path)) + ".kx1");
   }
   processRandom().seed(static_cast<std::uint32_t>(std::time(nullptr)));
 
-  PairRun run{parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}, !kx1Written, false, {}, {}, {}, corrections};
+  PairRun run{settings, parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}, !kx1Written, false, {}, {}, {}, corrections};
   startReportText(run.report);
-  if (isOn(valueOrEmpty(parameters, "output_table"))) {
+  if (settings.writeTable) {
     run.writeTable = true;
     run.table = precursorTableHeader();
     run.nativeIds = readNativeIds(extractionSummaryFor(ms2Path));
@@ -397,18 +397,18 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
     if (ms2File.groupPresent[group] != 0) processGroup(run, group);
   }
   noteMs2ScansProcessed(static_cast<long long>(ms2File.spectra.size()));
-  logMessage("Infor", "Releasing resources...");
-  logMessage("Infor", "Saving CSV to disk...");
+  logMessage(LogLabel::kNote, "Releasing resources...");
+  logMessage(LogLabel::kNote, "Saving CSV to disk...");
   if (run.writeTable && !writePrecursorTable(outputs.resultStem + kPrecursorTableSuffix, run.table)) run.outputsIncomplete = true;
   saveReport(outputs.csvPath, run.report, run.outputsIncomplete);
-  if (isOn(parameters["delete_msn"])) {
-    logMessage("Infor", "Deleting MS1 & MS2...");
+  if (settings.deleteSpectrumFiles) {
+    logMessage(LogLabel::kNote, "Deleting MS1 & MS2...");
     std::error_code ignored;
     std::filesystem::remove(ms1Path, ignored);
     std::filesystem::remove(ms2Path, ignored);
   }
-  logMessage("Infor", "Exported " + std::to_string(context.exportedPrecursorCount) + " precursors.");
-  logMessage("Infor", "Found " + std::to_string(run.scans.duplicates) + " duplicate scans.");
+  logMessage(LogLabel::kNote, "Exported " + std::to_string(context.exportedPrecursorCount) + " precursors.");
+  logMessage(LogLabel::kNote, "Found " + std::to_string(run.scans.duplicates) + " duplicate scans.");
   return true;
 }
 

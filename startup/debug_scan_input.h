@@ -15,7 +15,6 @@ struct DebugSelection {
   std::vector<std::uint32_t> scans;    // ScanList: the scans of the list, in file order
 };
 
-DebugSelection readDebugMode(ParameterTable& parameters);
 // Asks for the scan number; a missing or unreadable answer ends the run with a clear message.
 std::uint32_t askDebugScan();
 // Asks for the scan-list file and reads it: tokens split at CR/LF runs, each a real number

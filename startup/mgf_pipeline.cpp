@@ -1,9 +1,9 @@
-#include "spectra/mgf_pipeline.h"
+#include "startup/mgf_pipeline.h"
 
+#include "platform/run_log.h"
 #include "platform/run_outcome.h"
 #include "spectra/kx_format.h"
 #include "spectra/mgf_reader.h"
-#include "platform/run_log.h"
 
 namespace corvid {
 
@@ -11,12 +11,12 @@ void runMGFPipeline(const ParameterTable& parameters, const std::vector<std::str
   auto found = parameters.find("datapath");
   const std::string folder = found == parameters.end() ? std::string() : found->second;
   for (const std::string& name : mgfNames) {
-    logMessage("State", "Processing " + name);
-    logMessage("Infor", "Loading MGF...");
+    logMessage(LogLabel::kState, "Processing " + name);
+    logMessage(LogLabel::kNote, "Loading MGF...");
     MGFFile mgfFile;  // released at the end of each pass, before the next file
     mgfFile.path = folder + name;
     readMGF(mgfFile);
-    logMessage("Infor", "Writing KX2...");
+    logMessage(LogLabel::kNote, "Writing KX2...");
     writeKX2FromMGF(mgfFile);
     noteMs2ScansProcessed(static_cast<long long>(mgfFile.spectra.size()));
   }

@@ -1,26 +1,18 @@
-#include "detection/debug_scan_input.h"
+#include "startup/debug_scan_input.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
-#include "platform/text_file.h"
-#include "spectra/file_size.h"
 #include "platform/run_failure.h"
 #include "platform/run_log.h"
+#include "platform/text_file.h"
+#include "spectra/file_size.h"
 
 namespace corvid {
 
-DebugSelection readDebugMode(ParameterTable& parameters) {
-  DebugSelection selection;
-  const std::string& mode = parameters["debug_mode"];
-  if (mode == "1") selection.mode = DebugMode::kSingleScan;
-  if (mode == "2") selection.mode = DebugMode::kScanList;
-  return selection;
-}
-
 std::uint32_t askDebugScan() {
-  logMessage("Infor", "This is for Debug, please input the Scan of MS2 you need to check:");
+  logMessage(LogLabel::kNote, "This is for Debug, please input the Scan of MS2 you need to check:");
   long long scan = 0;
   if (std::scanf("%lld", &scan) != 1 || scan < 0) {
     throw RunFailure("Debug mode 1 needs an MS2 scan number on standard input.");
@@ -46,14 +38,14 @@ std::vector<std::uint32_t> parseScanList(const std::string& text) {
 }
 
 std::vector<std::uint32_t> askDebugScanList() {
-  logMessage("Infor", "Please input the scan file");
+  logMessage(LogLabel::kNote, "Please input the scan file");
   char line[4096] = {0};
   if (std::fgets(line, sizeof line, stdin) == nullptr) {
     throw RunFailure("Debug mode 2 needs the path of a scan-list file on standard input.");
   }
   std::string path(line);
   while (!path.empty() && (path.back() == '\n' || path.back() == '\r')) path.pop_back();
-  logMessage("Infor", "Loading scan list from " + path);
+  logMessage(LogLabel::kNote, "Loading scan list from " + path);
   fileSize(path);  // a missing file ends the run with the usual "does not exist" text
   std::optional<std::string> content = readWholeFile(path);
   if (!content) throw RunFailure("Fail to read the scan list " + path);

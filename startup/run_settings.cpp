@@ -1,0 +1,69 @@
+#include "startup/run_settings.h"
+
+namespace corvid {
+
+DetectionSettings detectionSettingsFrom(const ParameterTable& parameters) {
+  DetectionSettings settings;
+  const std::string& debug = valueOrEmpty(parameters, "debug_mode");
+  settings.debugMode = debug == "1"   ? DebugMode::kSingleScan
+                       : debug == "2" ? DebugMode::kScanList
+                                      : DebugMode::kOff;
+  settings.coElute = readInteger(valueOrEmpty(parameters, "co-elute"));
+  settings.cutSimilarMono = isOn(valueOrEmpty(parameters, "cut_similiar_mono"));
+  settings.isolationWidth = readReal(valueOrEmpty(parameters, "isolation_width"));
+  settings.recalibrateWindow = readReal(valueOrEmpty(parameters, "recalibrate_window"));
+  settings.outputSvmLight = isOn(valueOrEmpty(parameters, "outputsvmlight"));
+  settings.checkActivationCenter = isOn(valueOrEmpty(parameters, "check_activationcenter"));
+  settings.dataPath = valueOrEmpty(parameters, "datapath");
+  return settings;
+}
+
+ThresholdSettings thresholdSettingsFrom(const ParameterTable& parameters) {
+  ThresholdSettings settings;
+  settings.threshold = readReal(valueOrEmpty(parameters, "mars_threshold"));
+  if (valueOrEmpty(parameters, "isolation_width") == "4") {
+    settings.wideWindow = true;
+    settings.threshold = kWideWindowThreshold;
+  }
+  if (valueOrEmpty(parameters, "output_all_mars_y") == "1") settings.threshold = kKeepAllThreshold;
+  settings.debug = valueOrEmpty(parameters, "debug_mode") == "1";
+  return settings;
+}
+
+MarsModelChoice marsModelFrom(const ParameterTable& parameters) {
+  return selectMarsModel(valueOrEmpty(parameters, "mars_model"));
+}
+
+SvmLightSetup svmLightSetupFrom(const ParameterTable& parameters) {
+  return makeSvmLightPaths(valueOrEmpty(parameters, "outputpath"), valueOrEmpty(parameters, "samplenumberinsvmlight"),
+                           valueOrEmpty(parameters, "svmlight_charge_range"));
+}
+
+std::int64_t ms2PartSizeFrom(const ParameterTable& parameters) {
+  return ms2PartSize(valueOrEmpty(parameters, "input_format") == "wiff");
+}
+
+PairSettings pairSettingsFrom(const ParameterTable& parameters) {
+  PairSettings settings;
+  settings.detection = detectionSettingsFrom(parameters);
+  settings.threshold = thresholdSettingsFrom(parameters);
+  settings.model = marsModelFrom(parameters);
+  settings.useSvm = isOn(valueOrEmpty(parameters, "outputsvmlight"));
+  settings.writeMgf = isOn(valueOrEmpty(parameters, "output_mgf"));
+  settings.writeMs2 = isOn(valueOrEmpty(parameters, "output_ms2"));
+  settings.writeKx = isOn(valueOrEmpty(parameters, "output_kx"));
+  settings.writeTable = isOn(valueOrEmpty(parameters, "output_table"));
+  settings.writeTrainingData = isOn(valueOrEmpty(parameters, "output_trainingdata"));
+  settings.exportUnchecked = isOn(valueOrEmpty(parameters, "export_unchecked_mono"));
+  settings.precisionMode = isOn(valueOrEmpty(parameters, "precision_mode"));
+  settings.deleteSpectrumFiles = isOn(valueOrEmpty(parameters, "delete_msn"));
+  settings.debugOff = valueOrEmpty(parameters, "debug_mode") == "0";
+  settings.rewriteFiles = valueOrEmpty(parameters, "rewrite_files") != "0";
+  settings.peakDifferences = isOn(valueOrEmpty(parameters, "output_freq"));
+  settings.outputFolder = valueOrEmpty(parameters, "outputpath");
+  const std::string& trainingSet = valueOrEmpty(parameters, "trainingset");
+  if (trainingSet != kEmptyPath) settings.trainingSet = trainingSet;
+  return settings;
+}
+
+}  // namespace corvid
