@@ -51,7 +51,7 @@ void fillIsotopeTable() {
   for (int mass = 0; mass < kIsotopeTableRows; ++mass) {
     const double lambda = mass / 1800.0;
     double p = std::exp(-lambda);
-    IsotopePattern& row = isotopePatternTable().rows[static_cast<std::size_t>(mass)];
+    IsotopePattern& row = runIsotopeTable().rows[static_cast<std::size_t>(mass)];
     for (int k = 0; k < kIsotopePeaks; ++k) {
       row[static_cast<std::size_t>(k)] = p;
       p = p * lambda / (k + 1);
@@ -90,7 +90,7 @@ const GeneratedRun& generatedRun() {
         const Precursor& pr = precursors[p];
         const double t = (s - pr.apex) / 4.0;
         const double elution = std::exp(-t * t);
-        const IsotopePattern& pattern = isotopePatternTable().rows[static_cast<std::size_t>(pr.mono * pr.charge)];
+        const IsotopePattern& pattern = runIsotopeTable().rows[static_cast<std::size_t>(pr.mono * pr.charge)];
         for (int k = 0; k < kIsotopePeaks; ++k) {
           const double jitter = (unit(random) - 0.5) * 2e-6 * pr.mono;
           peaks.push_back({pr.mono + k * 1.003 / pr.charge + jitter, pr.height * elution * pattern[static_cast<std::size_t>(k)]});

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "detection/isotope_pattern_table.h"
+#include "startup/run_settings.h"
 
 namespace {
 
@@ -18,8 +19,8 @@ void BM_LoadIsotopePatternTable(benchmark::State& state) {
   const std::string path = shippedTablePath();
   const auto bytes = static_cast<int64_t>(std::filesystem::file_size(path));
   for (auto _ : state) {
-    corvid::loadIsotopePatternTable(path);
-    benchmark::DoNotOptimize(corvid::isotopePatternTable().rows[14999][4]);
+    corvid::loadIsotopePatternTable(path, corvid::runIsotopeTable());
+    benchmark::DoNotOptimize(corvid::runIsotopeTable().rows[14999][4]);
   }
   state.SetBytesProcessed(state.iterations() * bytes);
 }
@@ -28,7 +29,7 @@ BENCHMARK(BM_LoadIsotopePatternTable)->Unit(benchmark::kMicrosecond);
 void BM_IsotopePatternLookup(benchmark::State& state) {
   double mass = 0.25;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(corvid::isotopePattern(mass));
+    benchmark::DoNotOptimize(corvid::isotopePattern(corvid::runIsotopeTable(), mass));
     mass = mass < 14999.0 ? mass + 7.3 : 0.25;
   }
 }

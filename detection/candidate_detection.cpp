@@ -201,7 +201,7 @@ void evaluatePair(DetectionContext& context, const ScanWindow& window, const std
   normaliseProfile(profile, kIsotopeGroupSize, kIsotopeProfileSize);
   cutAfterFirstValley(profile, kIsotopeProfileSize, kIsotopeGroupSize, context.valleys);
 
-  const IsotopePattern pattern = isotopePattern(charge * mz - charge * kCandidateProtonMass);
+  const IsotopePattern pattern = isotopePattern(*context.isotopes, charge * mz - charge * kCandidateProtonMass);
   const double maxSim = bestPatternCorrelation(context, pattern);
   const std::int32_t isoLen = isotopeLength(profile);
   const double halfWidth = window.width / 2;

@@ -41,9 +41,11 @@ void addToProfileGrid(ProfileGrid& grid, std::int64_t row, std::int64_t bin, dou
   grid.filledCells.push_back(cell);
 }
 
-DetectionContext makeDetectionContext(const DetectionSettings& settings, const MS1File& ms1) {
+DetectionContext makeDetectionContext(const DetectionSettings& settings, const MS1File& ms1,
+                                      const IsotopePatternTable& isotopes) {
   DetectionContext context;
   context.settings = settings;
+  context.isotopes = &isotopes;
   context.ms1 = &ms1;
   context.filteredGrid = makeProfileGrid(kFilteredGridRows, kFilteredGridCenterRow);
   context.wideGrid = makeProfileGrid(kWideGridRows, kWideGridCenterRow);

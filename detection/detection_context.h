@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "detection/isotope_pattern_table.h"
 #include "scoring/precursor_features.h"
 #include "scoring/reference_precursor_list.h"
 #include "spectra/precursor_record.h"
@@ -73,6 +74,7 @@ inline constexpr int kExtendedProfileSize = kProfileGroups * kExtendedGroupSize;
 struct DetectionContext {
   DetectionSettings settings;
   const MS1File* ms1 = nullptr;
+  const IsotopePatternTable* isotopes = nullptr;  // the run's theoretical isotope patterns
   bool ms1ScansAscending = true;               // scan numbers never decrease along the file
   std::vector<std::uint8_t> ms1PeaksAscending; // per MS1 scan: peaks in ascending m/z
 
@@ -114,6 +116,7 @@ struct DetectionContext {
 };
 
 // Reads the settings, creates both grids and checks the ordering of the MS1 file once.
-DetectionContext makeDetectionContext(const DetectionSettings& settings, const MS1File& ms1);
+DetectionContext makeDetectionContext(const DetectionSettings& settings, const MS1File& ms1,
+                                      const IsotopePatternTable& isotopes);
 
 }  // namespace corvid

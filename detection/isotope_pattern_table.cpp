@@ -86,22 +86,14 @@ void readAbundances(const std::string& path, std::string_view text, std::vector<
 
 }  // namespace
 
-IsotopePatternTable& isotopePatternTable() {
-  static IsotopePatternTable table;  // static storage: zero until the first load
-  return table;
-}
-
-void loadIsotopePatternTable(const std::string& path) {
+void loadIsotopePatternTable(const std::string& path, IsotopePatternTable& table) {
   std::optional<std::string> text = readWholeFile(path);
   if (!text) throw RunFailure{"Please make sure the IPV.txt is with this Program.^_^"};
-  // Kept between loads (the table is loaded once per file pair): no new allocation after the first.
-  static std::vector<double> values;
-  values.clear();
+  std::vector<double> values;
   values.reserve(kTableNumbers);
   bool cut = false;
   // Everything is read before the table changes, so a bad file leaves the table as it was.
   readAbundances(path, *text, values, cut);
-  IsotopePatternTable& table = isotopePatternTable();
   for (std::size_t k = 0; k < values.size(); ++k) {
     table.rows[k / kIsotopePeaks][k % kIsotopePeaks] = values[k];
   }
@@ -120,12 +112,12 @@ void loadIsotopePatternTable(const std::string& path) {
   }
 }
 
-IsotopePattern isotopePattern(double neutralMass) {
+IsotopePattern isotopePattern(const IsotopePatternTable& table, double neutralMass) {
   if (!(neutralMass >= 0.0)) return IsotopePattern{};  // negative or NaN: no row
   if (neutralMass >= static_cast<double>(kIsotopeTableRows)) {
-    return isotopePatternTable().rows[kIsotopeTableRows - 1];
+    return table.rows[kIsotopeTableRows - 1];
   }
-  return isotopePatternTable().rows[static_cast<std::size_t>(neutralMass)];
+  return table.rows[static_cast<std::size_t>(neutralMass)];
 }
 
 }  // namespace corvid

@@ -14,7 +14,4 @@ struct MsvcRandom {
   }
 };
 
-// The process-wide generator, as srand()/rand() are process-wide.
-MsvcRandom& processRandom();
-
 }  // namespace corvid

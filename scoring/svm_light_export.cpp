@@ -90,7 +90,7 @@ std::vector<std::int32_t> sampleScans(std::string_view sampleNumber, const std::
     const std::int32_t scan = truncatedToInt(record.scan);
     if (listed.empty() || listed.back() != scan) listed.push_back(scan);
   }
-  MsvcRandom& random = processRandom();
+  MsvcRandom random;  // the sampling draws from its own generator, seeded the same at every call
   random.seed(kSamplingSeed);
   const std::size_t n = listed.size();
   std::vector<std::size_t> permutation(n);

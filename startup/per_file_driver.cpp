@@ -368,7 +368,7 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   }
   if (debug.mode == DebugMode::kScanList) debug.scans = askDebugScanList();
 
-  DetectionContext context = makeDetectionContext(settings.detection, ms1File);
+  DetectionContext context = makeDetectionContext(settings.detection, ms1File, runIsotopeTable());
   ReferencePrecursorList reference;
   if (!settings.trainingSet.empty()) {
     reference = loadReferencePrecursorList(settings.trainingSet);
@@ -376,7 +376,7 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   }
   context.debugScans.assign(debug.scans.begin(), debug.scans.end());
 
-  loadIsotopePatternTable(locateSupportFile(parameters["binpath"], parameters["ipv_file"]));
+  loadIsotopePatternTable(locateSupportFile(parameters["binpath"], parameters["ipv_file"]), runIsotopeTable());
 
   ms1File.rawName = withoutExtension(fileNameOf(ms2Path));
   bool kx1Written = true;
@@ -384,7 +384,6 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
     logMessage(LogLabel::kNote, "Writing MS1 to KX...");
     kx1Written = writeKX1(ms1File, settings.outputFolder + withoutExtension(fileNameOf(ms1Path)) + ".kx1");
   }
-  processRandom().seed(static_cast<std::uint32_t>(std::time(nullptr)));
 
   PairRun run{settings, parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}, !kx1Written, false, {}, {}, {}, corrections};
   startReportText(run.report);

@@ -2,6 +2,11 @@
 
 namespace corvid {
 
+IsotopePatternTable& runIsotopeTable() {
+  static IsotopePatternTable table;  // zero until the first load
+  return table;
+}
+
 DetectionSettings detectionSettingsFrom(const ParameterTable& parameters) {
   DetectionSettings settings;
   const std::string& debug = valueOrEmpty(parameters, "debug_mode");

@@ -60,8 +60,12 @@ PairSettings pairSettingsFrom(const ParameterTable& parameters);
 
 // The library calls in their table form, for one-off callers (tests, benchmarks): each converts
 // the table and calls the typed function.
+// The run's isotope pattern table. It is loaded again for every file pair and rows a short file
+// does not reach keep the values of the previous load, so it lives as long as the run.
+IsotopePatternTable& runIsotopeTable();
+
 inline DetectionContext makeDetectionContext(const ParameterTable& parameters, const MS1File& ms1) {
-  return makeDetectionContext(detectionSettingsFrom(parameters), ms1);
+  return makeDetectionContext(detectionSettingsFrom(parameters), ms1, runIsotopeTable());
 }
 inline double marsThreshold(const ParameterTable& parameters) { return thresholdSettingsFrom(parameters).threshold; }
 inline void filterByThreshold(const ParameterTable& parameters, const std::vector<double>& scores,

@@ -28,7 +28,7 @@ MS1File flatFile(const std::vector<Peak>& peaks) {
 }
 
 void setRow(double neutralMass, IsotopePattern values) {
-  isotopePatternTable().rows[static_cast<std::size_t>(neutralMass)] = values;
+  runIsotopeTable().rows[static_cast<std::size_t>(neutralMass)] = values;
 }
 
 double neutral(double mz, int charge) { return charge * mz - charge * 1.007276; }

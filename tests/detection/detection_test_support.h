@@ -12,6 +12,7 @@
 #include "detection/detection_context.h"
 #include "detection/isotope_pattern_table.h"
 #include "startup/parameter_table.h"
+#include "startup/run_settings.h"
 #include "tests/support/test_support.h"
 
 namespace corvid::testing {
@@ -65,7 +66,7 @@ inline void setParameter(ParameterTable& table, const std::string& key, std::str
 
 // Clears every row of the process-wide isotope table and sets the given ones.
 inline void resetIsotopeTable() {
-  for (IsotopePattern& row : isotopePatternTable().rows) row = IsotopePattern{};
+  for (IsotopePattern& row : runIsotopeTable().rows) row = IsotopePattern{};
 }
 
 // Captures what is printed on stdout between construction and text() by redirecting the

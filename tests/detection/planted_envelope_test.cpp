@@ -197,7 +197,7 @@ Expected expectFor(const Envelope& e, const std::vector<double>& table, const st
 double neutralMass(const Envelope& e) { return e.charge * e.mono - e.charge * 1.007276; }
 
 void setTableRow(const Envelope& e, const std::vector<double>& values) {
-  IsotopePattern& row = isotopePatternTable().rows[static_cast<std::size_t>(neutralMass(e))];
+  IsotopePattern& row = runIsotopeTable().rows[static_cast<std::size_t>(neutralMass(e))];
   for (std::size_t i = 0; i < 5; ++i) row[i] = values[i];
 }
 

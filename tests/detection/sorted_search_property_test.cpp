@@ -89,7 +89,7 @@ TEST(SortedSearch, QuickRejectionGivesTheSameCandidatesAsTheFullMeasurement) {
   std::mt19937 random(7);
   testing::resetIsotopeTable();
   std::uniform_real_distribution<double> unit(0.0, 1.0);
-  for (IsotopePattern& row : isotopePatternTable().rows) {
+  for (IsotopePattern& row : runIsotopeTable().rows) {
     row = {1.0, 0.6 + 0.4 * unit(random), 0.3 + 0.3 * unit(random), 0.1 + 0.2 * unit(random), 0.05};
   }
   const testing::TempDir folder;

@@ -15,6 +15,7 @@
 #include "detection/isotope_pattern_table.h"
 #include "platform/process.h"
 #include "platform/text_file.h"
+#include "startup/run_settings.h"
 
 namespace corvid {
 namespace {
@@ -40,8 +41,8 @@ struct ScratchFolder {
 // The shipped table as loaded by Corvid.
 const IsotopePatternTable& shippedTable() {
   static IsotopePatternTable table = [] {
-    loadIsotopePatternTable(kShippedTable);
-    return isotopePatternTable();
+    loadIsotopePatternTable(kShippedTable, runIsotopeTable());
+    return runIsotopeTable();
   }();
   return table;
 }
