@@ -128,7 +128,7 @@ void gatherAndDetect(benchmark::State& state) {
   std::size_t next = 0;
   std::int64_t scans = 0;
   for (auto _ : state) {
-    gatherMs1Peaks(context, run.ms2Scans[next], run.centers[next], gathered);
+    gatherMS1Peaks(context, run.ms2Scans[next], run.centers[next], gathered);
     detectCandidates(context, run.centers[next], run.ms2Scans[next], gathered);
     if (++next == run.ms2Scans.size()) {
       next = 0;
@@ -154,7 +154,7 @@ void wholeRun(benchmark::State& state) {
     DetectionContext context = makeDetectionContext(parameters, run.ms1);
     std::vector<Peak> gathered;
     for (std::size_t i = 0; i < run.ms2Scans.size(); ++i) {
-      gatherMs1Peaks(context, run.ms2Scans[i], run.centers[i], gathered);
+      gatherMS1Peaks(context, run.ms2Scans[i], run.centers[i], gathered);
       detectCandidates(context, run.centers[i], run.ms2Scans[i], gathered);
     }
     benchmark::DoNotOptimize(context.records.data());

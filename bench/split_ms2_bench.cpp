@@ -35,7 +35,7 @@ void BM_SplitMS2(benchmark::State& state) {
   getrusage(RUSAGE_SELF, &usage);
   state.SetBytesProcessed(state.iterations() * bytes);
   state.counters["parts"] = parts;
-  state.counters["above_threshold"] = bytes > corvid::kMs2SplitThreshold ? 1 : 0;
+  state.counters["above_threshold"] = bytes > corvid::kMS2SplitThreshold ? 1 : 0;
   state.counters["peak_rss_MB"] = static_cast<double>(usage.ru_maxrss) / 1024.0;
 }
 

@@ -142,7 +142,7 @@ PeakRange peaksWithin(const std::vector<Peak>& peaks, double low, double high) {
   return range;
 }
 
-void gatherMs1Peaks(DetectionContext& context, std::int32_t ms2ScanNumber, double activationCenter,
+void gatherMS1Peaks(DetectionContext& context, std::int32_t ms2ScanNumber, double activationCenter,
                     std::vector<Peak>& gatheredPeaks) {
   const double center = activationCenter;
   const double low = center - kGatherHalfWidth;

@@ -21,7 +21,7 @@ PeakRange peaksWithin(const std::vector<Peak>& peaks, double low, double high);
 
 // Fills both grids, the context peak list (sorted by m/z at the end) and gatheredPeaks
 // (preceding scan's peaks, then the related scan's, then the following scan's).
-void gatherMs1Peaks(DetectionContext& context, std::int32_t ms2ScanNumber, double activationCenter,
+void gatherMS1Peaks(DetectionContext& context, std::int32_t ms2ScanNumber, double activationCenter,
                     std::vector<Peak>& gatheredPeaks);
 
 }  // namespace corvid

@@ -24,7 +24,7 @@ void noteRunProblem(RunProblem problem) {
   if (first == 0) first = static_cast<int>(problem);
 }
 
-void noteMs2ScansProcessed(long long count) { outcome().ms2Processed += count; }
+void noteMS2ScansProcessed(long long count) { outcome().ms2Processed += count; }
 void noteEarlierResultReused() { outcome().reusedResult = true; }
 void requestStrictExit() { outcome().strict = true; }
 

@@ -17,7 +17,7 @@ enum class RunProblem {
 
 void noteRunProblem(RunProblem problem);
 // MS2 scans processed by detection or conversion (a file whose results already exist counts as done).
-void noteMs2ScansProcessed(long long count);
+void noteMS2ScansProcessed(long long count);
 void noteEarlierResultReused();
 void requestStrictExit();
 

@@ -187,15 +187,15 @@ struct FileCloser {
 
 }  // namespace
 
-CorrectedMzmlOutcome writeCorrectedMzml(const std::string& inputPath, const CorrectionsByNativeId& corrections,
+CorrectedMzMLOutcome writeCorrectedMzML(const std::string& inputPath, const CorrectionsByNativeId& corrections,
                                         const std::string& outputPath) {
-  CorrectedMzmlOutcome outcome;
+  CorrectedMzMLOutcome outcome;
   std::unique_ptr<std::FILE, FileCloser> input(std::fopen(inputPath.c_str(), "rb"));
   if (!input) {
     outcome.error = "cannot open " + inputPath + ": " + lastErrorText();
     return outcome;
   }
-  MzmlOutput out;
+  MzMLOutput out;
   if (!openPending(outputPath, out.pending)) {
     outcome.error = out.pending.error;
     return outcome;
@@ -280,7 +280,7 @@ CorrectedMzmlOutcome writeCorrectedMzml(const std::string& inputPath, const Corr
     }
   }
   out.put("\n");
-  if (!finishIndexedMzml(out, spectrumIndex, chromatogramIndex)) {
+  if (!finishIndexedMzML(out, spectrumIndex, chromatogramIndex)) {
     outcome.error = out.pending.error;
     return outcome;
   }

@@ -22,7 +22,7 @@ struct CorrectedPrecursor {
 // Native spectrum id (as the summary holds it: XML entities resolved) -> precursors, best first.
 using CorrectionsByNativeId = std::unordered_map<std::string, std::vector<CorrectedPrecursor>>;
 
-struct CorrectedMzmlOutcome {
+struct CorrectedMzMLOutcome {
   bool written = false;
   std::size_t spectra = 0;        // spectra copied
   std::size_t corrected = 0;      // spectra given Corvid's precursors
@@ -30,7 +30,7 @@ struct CorrectedMzmlOutcome {
   std::string error;              // why it was not written
 };
 
-CorrectedMzmlOutcome writeCorrectedMzml(const std::string& inputPath, const CorrectionsByNativeId& corrections,
+CorrectedMzMLOutcome writeCorrectedMzML(const std::string& inputPath, const CorrectionsByNativeId& corrections,
                                         const std::string& outputPath);
 
 }  // namespace corvid

@@ -9,7 +9,7 @@
 namespace corvid {
 
 // An MS2 file larger than this is split before processing: it is the loaders' 3 GiB read buffer.
-inline constexpr std::int64_t kMs2SplitThreshold = 3221225472;
+inline constexpr std::int64_t kMS2SplitThreshold = 3221225472;
 
 // Scans per part: 5000 for WIFF input (its scans carry many more peaks), 80000 otherwise.
 inline constexpr std::int64_t kSpectraPerPart = 80000;

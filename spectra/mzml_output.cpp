@@ -38,7 +38,7 @@ std::string corvidProcessingEntry() {
          "</processingMethod></dataProcessing>";
 }
 
-void MzmlOutput::put(std::string_view bytes) {
+void MzMLOutput::put(std::string_view bytes) {
   if (bytes.empty()) return;
   if (std::fwrite(bytes.data(), 1, bytes.size(), pending.file) != bytes.size()) writeFailed = true;
   offset += bytes.size();
@@ -84,7 +84,7 @@ std::string selectedIonList(const std::vector<CorrectedPrecursor>& precursors, s
   return out;
 }
 
-bool finishIndexedMzml(MzmlOutput& out, const std::vector<IndexEntry>& spectra,
+bool finishIndexedMzML(MzMLOutput& out, const std::vector<IndexEntry>& spectra,
                        const std::vector<IndexEntry>& chromatograms) {
   const std::uint64_t indexOffset = out.offset;
   out.put(indexText(spectra, chromatograms));

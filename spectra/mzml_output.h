@@ -23,16 +23,16 @@ std::string corvidSoftwareEntry();
 std::string corvidProcessingEntry();
 
 // Output bytes with their running offset and checksum, through a pending file.
-struct MzmlOutput {
+struct MzMLOutput {
   PendingFile pending;
   std::uint64_t offset = 0;
   Sha1 checksum;
   bool writeFailed = false;
-  MzmlOutput() = default;
-  MzmlOutput(const MzmlOutput&) = delete;
-  MzmlOutput& operator=(const MzmlOutput&) = delete;
+  MzMLOutput() = default;
+  MzMLOutput(const MzMLOutput&) = delete;
+  MzMLOutput& operator=(const MzMLOutput&) = delete;
   // Whatever ends the writing early, a failure or an exception, leaves no temporary file behind.
-  ~MzmlOutput() { discardPending(pending); }
+  ~MzMLOutput() { discardPending(pending); }
   void put(std::string_view bytes);
 };
 
@@ -50,7 +50,7 @@ struct IndexEntry {
 };
 
 // Writes the index, its offset and the checksum, closes </indexedmzML> and commits the file.
-bool finishIndexedMzml(MzmlOutput& out, const std::vector<IndexEntry>& spectra,
+bool finishIndexedMzML(MzMLOutput& out, const std::vector<IndexEntry>& spectra,
                        const std::vector<IndexEntry>& chromatograms);
 
 // Text with &, <, >, " escaped for an attribute value.

@@ -210,9 +210,9 @@ std::string header(const std::string& inputPath, const std::string& inputSha1, s
 
 }  // namespace
 
-CorrectedMzmlOutcome writeCorrectedMzmlFromMzxml(const std::string& inputPath, const CorrectionsByNativeId& corrections,
+CorrectedMzMLOutcome writeCorrectedMzMLFromMzXML(const std::string& inputPath, const CorrectionsByNativeId& corrections,
                                                  const std::string& outputPath) {
-  CorrectedMzmlOutcome outcome;
+  CorrectedMzMLOutcome outcome;
   // The spectrum count stands before the spectra: one reading pass to count them.
   std::size_t count = 0;
   std::string error;
@@ -225,7 +225,7 @@ CorrectedMzmlOutcome writeCorrectedMzmlFromMzxml(const std::string& inputPath, c
     outcome.error = "cannot read " + inputPath;
     return outcome;
   }
-  MzmlOutput out;
+  MzMLOutput out;
   if (!openPending(outputPath, out.pending)) {
     outcome.error = out.pending.error;
     return outcome;
@@ -250,7 +250,7 @@ CorrectedMzmlOutcome writeCorrectedMzmlFromMzxml(const std::string& inputPath, c
   }
   outcome.spectra = count;
   out.put("\t\t</spectrumList>\n\t</run>\n</mzML>\n");
-  if (!finishIndexedMzml(out, index, {})) {
+  if (!finishIndexedMzML(out, index, {})) {
     outcome.error = out.pending.error;
     return outcome;
   }

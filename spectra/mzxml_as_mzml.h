@@ -9,7 +9,7 @@
 
 namespace corvid {
 
-CorrectedMzmlOutcome writeCorrectedMzmlFromMzxml(const std::string& inputPath, const CorrectionsByNativeId& corrections,
+CorrectedMzMLOutcome writeCorrectedMzMLFromMzXML(const std::string& inputPath, const CorrectionsByNativeId& corrections,
                                                  const std::string& outputPath);
 
 }  // namespace corvid

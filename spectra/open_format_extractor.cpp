@@ -415,7 +415,7 @@ bool isOpenFormatName(std::string_view name) {
   return endsWithAny(name, kMzMLSpellings) || endsWithAny(name, kMzXMLSpellings);
 }
 
-bool isMzxmlName(std::string_view name) { return endsWithAny(name, kMzXMLSpellings); }
+bool isMzXMLName(std::string_view name) { return endsWithAny(name, kMzXMLSpellings); }
 
 bool openFormatAlreadyExtracted(const std::string& inputPath, const std::string& folder,
                                 const std::string& stem) {

@@ -11,7 +11,7 @@ bool isOpenFormatPath(std::string_view path);
 // True when the name ends with one of those six spellings (folder listings).
 bool isOpenFormatName(std::string_view name);
 // True when the name ends with ".mzXML", ".mzxml" or ".MZXML".
-bool isMzxmlName(std::string_view name);
+bool isMzXMLName(std::string_view name);
 
 // Extracts the file into folder + stem + ".ms1", ".ms2", "_scans.csv" and, last, ".quarry"
 // (folder ends with a separator; stem is the file name less its extension). Every file is

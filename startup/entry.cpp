@@ -61,7 +61,7 @@ void chooseRoute(int argc, char** argv) {
   } else if (namesInputFile(argv[1])) {
     runEachAsDataPath(argc, arguments);
   } else if (endsWith(argv[1], ".mgf", true) || endsWith(argv[1], ".MGF", true)) {
-    runMgfConversion(argc, arguments);
+    runMGFConversion(argc, arguments);
   } else {
     runFromOptions(argc, arguments);
   }

@@ -84,13 +84,13 @@ bool isDirectory(const std::string& path) {
   return closeDirectory(reader) == 0;
 }
 
-std::vector<std::string> listMgfFiles(const std::string& folder) {
+std::vector<std::string> listMGFFiles(const std::string& folder) {
   return listByEnding(folder, {{5, ".mgf"}, {5, ".MGF"}});
 }
 std::vector<std::string> listRawFiles(const std::string& folder) {
   return listByEnding(folder, {{5, ".raw"}, {5, ".Raw"}, {5, ".RAW"}});
 }
-std::vector<std::string> listMs1Files(const std::string& folder) {
+std::vector<std::string> listMS1Files(const std::string& folder) {
   return listByEnding(folder, {{5, ".ms1"}, {5, ".MS1"}, {5, ".Ms1"}});
 }
 std::vector<std::string> listWiffFiles(const std::string& folder) {

@@ -29,9 +29,9 @@ std::optional<DirectoryEntry> readDirectory(DirectoryReader& reader);
 int closeDirectory(std::optional<DirectoryReader>& reader);
 bool isDirectory(const std::string& path);
 
-std::vector<std::string> listMgfFiles(const std::string& folder);
+std::vector<std::string> listMGFFiles(const std::string& folder);
 std::vector<std::string> listRawFiles(const std::string& folder);
-std::vector<std::string> listMs1Files(const std::string& folder);
+std::vector<std::string> listMS1Files(const std::string& folder);
 std::vector<std::string> listWiffFiles(const std::string& folder);
 // Files with an open-format ending (".mzML", ".mzml", ".MZML", ".mzXML", ".mzxml", ".MZXML").
 std::vector<std::string> listOpenFormatFiles(const std::string& folder);

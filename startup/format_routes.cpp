@@ -10,17 +10,17 @@
 
 namespace corvid {
 
-void runMgfFiles(ParameterTable parameters, const std::vector<std::string>& mgfNames) {
+void runMGFFiles(ParameterTable parameters, const std::vector<std::string>& mgfNames) {
   runMGFPipeline(parameters, mgfNames);
 }
 
-void convertMgfToKx2(const std::string& mgfPath) {
+void convertMGFToKX2(const std::string& mgfPath) {
   MGFFile mgfFile;
   mgfFile.path = mgfPath;
   readMGF(mgfFile);
   logMessage(LogLabel::kNote, "Printing KX2...");
   writeKX2FromMGF(mgfFile);
-  noteMs2ScansProcessed(static_cast<long long>(mgfFile.spectra.size()));
+  noteMS2ScansProcessed(static_cast<long long>(mgfFile.spectra.size()));
 }
 
 }  // namespace corvid

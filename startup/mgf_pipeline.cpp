@@ -18,7 +18,7 @@ void runMGFPipeline(const ParameterTable& parameters, const std::vector<std::str
     readMGF(mgfFile);
     logMessage(LogLabel::kNote, "Writing KX2...");
     writeKX2FromMGF(mgfFile);
-    noteMs2ScansProcessed(static_cast<long long>(mgfFile.spectra.size()));
+    noteMS2ScansProcessed(static_cast<long long>(mgfFile.spectra.size()));
   }
 }
 

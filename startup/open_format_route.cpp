@@ -91,7 +91,7 @@ std::vector<std::string> extractOpenFormatFiles(ParameterTable parameters, const
   return ms1Names;
 }
 
-void writeCorrectedMzmlFor(ParameterTable& parameters, const std::string& stem,
+void writeCorrectedMzMLFor(ParameterTable& parameters, const std::string& stem,
                            const CorrectionsByScan& corrections, bool processed) {
   const std::string inputFolder = valueOrEmpty(parameters, kOpenFormatFolderKey);
   std::string input;
@@ -105,7 +105,7 @@ void writeCorrectedMzmlFor(ParameterTable& parameters, const std::string& stem,
     logMessage(LogLabel::kAlert, "output_mzml: no corrected mzML for " + stem + ": it is written for mzML and mzXML inputs only.");
     return;
   }
-  const bool fromMzxml = isMzxmlName(input);
+  const bool fromMzXML = isMzXMLName(input);
   const std::string target = parameters["outputpath"] + stem + ".corrected.mzML";
   if (!processed) {
     logMessage(LogLabel::kAlert, "output_mzml: " + target + " is not written because the results of " + stem +
@@ -119,8 +119,8 @@ void writeCorrectedMzmlFor(ParameterTable& parameters, const std::string& stem,
     const auto id = nativeIds.find(scan);
     if (id != nativeIds.end()) byNativeId[id->second] = precursors;
   }
-  const CorrectedMzmlOutcome outcome = fromMzxml ? writeCorrectedMzmlFromMzxml(input, byNativeId, target)
-                                                  : writeCorrectedMzml(input, byNativeId, target);
+  const CorrectedMzMLOutcome outcome = fromMzXML ? writeCorrectedMzMLFromMzXML(input, byNativeId, target)
+                                                  : writeCorrectedMzML(input, byNativeId, target);
   if (!outcome.written) {
     logMessage(LogLabel::kError, "Fail to write the corrected mzML " + target + ": " + outcome.error);
     noteRunProblem(RunProblem::kOutputUnwritable);

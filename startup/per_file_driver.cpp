@@ -117,7 +117,7 @@ void detectGroup(const MS2File& ms2File, const std::vector<std::size_t>& positio
       if (!inDebugScanList(debug.scans, scan)) continue;
       logMessage(LogLabel::kNote, "ActivationCenter:" + std::to_string(center));
     }
-    gatherMs1Peaks(context, static_cast<std::int32_t>(scan), center, gathered);
+    gatherMS1Peaks(context, static_cast<std::int32_t>(scan), center, gathered);
     detectCandidates(context, center, static_cast<std::int32_t>(scan), gathered);
   }
 }
@@ -133,9 +133,9 @@ bool writeGroupSpectra(const PairSettings& settings, const MS2File& ms2File, Gro
       complete = false;
     }
   };
-  if (settings.writeMgf) note(writeMGF(exported, ms2File, true, groupStem + ".mgf"), groupStem + ".mgf");
-  if (settings.writeKx) note(writeKX2(exported, ms2File, groupStem + ".kx2"), groupStem + ".kx2");
-  if (settings.writeMs2) note(writeMS2(exported, ms2File, true, groupStem + ".ms2"), groupStem + ".ms2");
+  if (settings.exportMGF) note(writeMGF(exported, ms2File, true, groupStem + ".mgf"), groupStem + ".mgf");
+  if (settings.exportKX) note(writeKX2(exported, ms2File, groupStem + ".kx2"), groupStem + ".kx2");
+  if (settings.exportMS2) note(writeMS2(exported, ms2File, true, groupStem + ".ms2"), groupStem + ".ms2");
   return complete;
 }
 
@@ -380,7 +380,7 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
 
   ms1File.rawName = withoutExtension(fileNameOf(ms2Path));
   bool kx1Written = true;
-  if (settings.writeKx) {
+  if (settings.exportKX) {
     logMessage(LogLabel::kNote, "Writing MS1 to KX...");
     kx1Written = writeKX1(ms1File, settings.outputFolder + withoutExtension(fileNameOf(ms1Path)) + ".kx1");
   }
@@ -395,7 +395,7 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   for (int group = 0; group < kActivationGroupCount; ++group) {
     if (ms2File.groupPresent[group] != 0) processGroup(run, group);
   }
-  noteMs2ScansProcessed(static_cast<long long>(ms2File.spectra.size()));
+  noteMS2ScansProcessed(static_cast<long long>(ms2File.spectra.size()));
   logMessage(LogLabel::kNote, "Releasing resources...");
   logMessage(LogLabel::kNote, "Saving CSV to disk...");
   if (run.writeTable && !writePrecursorTable(outputs.resultStem + kPrecursorTableSuffix, run.table)) run.outputsIncomplete = true;

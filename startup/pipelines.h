@@ -16,7 +16,7 @@ void runWiffExtractor(ParameterTable parameters, const std::string& wiffName);
 void runRawPipeline(ParameterTable parameters, const std::string& ms1Name);
 void runWiffPipeline(ParameterTable parameters, const std::string& ms1Name);
 // MGF files converted to KX2.
-void runMgfFiles(ParameterTable parameters, const std::vector<std::string>& mgfNames);
+void runMGFFiles(ParameterTable parameters, const std::vector<std::string>& mgfNames);
 // Open-format files (mzML, mzXML) extracted in-process; returns the MS1 names written.
 std::vector<std::string> extractOpenFormatFiles(ParameterTable parameters,
                                                 const std::vector<std::string>& names);
@@ -27,9 +27,9 @@ std::string extractionFolder(ParameterTable& parameters);
 inline constexpr const char* kOpenFormatFolderKey = "open_format_folder";
 // With output_mzml: writes <outputpath><stem>.corrected.mzML from the pair's mzML input and its
 // corrections. Alerts instead when the input was no mzML file or nothing was processed.
-void writeCorrectedMzmlFor(ParameterTable& parameters, const std::string& stem,
+void writeCorrectedMzMLFor(ParameterTable& parameters, const std::string& stem,
                            const CorrectionsByScan& corrections, bool processed);
 // The MGF-to-KX2 conversion route of the command line, for one MGF path.
-void convertMgfToKx2(const std::string& mgfPath);
+void convertMGFToKX2(const std::string& mgfPath);
 
 }  // namespace corvid

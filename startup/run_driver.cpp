@@ -35,7 +35,7 @@ bool isAnyOf(const std::string& text, std::initializer_list<std::string_view> va
 }
 
 constexpr std::array<std::string_view, 3> kRawSpellings = {".RAW", ".raw", ".Raw"};
-constexpr std::array<std::string_view, 2> kMgfSpellings = {".MGF", ".mgf"};
+constexpr std::array<std::string_view, 2> kMGFSpellings = {".MGF", ".mgf"};
 constexpr std::array<std::string_view, 3> kWiffSpellings = {".WIFF", ".wiff", ".Wiff"};
 constexpr std::array<std::string_view, 6> kOpenFormatSpellings = {".mzML",  ".mzml",  ".MZML",
                                                                   ".mzXML", ".mzxml", ".MZXML"};
@@ -101,7 +101,7 @@ void validatePaths(ParameterTable& table) {
   if (isDirectory(dataPath)) {
     dataPath = withTrailingSeparator(dataPath);
     dataFolder = dataPath;
-  } else if (containsAny(dataPath, kRawSpellings) || containsAny(dataPath, kMgfSpellings) ||
+  } else if (containsAny(dataPath, kRawSpellings) || containsAny(dataPath, kMGFSpellings) ||
              containsAny(dataPath, kWiffSpellings) || containsAny(dataPath, kOpenFormatSpellings)) {
     if (lastSeparator(dataPath) == std::string::npos) dataPath = std::string(kBareNamePrefix) + dataPath;
     dataFolder = folderOf(dataPath);
@@ -133,10 +133,10 @@ void dispatchRun(ParameterTable& table) {
   const std::string format = table["input_format"];
   std::vector<std::string> ms1Names;
   std::string fileName;
-  if (containsAny(dataPath, kMgfSpellings)) {
-    alertRouteNotFromExtension(dataPath, kMgfSpellings, "MGF");
+  if (containsAny(dataPath, kMGFSpellings)) {
+    alertRouteNotFromExtension(dataPath, kMGFSpellings, "MGF");
     splitFolderAndFile(table, fileName);
-    runMgfFiles(table, {fileName});
+    runMGFFiles(table, {fileName});
     return;
   } else if (containsAny(dataPath, kRawSpellings)) {
     alertRouteNotFromExtension(dataPath, kRawSpellings, "RAW");
@@ -163,16 +163,16 @@ void dispatchRun(ParameterTable& table) {
     }
     logMessage(LogLabel::kAlert, "Rawlist completes");
     for (const std::string& name : rawNames) runRawExtractor(table, name);
-    ms1Names = listMs1Files(dataPath);
+    ms1Names = listMS1Files(dataPath);
   } else if (isAnyOf(format, {"MGF", "mgf"})) {
-    std::vector<std::string> mgfNames = listMgfFiles(dataPath);
+    std::vector<std::string> mgfNames = listMGFFiles(dataPath);
     if (mgfNames.empty()) {
       logMessage(LogLabel::kError, "No MGF files in datapath!\n" + dataPath);
       noteRunProblem(RunProblem::kDataPathSkipped);
       return;
     }
     logMessage(LogLabel::kAlert, "MGFlist completes");
-    runMgfFiles(table, mgfNames);
+    runMGFFiles(table, mgfNames);
     return;
   } else if (containsAny(dataPath, kWiffSpellings)) {
     alertRouteNotFromExtension(dataPath, kWiffSpellings, "WIFF");
@@ -191,7 +191,7 @@ void dispatchRun(ParameterTable& table) {
     }
     logMessage(LogLabel::kAlert, "Wifflist completes");
     for (const std::string& name : wiffNames) runWiffExtractor(table, name);
-    ms1Names = listMs1Files(dataPath);
+    ms1Names = listMS1Files(dataPath);
     if (ms1Names.empty()) {
       logMessage(LogLabel::kError, "No MS1 files in datapath! Corvid exits!");
       noteRunProblem(RunProblem::kDataPathSkipped);
@@ -202,7 +202,7 @@ void dispatchRun(ParameterTable& table) {
     const bool mzxml = isAnyOf(format, {"mzxml", "mzXML", "MZXML"});
     std::vector<std::string> names = listOpenFormatFiles(dataPath);
     // The lister takes both formats; keep the one asked for.
-    std::erase_if(names, [mzxml](const std::string& name) { return isMzxmlName(name) != mzxml; });
+    std::erase_if(names, [mzxml](const std::string& name) { return isMzXMLName(name) != mzxml; });
     const std::string kind = mzxml ? "mzXML" : "mzML";
     if (names.empty()) {
       logMessage(LogLabel::kError, "No " + kind + " files in datapath!\n" + dataPath);
@@ -214,7 +214,7 @@ void dispatchRun(ParameterTable& table) {
     table[kOpenFormatFolderKey] = table["datapath"];
     table["datapath"] = extractionFolder(table);
   } else {
-    ms1Names = listMs1Files(dataPath);
+    ms1Names = listMS1Files(dataPath);
   }
   runCommonTail(table, ms1Names);
 }

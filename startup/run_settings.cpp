@@ -54,9 +54,9 @@ PairSettings pairSettingsFrom(const ParameterTable& parameters) {
   settings.threshold = thresholdSettingsFrom(parameters);
   settings.model = marsModelFrom(parameters);
   settings.useSvm = isOn(valueOrEmpty(parameters, "outputsvmlight"));
-  settings.writeMgf = isOn(valueOrEmpty(parameters, "output_mgf"));
-  settings.writeMs2 = isOn(valueOrEmpty(parameters, "output_ms2"));
-  settings.writeKx = isOn(valueOrEmpty(parameters, "output_kx"));
+  settings.exportMGF = isOn(valueOrEmpty(parameters, "output_mgf"));
+  settings.exportMS2 = isOn(valueOrEmpty(parameters, "output_ms2"));
+  settings.exportKX = isOn(valueOrEmpty(parameters, "output_kx"));
   settings.writeTable = isOn(valueOrEmpty(parameters, "output_table"));
   settings.writeTrainingData = isOn(valueOrEmpty(parameters, "output_trainingdata"));
   settings.exportUnchecked = isOn(valueOrEmpty(parameters, "export_unchecked_mono"));

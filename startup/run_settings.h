@@ -41,9 +41,9 @@ struct PairSettings {
   ThresholdSettings threshold;
   MarsModelChoice model = MarsModelChoice::kFallback;
   bool useSvm = false;             // outputsvmlight
-  bool writeMgf = true;            // output_mgf
-  bool writeMs2 = false;           // output_ms2
-  bool writeKx = true;             // output_kx
+  bool exportMGF = true;            // output_mgf
+  bool exportMS2 = false;           // output_ms2
+  bool exportKX = true;             // output_kx
   bool writeTable = false;         // output_table
   bool writeTrainingData = false;  // output_trainingdata
   bool exportUnchecked = false;    // export_unchecked_mono

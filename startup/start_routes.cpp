@@ -91,7 +91,7 @@ void runEachAsDataPath(int count, const char* const* arguments) {
   }
 }
 
-void runMgfConversion(int count, const char* const* arguments) {
+void runMGFConversion(int count, const char* const* arguments) {
   for (int i = 1; i < count; ++i) {
     // Only the first argument chose this route; the others are converted whatever their names.
     if (!endsWith(arguments[i], ".mgf", true) && !endsWith(arguments[i], ".MGF", true)) {
@@ -100,7 +100,7 @@ void runMgfConversion(int count, const char* const* arguments) {
                               "because of its own extension.");
     }
     logMessage(LogLabel::kNote, "Loading MGF...");
-    convertMgfToKx2(arguments[i]);
+    convertMGFToKX2(arguments[i]);
   }
 }
 

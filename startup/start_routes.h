@@ -17,6 +17,6 @@ void runFromOptions(int count, const char* const* arguments);
 // given to every run.
 void runEachAsDataPath(int count, const char* const* arguments);
 // Every argument from 1 on is an MGF file converted to KX2.
-void runMgfConversion(int count, const char* const* arguments);
+void runMGFConversion(int count, const char* const* arguments);
 
 }  // namespace corvid

@@ -42,7 +42,7 @@ void joinParts(const std::string& outputStem, const std::string& ending) {
   deleteMatching(pattern);
 }
 
-void mergeKx2Parts(const std::string& outputStem, int partCount) {
+void joinKX2PartsOfSplit(const std::string& outputStem, int partCount) {
   for (const char* suffix : kGroupSuffixes) {
     std::vector<std::string> parts;
     for (int k = 0; k < partCount; ++k) {
@@ -81,7 +81,7 @@ bool processSplit(ParameterTable& parameters, const std::string& ms1Path, const 
   joinParts(outputStem, "_unchecked.csv");
   joinParts(outputStem, ".csv");
   joinPrecursorTableParts(outputStem);
-  if (isOn(parameters["output_kx"])) mergeKx2Parts(outputStem, partCount);
+  if (isOn(parameters["output_kx"])) joinKX2PartsOfSplit(outputStem, partCount);
   deleteMatching(parameters["datapath"] + stem + "_ID_*");
   return processed;
 }
@@ -106,17 +106,17 @@ void runVendorPipeline(ParameterTable& parameters, const std::string& ms1Name, V
     std::fflush(stdout);
   }
   // The corrected mzML collects the precursors of every part before it is written once.
-  const bool correctMzml = isOn(valueOrEmpty(parameters, "output_mzml"));
+  const bool correctMzML = isOn(valueOrEmpty(parameters, "output_mzml"));
   CorrectionsByScan corrections;
-  CorrectionsByScan* collected = correctMzml ? &corrections : nullptr;
+  CorrectionsByScan* collected = correctMzML ? &corrections : nullptr;
   bool processed = false;
-  if (fileSize(ms2Path) <= internalSetting(parameters, "ms2_split_threshold", kMs2SplitThreshold)) {
+  if (fileSize(ms2Path) <= internalSetting(parameters, "ms2_split_threshold", kMS2SplitThreshold)) {
     std::vector<std::string> outputList;
     processed = processSpectrumPair(parameters, ms1Path, ms2Path, outputList, collected);
   } else {
     processed = processSplit(parameters, ms1Path, ms2Path, stem, collected);
   }
-  if (correctMzml) writeCorrectedMzmlFor(parameters, stem, corrections, processed);
+  if (correctMzML) writeCorrectedMzMLFor(parameters, stem, corrections, processed);
 }
 
 }  // namespace

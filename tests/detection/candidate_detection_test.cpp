@@ -45,7 +45,7 @@ class DetectCandidates : public ::testing::Test {
     std::vector<Peak> gathered;
     {
       testing::StdoutRedirect gatheringText;  // gathering's own trace is tested elsewhere
-      gatherMs1Peaks(context, kMs2Scan, center, gathered);
+      gatherMS1Peaks(context, kMs2Scan, center, gathered);
     }
     testing::StdoutRedirect capture;
     detectCandidates(context, center, kMs2Scan, gathered);
@@ -350,7 +350,7 @@ TEST(DetectCandidatesBadInput, NonFiniteCentersAndValuesNeitherCrashNorInventCan
   for (const double center : {inf, -inf, nan, 500.25, -500.0, 0.0, 1e308}) {
     DetectionContext context = makeDetectionContext(testing::defaultParameters(), file);
     std::vector<Peak> gathered;
-    gatherMs1Peaks(context, 20, center, gathered);
+    gatherMS1Peaks(context, 20, center, gathered);
     detectCandidates(context, center, 20, gathered);
     if (!std::isfinite(center)) {
       EXPECT_TRUE(gathered.empty());

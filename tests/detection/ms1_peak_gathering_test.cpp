@@ -113,7 +113,7 @@ TEST(GatherMs1Peaks, SortedSearchGathersWhatTheLinearWalkGathers) {
   for (int trial = 0; trial < 100; ++trial) {
     const double center = 485.0 + 30.0 * (random() % 1000) / 1000.0;
     const auto ms2 = static_cast<std::int32_t>(random() % 250);
-    gatherMs1Peaks(context, ms2, center, gathered);
+    gatherMS1Peaks(context, ms2, center, gathered);
     // The same peaks and wide grid by linear walks over the scans.
     const std::int64_t related = findRelatedScan(context, ms2);
     std::vector<Peak> expected;
@@ -141,7 +141,7 @@ TEST(GatherMs1Peaks, NanPeakMakesTheScanUseTheLinearWalk) {
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
   EXPECT_EQ(context.ms1PeaksAscending[0], 0);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 2, 500.0, gathered);
+  gatherMS1Peaks(context, 2, 500.0, gathered);
   EXPECT_EQ(context.contextPeaks.size(), 2u);
 }
 
@@ -149,7 +149,7 @@ TEST(GatherMs1Peaks, NoRelatedScanGathersNothingFromOffsetsBeforeTheFirstScan) {
   const MS1File file = oddNumberedFile(3, {{500.0, 100.0}});
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 0, 500.0, gathered);
+  gatherMS1Peaks(context, 0, 500.0, gathered);
   EXPECT_EQ(context.relatedScan, -1);
   // Offsets -1 and 0 fall before the file; offset +1 is scan index 0.
   EXPECT_EQ(context.gatheredCounts[0], 0);
@@ -168,7 +168,7 @@ TEST(GatherMs1Peaks, IndexPastTheEndStopsTheScanLoop) {
   const MS1File file = oddNumberedFile(5, {{500.0, 100.0}});
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 100, 500.0, gathered);  // related = last scan (index 4)
+  gatherMS1Peaks(context, 100, 500.0, gathered);  // related = last scan (index 4)
   EXPECT_EQ(context.relatedScan, 4);
   EXPECT_EQ(context.gatheredCounts[2], 0);
   EXPECT_EQ(context.contextPeaks.size(), 5u);       // offsets -4..0
@@ -183,7 +183,7 @@ TEST(GatherMs1Peaks, WindowBoundsAreInclusive) {
   ParameterTable parameters = defaultParameters();
   DetectionContext context = makeDetectionContext(parameters, file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 2, center, gathered);
+  gatherMS1Peaks(context, 2, center, gathered);
   ASSERT_EQ(context.contextPeaks.size(), 2u);
   EXPECT_EQ(context.contextPeaks[0].mz, 497.0);
   EXPECT_EQ(context.contextPeaks[1].mz, 503.0);
@@ -198,7 +198,7 @@ TEST(GatherMs1Peaks, PeakAtExactlyTwoPercentOfTheLocalMaximumIsKept) {
   const MS1File file = oddNumberedFile(1, {{499.0, 20.0}, {499.5, 19.999}, {edge, 1000.0}, {502.0, 5.0}});
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 2, center, gathered);
+  gatherMS1Peaks(context, 2, center, gathered);
   ASSERT_EQ(gathered.size(), 2u);
   EXPECT_EQ(gathered[0].mz, 499.0);
   EXPECT_EQ(gathered[1].mz, edge);
@@ -211,7 +211,7 @@ TEST(GatherMs1Peaks, PeakAtTheLowerLocalMaximumBoundTakesPart) {
   const MS1File file = oddNumberedFile(1, {{edge, 1000.0}, {499.5, 19.0}, {500.5, 20.0}});
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 2, center, gathered);
+  gatherMS1Peaks(context, 2, center, gathered);
   ASSERT_EQ(gathered.size(), 2u);
   EXPECT_EQ(gathered[0].mz, edge);
   EXPECT_EQ(gathered[1].mz, 500.5);
@@ -221,7 +221,7 @@ TEST(GatherMs1Peaks, EmptyFileGathersNothing) {
   const MS1File file;
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
   std::vector<Peak> gathered = {{1.0, 1.0}};
-  gatherMs1Peaks(context, 5, 500.0, gathered);
+  gatherMS1Peaks(context, 5, 500.0, gathered);
   EXPECT_EQ(context.relatedScan, -1);
   EXPECT_TRUE(gathered.empty());
   EXPECT_TRUE(context.contextPeaks.empty());
@@ -232,7 +232,7 @@ TEST(GatherMs1Peaks, LocalMaximumIgnoresPeaksBeyondOnePointZeroFiveTh) {
   const MS1File file = oddNumberedFile(1, {{498.9, 1000.0}, {499.5, 10.0}, {501.2, 1000.0}});
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 2, center, gathered);
+  gatherMS1Peaks(context, 2, center, gathered);
   EXPECT_EQ(gathered.size(), 3u);  // maximum 10: nothing is below 0.2
 }
 
@@ -241,7 +241,7 @@ TEST(GatherMs1Peaks, NoiseLevelOfTheScanRemovesWeakerPeaks) {
   file.spectra[0].workValue = 50.0;
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 2, 500.0, gathered);
+  gatherMS1Peaks(context, 2, 500.0, gathered);
   ASSERT_EQ(gathered.size(), 1u);
   EXPECT_EQ(gathered[0].mz, 500.0);
 }
@@ -256,7 +256,7 @@ TEST(GatherMs1Peaks, GathersPrecedingRelatedAndFollowingScansInThatOrder) {
   testing::setParameter(parameters, "check_activationcenter", "0");
   DetectionContext context = makeDetectionContext(parameters, file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 55, 500.0, gathered);  // related = scan 50, index 4
+  gatherMS1Peaks(context, 55, 500.0, gathered);  // related = scan 50, index 4
   ASSERT_EQ(gathered.size(), 3u);
   EXPECT_DOUBLE_EQ(gathered[0].mz, 500.3);
   EXPECT_DOUBLE_EQ(gathered[1].mz, 500.4);
@@ -280,8 +280,8 @@ TEST(GatherMs1Peaks, GridsAreClearedBetweenGatherings) {
   const MS1File file = oddNumberedFile(3, {{500.0, 100.0}});
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 4, 500.0, gathered);
-  gatherMs1Peaks(context, 4, 501.0, gathered);
+  gatherMS1Peaks(context, 4, 500.0, gathered);
+  gatherMS1Peaks(context, 4, 501.0, gathered);
   EXPECT_EQ(filteredCell(context, 4, 300), 0.0);
   EXPECT_EQ(filteredCell(context, 4, 200), 100.0);
   const double sum = [&] {
@@ -306,7 +306,7 @@ TEST(GatherMs1Peaks, ActivationCenterInRelatedScanKeepsOnlyThatScan) {
   const MS1File file = centerCheckFile(true, true);
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 4, 500.0, gathered);
+  gatherMS1Peaks(context, 4, 500.0, gathered);
   ASSERT_EQ(gathered.size(), 2u);
   EXPECT_EQ(gathered[0].mz, 499.2);
 }
@@ -315,7 +315,7 @@ TEST(GatherMs1Peaks, ActivationCenterOnlyInPrecedingScanKeepsOnlyThePrecedingSca
   const MS1File file = centerCheckFile(false, true);
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 4, 500.0, gathered);
+  gatherMS1Peaks(context, 4, 500.0, gathered);
   ASSERT_EQ(gathered.size(), 2u);
   EXPECT_EQ(gathered[0].mz, 499.0);
 }
@@ -324,7 +324,7 @@ TEST(GatherMs1Peaks, ActivationCenterNowhereKeepsAllThreeScans) {
   const MS1File file = centerCheckFile(false, false);
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 4, 500.0, gathered);
+  gatherMS1Peaks(context, 4, 500.0, gathered);
   EXPECT_EQ(gathered.size(), 5u);
 }
 
@@ -334,7 +334,7 @@ TEST(GatherMs1Peaks, ActivationCenterCheckOffKeepsAllThreeScans) {
   testing::setParameter(parameters, "check_activationcenter", "0");
   DetectionContext context = makeDetectionContext(parameters, file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 4, 500.0, gathered);
+  gatherMS1Peaks(context, 4, 500.0, gathered);
   EXPECT_EQ(gathered.size(), 5u);
 }
 
@@ -343,7 +343,7 @@ TEST(GatherMs1Peaks, PeakJustOutsideTwentyPpmIsNotTheActivationCenter) {
   const MS1File file = makeMs1File({makeScan(1, {{center + center * 2.1e-5, 10.0}}), makeScan(3, {{499.0, 10.0}})});
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 4, center, gathered);
+  gatherMS1Peaks(context, 4, center, gathered);
   EXPECT_EQ(gathered.size(), 2u);
 }
 
@@ -351,7 +351,7 @@ TEST(GatherMs1Peaks, UnorderedScanPeaksStopAtTheFirstPeakAboveTheWindow) {
   const MS1File file = oddNumberedFile(1, {{500.0, 10.0}, {504.0, 10.0}, {501.0, 10.0}});
   DetectionContext context = makeDetectionContext(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, 2, 500.0, gathered);
+  gatherMS1Peaks(context, 2, 500.0, gathered);
   ASSERT_EQ(gathered.size(), 1u);
   EXPECT_EQ(gathered[0].mz, 500.0);
 }
@@ -365,7 +365,7 @@ TEST(GatherMs1Peaks, DebugModeWritesThePeakFileAndPrintsTheScans) {
   DetectionContext context = makeDetectionContext(parameters, file);
   std::vector<Peak> gathered;
   testing::StdoutRedirect capture;
-  gatherMs1Peaks(context, 8, 500.0, gathered);
+  gatherMS1Peaks(context, 8, 500.0, gathered);
   const std::string printed = capture.text();
   const auto written = readWholeFile(folder.file("8ms1.Peaks"));
   ASSERT_TRUE(written.has_value());
@@ -392,7 +392,7 @@ TEST(GatherMs1Peaks, DebugModeTwoWritesThePeakFileWithoutPrinting) {
   DetectionContext context = makeDetectionContext(parameters, file);
   std::vector<Peak> gathered;
   testing::StdoutRedirect capture;
-  gatherMs1Peaks(context, 2, 500.0, gathered);
+  gatherMS1Peaks(context, 2, 500.0, gathered);
   const std::string printed = capture.text();
   const auto written = readWholeFile(folder.file("2ms1.Peaks"));
   ASSERT_TRUE(written.has_value());

@@ -223,7 +223,7 @@ void expectFeatures(const PrecursorFeatures& f, const PrecursorRecord& record, c
 
 void runScan(DetectionContext& context, double center) {
   std::vector<Peak> gathered;
-  gatherMs1Peaks(context, kMs2Scan, center, gathered);
+  gatherMS1Peaks(context, kMs2Scan, center, gathered);
   detectCandidates(context, center, kMs2Scan, gathered);
 }
 

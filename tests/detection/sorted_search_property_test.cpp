@@ -106,10 +106,10 @@ TEST(SortedSearch, QuickRejectionGivesTheSameCandidatesAsTheFullMeasurement) {
       const double center = 498.0 + 4.0 * unit(random);
       const auto ms2 = static_cast<std::int32_t>(8 + 2 * (random() % 20));
       std::vector<Peak> gathered;
-      gatherMs1Peaks(quickContext, ms2, center, gathered);
+      gatherMS1Peaks(quickContext, ms2, center, gathered);
       detectCandidates(quickContext, center, ms2, gathered);
       testing::StdoutRedirect capture;
-      gatherMs1Peaks(fullContext, ms2, center, gathered);
+      gatherMS1Peaks(fullContext, ms2, center, gathered);
       detectCandidates(fullContext, center, ms2, gathered);
     }
     ASSERT_EQ(quickContext.features, fullContext.features) << "trial " << trial;

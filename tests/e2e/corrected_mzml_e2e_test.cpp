@@ -45,7 +45,7 @@ TEST(CorrectedMzmlEndToEnd, CoElutingFixtureGoldenAndValid) {
   EXPECT_NE(result.out.find("Corrected mzML: 36 spectra, 24 with Corvid's precursors."), std::string::npos) << result.out;
   const std::string corrected = readFile(dir.path() / "coeluting.corrected.mzML");
   expectGolden(corrected, "corrected_mzml/coeluting.corrected.mzML");
-  expectConsistentIndexedMzml(corrected);
+  expectConsistentIndexedMzML(corrected);
   // Both peptides of every CID scan, best first, as in the MGF.
   EXPECT_NE(corrected.find("<selectedIonList count=\"2\">"), std::string::npos);
   if (!fileInfoInstalled()) GTEST_SKIP() << "FileInfo not installed (Debian package topp): validation skipped";
@@ -147,7 +147,7 @@ TEST(CorrectedMzmlEndToEnd, Bsa1KeepsEverySpectrumAndCarriesTheMgfPrecursors) {
   const std::vector<std::string> ids = attributeValues(corrected, "spectrum", "id");
   EXPECT_EQ(ids.size(), 1684u);
   EXPECT_EQ(ids, attributeValues(input, "spectrum", "id"));
-  expectConsistentIndexedMzml(corrected);
+  expectConsistentIndexedMzML(corrected);
   expectMgfPrecursorsAsSelectedIons(corrected, dir.path() / "x" / "BSA1_scans.csv", dir.path() / "BSA1_CIDIT.mgf", 1120);
   if (!fileInfoInstalled()) GTEST_SKIP() << "FileInfo not installed (Debian package topp): validation skipped";
   // BSA1 itself breaks semantic rules (m/z terms without units); the corrected copy adds none.
@@ -165,7 +165,7 @@ TEST(CorrectedMzmlEndToEnd, NestedMzxmlGoldenAndValid) {
   ASSERT_EQ(result.status, 0) << result.out;
   const std::string corrected = readFile(dir.path() / "nested.corrected.mzML");
   expectGolden(corrected, "corrected_mzml/nested.corrected.mzML");
-  expectConsistentIndexedMzml(corrected);
+  expectConsistentIndexedMzML(corrected);
   if (!fileInfoInstalled()) GTEST_SKIP() << "FileInfo not installed (Debian package topp): validation skipped";
   const Validation output = validate(dir.path() / "nested.corrected.mzML");
   EXPECT_TRUE(output.schemaValid && output.semanticallyValid) << output.errors.size();
@@ -182,7 +182,7 @@ TEST(CorrectedMzmlEndToEnd, Bsa1AsMzxmlBecomesAValidMzmlWithTheMgfPrecursors) {
   ASSERT_EQ(result.status, 0) << result.out;
   const std::string corrected = readFile(dir.path() / "BSA1.corrected.mzML");
   EXPECT_EQ(attributeValues(corrected, "spectrum", "id").size(), 1684u);
-  expectConsistentIndexedMzml(corrected);
+  expectConsistentIndexedMzML(corrected);
   expectMgfPrecursorsAsSelectedIons(corrected, dir.path() / "x" / "BSA1_scans.csv", dir.path() / "BSA1_CIDIT.mgf", 1120);
   const Validation output = validate(dir.path() / "BSA1.corrected.mzML");
   EXPECT_TRUE(output.schemaValid && output.semanticallyValid) << output.errors.size();

@@ -16,7 +16,7 @@ namespace {
 using namespace corvid::testing;
 
 const fs::path kPair = fs::path(CORVID_TEST_DATA_DIR) / "pair";
-const fs::path kMzml = fs::path(CORVID_TEST_DATA_DIR) / "mzml";
+const fs::path kMzML = fs::path(CORVID_TEST_DATA_DIR) / "mzml";
 
 // The console line of a logged message.
 std::string consoleLine(const std::string& message) { return "[Corvid] " + message + " \n"; }
@@ -273,7 +273,7 @@ TEST(KeptQuirkAlerts, RouteFromAFolderNameIsReported) {
   TempDir dir;
   const fs::path folder = dir.path() / "x.mgf.d";
   fs::create_directories(folder);
-  fs::copy_file(kMzml / "small.mzML", folder / "small.mzML");
+  fs::copy_file(kMzML / "small.mzML", folder / "small.mzML");
   const RunResult run = runCorvid(dir.path(), {"-D", (folder / "small.mzML").string()});
   EXPECT_EQ(run.status, 0) << run.out;
   EXPECT_NE(run.out.find(consoleLine("The data path " + (folder / "small.mzML").string() +

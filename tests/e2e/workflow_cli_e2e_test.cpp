@@ -15,7 +15,7 @@ namespace {
 
 using namespace corvid::testing;
 
-const fs::path kSmallMzml = fs::path(CORVID_TEST_DATA_DIR) / "mzml" / "small.mzML";
+const fs::path kSmallMzML = fs::path(CORVID_TEST_DATA_DIR) / "mzml" / "small.mzML";
 
 std::vector<std::string> namesIn(const fs::path& folder) {
   std::vector<std::string> names;
@@ -29,7 +29,7 @@ class WorkflowCli : public ::testing::Test {
   void SetUp() override {
     fs::create_directories(data);
     fs::create_directories(out);
-    fs::copy_file(kSmallMzml, data / "small.mzML");
+    fs::copy_file(kSmallMzML, data / "small.mzML");
   }
   RunResult run(const std::vector<std::string>& arguments) const { return runCorvid(work.path(), arguments); }
   TempDir work;

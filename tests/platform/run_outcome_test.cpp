@@ -19,7 +19,7 @@ TEST_F(RunOutcomeTest, WithoutStrictExitTheStatusIsUnchanged) {
 
 TEST_F(RunOutcomeTest, StrictExitGivesTheFirstProblem) {
   requestStrictExit();
-  noteMs2ScansProcessed(5);
+  noteMS2ScansProcessed(5);
   noteRunProblem(RunProblem::kOutputUnwritable);
   EXPECT_EQ(strictExitStatus(0), 12);
   noteRunProblem(RunProblem::kDataPathSkipped);
@@ -42,7 +42,7 @@ TEST_F(RunOutcomeTest, NothingProcessedIsAFailureUnlessAnEarlierResultWasReused)
 
 TEST_F(RunOutcomeTest, ProcessedScansAndNoProblemGiveZero) {
   requestStrictExit();
-  noteMs2ScansProcessed(1);
+  noteMS2ScansProcessed(1);
   EXPECT_EQ(strictExitStatus(0), 0);
 }
 

@@ -42,7 +42,7 @@ const std::string kTail =
     "<indexListOffset>42</indexListOffset>\n<fileChecksum>0</fileChecksum>\n</indexedmzML>\n";
 
 struct Written {
-  CorrectedMzmlOutcome outcome;
+  CorrectedMzMLOutcome outcome;
   std::string text;
 };
 
@@ -50,7 +50,7 @@ Written correct(const std::string& input, const CorrectionsByNativeId& correctio
   TempDir dir;
   writeFile(dir.path() / "in.mzML", input);
   Written written;
-  written.outcome = writeCorrectedMzml(dir.file("in.mzML"), corrections, dir.file("out.mzML"));
+  written.outcome = writeCorrectedMzML(dir.file("in.mzML"), corrections, dir.file("out.mzML"));
   if (written.outcome.written) written.text = readFile(dir.path() / "out.mzML");
   EXPECT_EQ(fs::exists(dir.path() / "out.mzML"), written.outcome.written);
   for (const auto& entry : fs::directory_iterator(dir.path())) {
@@ -66,7 +66,7 @@ TEST(CorrectedMzml, SelectedIonsReplacedBestFirstWithInstrumentIonKept) {
   EXPECT_EQ(written.outcome.spectra, 2u);
   EXPECT_EQ(written.outcome.corrected, 1u);
   expectGolden(written.text, "corrected_mzml/two_precursors.mzML");
-  expectConsistentIndexedMzml(written.text);
+  expectConsistentIndexedMzML(written.text);
 }
 
 TEST(CorrectedMzml, UnindexedInputBecomesIndexed) {
@@ -75,7 +75,7 @@ TEST(CorrectedMzml, UnindexedInputBecomesIndexed) {
   input.replace(input.find("<indexedmzML xmlns=\"http://psi.hupo.org/ms/mzml\">\n"), 50, "");
   const Written written = correct(input, {});
   ASSERT_TRUE(written.outcome.written) << written.outcome.error;
-  expectConsistentIndexedMzml(written.text);
+  expectConsistentIndexedMzML(written.text);
   EXPECT_EQ(written.outcome.corrected, 0u);
 }
 
@@ -90,7 +90,7 @@ TEST(CorrectedMzml, IdsWithEntitiesAreMatchedUnescaped) {
   const Written written = correct(kHead + ms2Spectrum("a&amp;b", true) + kTail, {{"a&b", {{600.0, 2, 1.0, 1}}}});
   EXPECT_EQ(written.outcome.corrected, 1u);
   EXPECT_NE(written.text.find("<offset idRef=\"a&amp;b\">"), std::string::npos);
-  expectConsistentIndexedMzml(written.text);
+  expectConsistentIndexedMzML(written.text);
 }
 
 TEST(CorrectedMzml, SpectrumWithoutSelectedIonListIsCountedAndKept) {
@@ -124,7 +124,7 @@ TEST(CorrectedMzml, NotAnMzmlFileIsRefused) {
 
 TEST(CorrectedMzml, MissingInputIsAnError) {
   TempDir dir;
-  const CorrectedMzmlOutcome outcome = writeCorrectedMzml(dir.file("none.mzML"), {}, dir.file("out.mzML"));
+  const CorrectedMzMLOutcome outcome = writeCorrectedMzML(dir.file("none.mzML"), {}, dir.file("out.mzML"));
   EXPECT_FALSE(outcome.written);
   EXPECT_NE(outcome.error.find("cannot open"), std::string::npos);
   EXPECT_FALSE(fs::exists(dir.path() / "out.mzML"));

@@ -160,7 +160,7 @@ TEST(MS2PartPath, ReplacesTheLastFourCharacters) {
   EXPECT_EQ(ms2PartPath("ab", 1), "_ID_1.ms2");
 }
 
-TEST(MS2SplitThreshold, IsThreeGibibytes) { EXPECT_EQ(kMs2SplitThreshold, 3221225472); }
+TEST(MS2SplitThreshold, IsThreeGibibytes) { EXPECT_EQ(kMS2SplitThreshold, 3221225472); }
 
 }  // namespace
 }  // namespace corvid

@@ -33,20 +33,20 @@ TEST(ListRawFiles, SubFolderWithAcceptedEndingIsListed) {
 TEST(ListMs1Files, EmptyFolderGivesEmptyListWithoutMessage) {
   TempDir dir;
   StdoutCapture capture;
-  EXPECT_TRUE(listMs1Files(dir.folder()).empty());
+  EXPECT_TRUE(listMS1Files(dir.folder()).empty());
   EXPECT_EQ(capture.text(), "");
 }
 
 TEST(ListMs1Files, MissingFolderPrintsMessage) {
   StdoutCapture capture;
-  EXPECT_TRUE(listMs1Files("/nonexistent-corvid-folder/").empty());
+  EXPECT_TRUE(listMS1Files("/nonexistent-corvid-folder/").empty());
   EXPECT_EQ(capture.text(), "[Error] Fail to get directory. \n");
 }
 
 TEST(ListMs1Files, SpellingsAndOrder) {
   TempDir dir;
   for (const char* name : {"b.ms1", "a.MS1", "c.Ms1", "d.mS1", "e.ms2"}) writeFile(dir.file(name), "");
-  EXPECT_EQ(listMs1Files(dir.folder()), (std::vector<std::string>{"a.MS1", "b.ms1", "c.Ms1"}));
+  EXPECT_EQ(listMS1Files(dir.folder()), (std::vector<std::string>{"a.MS1", "b.ms1", "c.Ms1"}));
 }
 
 TEST(ListWiffFiles, NeedsSixCharacters) {
@@ -58,7 +58,7 @@ TEST(ListWiffFiles, NeedsSixCharacters) {
 TEST(ListMgfFiles, TwoSpellings) {
   TempDir dir;
   for (const char* name : {"a.mgf", "b.MGF", "c.Mgf"}) writeFile(dir.file(name), "");
-  EXPECT_EQ(listMgfFiles(dir.folder()), (std::vector<std::string>{"a.mgf", "b.MGF"}));
+  EXPECT_EQ(listMGFFiles(dir.folder()), (std::vector<std::string>{"a.mgf", "b.MGF"}));
 }
 
 TEST(ListOpenFormatFiles, BothFormatsAllSpellings) {

@@ -24,7 +24,7 @@ inline std::vector<std::string> attributeValues(const std::string& text, const s
   return values;
 }
 
-inline void expectConsistentIndexedMzml(const std::string& text) {
+inline void expectConsistentIndexedMzML(const std::string& text) {
   ASSERT_TRUE(text.find("<indexedmzML") != std::string::npos);
   EXPECT_EQ(text.find("<indexList "), text.rfind("<indexList ")) << "more than one index";
   const std::size_t offsetTag = text.find("<indexListOffset>");
