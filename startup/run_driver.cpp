@@ -2,6 +2,7 @@
 
 #include <array>
 #include <initializer_list>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -77,10 +78,15 @@ void splitFolderAndFile(ParameterTable& table, std::string& fileName) {
   fileName = fileNameOf(path);
 }
 
+// Logs why a data path is skipped; the process goes on with the next one.
+void skipDataPath(const std::string& message) {
+  logMessage(LogLabel::kError, message);
+  noteRunProblem(RunProblem::kDataPathSkipped);
+}
+
 void runCommonTail(ParameterTable& table, const std::vector<std::string>& ms1Names) {
   if (ms1Names.empty()) {
-    logMessage(LogLabel::kError, "No MS1 files in datapath! Corvid exits!");
-    noteRunProblem(RunProblem::kDataPathSkipped);
+    skipDataPath("No MS1 files in datapath! Corvid exits!");
     return;
   }
   logMessage(LogLabel::kAlert, "MS1list completes.");
@@ -90,6 +96,115 @@ void runCommonTail(ParameterTable& table, const std::vector<std::string>& ms1Nam
 void runWiffPipelines(ParameterTable& table, const std::vector<std::string>& ms1Names) {
   logMessage(LogLabel::kAlert, "MS1list completes");
   for (const std::string& name : ms1Names) runWiffPipeline(table, name);
+}
+
+// The MS1 files a route leaves for the common tail; none when the route finished the data path.
+using MS1Names = std::optional<std::vector<std::string>>;
+
+MS1Names runMGFPath(ParameterTable& table) {
+  std::string fileName;
+  alertRouteNotFromExtension(table["datapath"], kMGFSpellings, "MGF");
+  splitFolderAndFile(table, fileName);
+  runMGFFiles(table, {fileName});
+  return std::nullopt;
+}
+
+MS1Names runRawPath(ParameterTable& table) {
+  std::string fileName;
+  alertRouteNotFromExtension(table["datapath"], kRawSpellings, "RAW");
+  splitFolderAndFile(table, fileName);
+  runRawExtractor(table, fileName);
+  return std::vector<std::string>{ms1NameFor(fileName)};
+}
+
+// Extracted in-process; the pipelines then read the extraction folder, and the input folder is
+// remembered for the corrected mzML.
+std::vector<std::string> extractInto(ParameterTable& table, const std::vector<std::string>& names) {
+  std::vector<std::string> ms1Names = extractOpenFormatFiles(table, names);
+  table[kOpenFormatFolderKey] = table["datapath"];
+  table["datapath"] = extractionFolder(table);
+  return ms1Names;
+}
+
+MS1Names runOpenFormatPath(ParameterTable& table) {
+  std::string fileName;
+  alertRouteNotFromExtension(table["datapath"], kOpenFormatSpellings, "mzML/mzXML");
+  splitFolderAndFile(table, fileName);
+  return extractInto(table, {fileName});
+}
+
+MS1Names runRawFolder(ParameterTable& table, const std::string& format) {
+  const std::string dataPath = table["datapath"];
+  if (containsAny(dataPath, kWiffSpellings)) {
+    logMessage(LogLabel::kAlert, "The data path " + dataPath + " names a WIFF file, but input_format is \"" + format +
+                                     "\": the RAW files of its folder are processed instead and the WIFF file is "
+                                     "not. Give -F wiff to process it.");
+  }
+  const std::vector<std::string> rawNames = listRawFiles(dataPath);
+  if (rawNames.empty()) {
+    skipDataPath("No Raw files in datapath!\n" + dataPath);
+    return std::nullopt;
+  }
+  logMessage(LogLabel::kAlert, "Rawlist completes");
+  for (const std::string& name : rawNames) runRawExtractor(table, name);
+  return listMS1Files(dataPath);
+}
+
+MS1Names runMGFFolder(ParameterTable& table) {
+  const std::vector<std::string> mgfNames = listMGFFiles(table["datapath"]);
+  if (mgfNames.empty()) {
+    skipDataPath("No MGF files in datapath!\n" + table["datapath"]);
+    return std::nullopt;
+  }
+  logMessage(LogLabel::kAlert, "MGFlist completes");
+  runMGFFiles(table, mgfNames);
+  return std::nullopt;
+}
+
+// A single WIFF file goes through the WIFF pipelines and then, as it always has, through the
+// common tail as well.
+MS1Names runWiffPath(ParameterTable& table) {
+  std::string fileName;
+  alertRouteNotFromExtension(table["datapath"], kWiffSpellings, "WIFF");
+  splitFolderAndFile(table, fileName);
+  logMessage(LogLabel::kAlert, "Wifflist completes");
+  runWiffExtractor(table, fileName);
+  const std::vector<std::string> ms1Names = {ms1NameFor(fileName)};
+  runWiffPipelines(table, ms1Names);
+  logMessage(LogLabel::kNote, "Process complete!");
+  return ms1Names;
+}
+
+MS1Names runWiffFolder(ParameterTable& table) {
+  const std::string dataPath = table["datapath"];
+  const std::vector<std::string> wiffNames = listWiffFiles(dataPath);
+  if (wiffNames.empty()) {
+    skipDataPath("No Wiff files in datapath!\n" + dataPath);
+    return std::nullopt;
+  }
+  logMessage(LogLabel::kAlert, "Wifflist completes");
+  for (const std::string& name : wiffNames) runWiffExtractor(table, name);
+  std::vector<std::string> ms1Names = listMS1Files(dataPath);
+  if (ms1Names.empty()) {
+    skipDataPath("No MS1 files in datapath! Corvid exits!");
+    return std::nullopt;
+  }
+  runWiffPipelines(table, ms1Names);
+  return ms1Names;
+}
+
+MS1Names runOpenFormatFolder(ParameterTable& table, bool mzxml) {
+  const std::string dataPath = table["datapath"];
+  std::vector<std::string> names = listOpenFormatFiles(dataPath);
+  // The lister takes both formats; keep the one asked for.
+  std::erase_if(names, [mzxml](const std::string& name) { return isMzXMLName(name) != mzxml; });
+  const std::string kind = mzxml ? "mzXML" : "mzML";
+  if (names.empty()) {
+    skipDataPath("No " + kind + " files in datapath!\n" + dataPath);
+    return std::nullopt;
+  }
+  logMessage(LogLabel::kAlert, kind + "list completes");
+  return extractInto(table, names);
 }
 
 }  // namespace
@@ -118,105 +233,40 @@ void validatePaths(ParameterTable& table) {
 
 void dispatchRun(ParameterTable& table) {
   if (!isDirectory(table["outputpath"])) {
-    logMessage(LogLabel::kError, "Invalid output path: " + table["outputpath"]);
-    noteRunProblem(RunProblem::kDataPathSkipped);
+    skipDataPath("Invalid output path: " + table["outputpath"]);
     return;
   }
   if (!isDirectory(table["logfilepath"])) {
-    logMessage(LogLabel::kError, "Invalid log path: " + table["logfilepath"]);
-    noteRunProblem(RunProblem::kDataPathSkipped);
+    skipDataPath("Invalid log path: " + table["logfilepath"]);
     return;
   }
   setLogFolder(table["logfilepath"]);
 
+  // The first route that matches wins, in this order: one file named by its extension (MGF,
+  // RAW, mzML/mzXML), then the folder formats, one WIFF file, and MS1/MS2 pairs.
   const std::string dataPath = table["datapath"];
   const std::string format = table["input_format"];
-  std::vector<std::string> ms1Names;
-  std::string fileName;
+  MS1Names ms1Names;
   if (containsAny(dataPath, kMGFSpellings)) {
-    alertRouteNotFromExtension(dataPath, kMGFSpellings, "MGF");
-    splitFolderAndFile(table, fileName);
-    runMGFFiles(table, {fileName});
-    return;
+    ms1Names = runMGFPath(table);
   } else if (containsAny(dataPath, kRawSpellings)) {
-    alertRouteNotFromExtension(dataPath, kRawSpellings, "RAW");
-    splitFolderAndFile(table, fileName);
-    runRawExtractor(table, fileName);
-    ms1Names = {ms1NameFor(fileName)};
+    ms1Names = runRawPath(table);
   } else if (containsAny(dataPath, kOpenFormatSpellings)) {
-    alertRouteNotFromExtension(dataPath, kOpenFormatSpellings, "mzML/mzXML");
-    splitFolderAndFile(table, fileName);
-    ms1Names = extractOpenFormatFiles(table, {fileName});
-    table[kOpenFormatFolderKey] = table["datapath"];
-    table["datapath"] = extractionFolder(table);
+    ms1Names = runOpenFormatPath(table);
   } else if (isAnyOf(format, {"Raw", "RAW", "raw"})) {
-    if (containsAny(dataPath, kWiffSpellings)) {
-      logMessage(LogLabel::kAlert, "The data path " + dataPath + " names a WIFF file, but input_format is \"" + format +
-                              "\": the RAW files of its folder are processed instead and the WIFF file is "
-                              "not. Give -F wiff to process it.");
-    }
-    std::vector<std::string> rawNames = listRawFiles(dataPath);
-    if (rawNames.empty()) {
-      logMessage(LogLabel::kError, "No Raw files in datapath!\n" + dataPath);
-      noteRunProblem(RunProblem::kDataPathSkipped);
-      return;
-    }
-    logMessage(LogLabel::kAlert, "Rawlist completes");
-    for (const std::string& name : rawNames) runRawExtractor(table, name);
-    ms1Names = listMS1Files(dataPath);
+    ms1Names = runRawFolder(table, format);
   } else if (isAnyOf(format, {"MGF", "mgf"})) {
-    std::vector<std::string> mgfNames = listMGFFiles(dataPath);
-    if (mgfNames.empty()) {
-      logMessage(LogLabel::kError, "No MGF files in datapath!\n" + dataPath);
-      noteRunProblem(RunProblem::kDataPathSkipped);
-      return;
-    }
-    logMessage(LogLabel::kAlert, "MGFlist completes");
-    runMGFFiles(table, mgfNames);
-    return;
+    ms1Names = runMGFFolder(table);
   } else if (containsAny(dataPath, kWiffSpellings)) {
-    alertRouteNotFromExtension(dataPath, kWiffSpellings, "WIFF");
-    splitFolderAndFile(table, fileName);
-    logMessage(LogLabel::kAlert, "Wifflist completes");
-    runWiffExtractor(table, fileName);
-    ms1Names = {ms1NameFor(fileName)};
-    runWiffPipelines(table, ms1Names);
-    logMessage(LogLabel::kNote, "Process complete!");
+    ms1Names = runWiffPath(table);
   } else if (isAnyOf(format, {"Wiff", "WIFF", "wiff"})) {
-    std::vector<std::string> wiffNames = listWiffFiles(dataPath);
-    if (wiffNames.empty()) {
-      logMessage(LogLabel::kError, "No Wiff files in datapath!\n" + dataPath);
-      noteRunProblem(RunProblem::kDataPathSkipped);
-      return;
-    }
-    logMessage(LogLabel::kAlert, "Wifflist completes");
-    for (const std::string& name : wiffNames) runWiffExtractor(table, name);
-    ms1Names = listMS1Files(dataPath);
-    if (ms1Names.empty()) {
-      logMessage(LogLabel::kError, "No MS1 files in datapath! Corvid exits!");
-      noteRunProblem(RunProblem::kDataPathSkipped);
-      return;
-    }
-    runWiffPipelines(table, ms1Names);
+    ms1Names = runWiffFolder(table);
   } else if (isAnyOf(format, {"mzml", "mzML", "MZML", "mzxml", "mzXML", "MZXML"})) {
-    const bool mzxml = isAnyOf(format, {"mzxml", "mzXML", "MZXML"});
-    std::vector<std::string> names = listOpenFormatFiles(dataPath);
-    // The lister takes both formats; keep the one asked for.
-    std::erase_if(names, [mzxml](const std::string& name) { return isMzXMLName(name) != mzxml; });
-    const std::string kind = mzxml ? "mzXML" : "mzML";
-    if (names.empty()) {
-      logMessage(LogLabel::kError, "No " + kind + " files in datapath!\n" + dataPath);
-      noteRunProblem(RunProblem::kDataPathSkipped);
-      return;
-    }
-    logMessage(LogLabel::kAlert, kind + "list completes");
-    ms1Names = extractOpenFormatFiles(table, names);
-    table[kOpenFormatFolderKey] = table["datapath"];
-    table["datapath"] = extractionFolder(table);
+    ms1Names = runOpenFormatFolder(table, isAnyOf(format, {"mzxml", "mzXML", "MZXML"}));
   } else {
     ms1Names = listMS1Files(dataPath);
   }
-  runCommonTail(table, ms1Names);
+  if (ms1Names) runCommonTail(table, *ms1Names);
 }
 
 void runOnce(ParameterTable& table) {
