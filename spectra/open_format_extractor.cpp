@@ -176,15 +176,14 @@ void appendRecord(BlockFile& out, const ExtractedScan& record) {
 // Writes one spectrum with the numbers that hold while the file keeps its native order: native
 // scan, and the last MS1 scan as precursor. When the order breaks or a spectrum names another
 // precursor, the headers are rewritten at the end and only the peak lines are reused.
-bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& error) {
-  if (spectrum.msLevel < 1 || spectrum.msLevel > 2) {
-    ++x.higherLevels;
-    return true;
-  }
-  // Peaks are written finite, non-negative (zero intensity kept) and in m/z order, as the
-  // detection's sorted searches need them; a spectrum is copied only when it needs a repair.
-  const std::vector<double>* mz = &spectrum.mz;
-  const std::vector<double>* intensity = &spectrum.intensity;
+bool usablePeak(double mz, double intensity) {
+  return std::isfinite(mz) && std::isfinite(intensity) && mz >= 0.0 && intensity >= 0.0;
+}
+
+// Peaks are written finite, non-negative (zero intensity kept) and in m/z order, as the
+// detection's sorted searches need them; a spectrum is copied (into the extraction's buffers, with
+// mz and intensity pointed at the copy) only when it needs a repair. Returns the peaks kept.
+std::size_t repairPeaks(Extraction& x, const std::vector<double>*& mz, const std::vector<double>*& intensity) {
   std::size_t count = std::min(mz->size(), intensity->size());
   std::size_t usable = 0;
   bool ordered = true;
@@ -192,7 +191,7 @@ bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& err
   for (std::size_t i = 0; i < count; ++i) {
     double m = (*mz)[i];
     double v = (*intensity)[i];
-    if (!std::isfinite(m) || !std::isfinite(v) || m < 0.0 || v < 0.0) continue;
+    if (!usablePeak(m, v)) continue;
     if (usable++ > 0 && m < lastMz) ordered = false;
     lastMz = m;
   }
@@ -201,8 +200,7 @@ bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& err
     for (std::size_t i = 0; i < count; ++i) {
       double m = (*mz)[i];
       double v = (*intensity)[i];
-      if (std::isfinite(m) && std::isfinite(v) && m >= 0.0 && v >= 0.0)
-        x.peakOrder.push_back(static_cast<std::uint32_t>(i));
+      if (usablePeak(m, v)) x.peakOrder.push_back(static_cast<std::uint32_t>(i));
     }
     if (!ordered)
       std::stable_sort(x.peakOrder.begin(), x.peakOrder.end(),
@@ -221,6 +219,17 @@ bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& err
       ++x.spectraWithDropped;
     }
   }
+  return usable;
+}
+
+bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& error) {
+  if (spectrum.msLevel < 1 || spectrum.msLevel > 2) {
+    ++x.higherLevels;
+    return true;
+  }
+  const std::vector<double>* mz = &spectrum.mz;
+  const std::vector<double>* intensity = &spectrum.intensity;
+  const std::size_t usable = repairPeaks(x, mz, intensity);
   ExtractedScan e = describe(spectrum, x);
   e.peakCount = static_cast<std::uint32_t>(usable);
   ScanKey key{e.retentionTime, e.nativeScan, e.idHash, e.precursorRefHash, 0, 0, 0, e.msLevel};
