@@ -1,6 +1,12 @@
 #include "startup/run_settings.h"
 
 namespace corvid {
+namespace {
+
+// A switch is on exactly when its value is the text "1"; a missing key is off.
+bool flag(const ParameterTable& parameters, const std::string& key) { return isOn(valueOrEmpty(parameters, key)); }
+
+}  // namespace
 
 IsotopePatternTable& runIsotopeTable() {
   static IsotopePatternTable table;  // zero until the first load
@@ -14,11 +20,11 @@ DetectionSettings detectionSettingsFrom(const ParameterTable& parameters) {
                        : debug == "2" ? DebugMode::kScanList
                                       : DebugMode::kOff;
   settings.coElute = readInteger(valueOrEmpty(parameters, "co-elute"));
-  settings.cutSimilarMono = isOn(valueOrEmpty(parameters, "cut_similiar_mono"));
+  settings.cutSimilarMono = flag(parameters, "cut_similiar_mono");
   settings.isolationWidth = readReal(valueOrEmpty(parameters, "isolation_width"));
   settings.recalibrateWindow = readReal(valueOrEmpty(parameters, "recalibrate_window"));
-  settings.outputSvmLight = isOn(valueOrEmpty(parameters, "outputsvmlight"));
-  settings.checkActivationCenter = isOn(valueOrEmpty(parameters, "check_activationcenter"));
+  settings.outputSvmLight = flag(parameters, "outputsvmlight");
+  settings.checkActivationCenter = flag(parameters, "check_activationcenter");
   settings.dataPath = valueOrEmpty(parameters, "datapath");
   return settings;
 }
@@ -53,18 +59,18 @@ PairSettings pairSettingsFrom(const ParameterTable& parameters) {
   settings.detection = detectionSettingsFrom(parameters);
   settings.threshold = thresholdSettingsFrom(parameters);
   settings.model = marsModelFrom(parameters);
-  settings.useSvm = isOn(valueOrEmpty(parameters, "outputsvmlight"));
-  settings.exportMGF = isOn(valueOrEmpty(parameters, "output_mgf"));
-  settings.exportMS2 = isOn(valueOrEmpty(parameters, "output_ms2"));
-  settings.exportKX = isOn(valueOrEmpty(parameters, "output_kx"));
-  settings.writeTable = isOn(valueOrEmpty(parameters, "output_table"));
-  settings.writeTrainingData = isOn(valueOrEmpty(parameters, "output_trainingdata"));
-  settings.exportUnchecked = isOn(valueOrEmpty(parameters, "export_unchecked_mono"));
-  settings.precisionMode = isOn(valueOrEmpty(parameters, "precision_mode"));
-  settings.deleteSpectrumFiles = isOn(valueOrEmpty(parameters, "delete_msn"));
+  settings.useSvm = flag(parameters, "outputsvmlight");
+  settings.exportMGF = flag(parameters, "output_mgf");
+  settings.exportMS2 = flag(parameters, "output_ms2");
+  settings.exportKX = flag(parameters, "output_kx");
+  settings.writeTable = flag(parameters, "output_table");
+  settings.writeTrainingData = flag(parameters, "output_trainingdata");
+  settings.exportUnchecked = flag(parameters, "export_unchecked_mono");
+  settings.precisionMode = flag(parameters, "precision_mode");
+  settings.deleteSpectrumFiles = flag(parameters, "delete_msn");
   settings.debugOff = valueOrEmpty(parameters, "debug_mode") == "0";
   settings.rewriteFiles = valueOrEmpty(parameters, "rewrite_files") != "0";
-  settings.peakDifferences = isOn(valueOrEmpty(parameters, "output_freq"));
+  settings.peakDifferences = flag(parameters, "output_freq");
   settings.outputFolder = valueOrEmpty(parameters, "outputpath");
   const std::string& trainingSet = valueOrEmpty(parameters, "trainingset");
   if (trainingSet != kEmptyPath) settings.trainingSet = trainingSet;
