@@ -15,6 +15,7 @@
 #include "detection/candidate_detection.h"
 #include "detection/isotope_pattern_table.h"
 #include "detection/ms1_peak_gathering.h"
+#include "startup/parallel_detection.h"
 #include "startup/run_settings.h"
 
 namespace {
@@ -163,8 +164,29 @@ void wholeRun(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(run.ms2Scans.size()));
 }
 
+// Every generated MS2 scan through the parallel detection with state.range(0) threads: wall time,
+// since the work is spread over cores (compare 1 and 2 threads for the scaling).
+void parallelRun(benchmark::State& state) {
+  fillIsotopeTable();
+  const GeneratedRun& run = generatedRun();
+  ParameterTable parameters;
+  setDefaults(parameters);
+  std::vector<ScanTask> tasks;
+  for (std::size_t i = 0; i < run.ms2Scans.size(); ++i) {
+    tasks.push_back({static_cast<std::uint32_t>(run.ms2Scans[i]), run.centers[i]});
+  }
+  for (auto _ : state) {
+    DetectionContext context = makeDetectionContext(parameters, run.ms1);
+    detectScans(context, tasks, static_cast<unsigned>(state.range(0)));
+    benchmark::DoNotOptimize(context.records.data());
+    state.counters["candidates"] = static_cast<double>(context.records.size());
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(tasks.size()));
+}
+
 }  // namespace
 
 BENCHMARK(gatherAndDetect)->Unit(benchmark::kMicrosecond);
 BENCHMARK(wholeRun)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(parallelRun)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->Iterations(3)->UseRealTime();
 BENCHMARK_MAIN();

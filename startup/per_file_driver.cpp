@@ -37,6 +37,7 @@
 #include "spectra/ms2_reader.h"
 #include "spectra/ms2_writer.h"
 #include "startup/debug_scan_input.h"
+#include "startup/parallel_detection.h"
 #include "startup/run_settings.h"
 
 namespace corvid {
@@ -84,13 +85,15 @@ bool inDebugScanList(const std::vector<std::uint32_t>& list, std::uint32_t scan)
   return std::find(list.begin(), list.end(), scan) != list.end();
 }
 
-// Gathers and detects candidates for every MS2 scan of one group.
-void detectGroup(const MS2File& ms2File, const std::vector<std::size_t>& positions, int group,
-                 const DebugSelection& debug, DetectionContext& context, ScanLoopState& state) {
+// The scans of one group that detection works on, in order, printing the progress line and the
+// debug notes as the scans are taken; duplicates and scans out of range are left out.
+std::vector<ScanTask> groupScanTasks(const MS2File& ms2File, const std::vector<std::size_t>& positions, int group,
+                                     const DebugSelection& debug, ScanLoopState& state) {
   const char* activation = kActivationNames[group % 3];
   const char* analyzer = kAnalyzerNames[group / 3];
   const std::size_t total = ms2File.spectra.size();
-  std::vector<Peak> gathered;
+  std::vector<ScanTask> tasks;
+  tasks.reserve(positions.size());
   for (std::size_t position : positions) {
     const MS2Spectrum& spectrum = ms2File.spectra[position];
     ++state.taken;
@@ -117,9 +120,9 @@ void detectGroup(const MS2File& ms2File, const std::vector<std::size_t>& positio
       if (!inDebugScanList(debug.scans, scan)) continue;
       logMessage(LogLabel::kNote, "ActivationCenter:" + std::to_string(center));
     }
-    gatherMS1Peaks(context, static_cast<std::int32_t>(scan), center, gathered);
-    detectCandidates(context, center, static_cast<std::int32_t>(scan), gathered);
+    tasks.push_back({scan, center});
   }
+  return tasks;
 }
 
 // Writes the group's spectrum files; false when one of them could not be written completely.
@@ -292,7 +295,7 @@ void processGroup(PairRun& run, int group) {
   run.context.features.clear();
   run.context.records.clear();
   const std::vector<std::size_t> positions = groupPositions(run.ms2File, group);
-  detectGroup(run.ms2File, positions, group, run.debug, run.context, run.scans);
+  detectScans(run.context, groupScanTasks(run.ms2File, positions, group, run.debug, run.scans), run.settings.threads);
   std::printf("\n");
   scoreAndFilterGroup(run, group);
   exportGroup(run, group, positions);

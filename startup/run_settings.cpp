@@ -1,5 +1,7 @@
 #include "startup/run_settings.h"
 
+#include "startup/parallel_detection.h"
+
 namespace corvid {
 namespace {
 
@@ -71,6 +73,7 @@ PairSettings pairSettingsFrom(const ParameterTable& parameters) {
   settings.debugOff = valueOrEmpty(parameters, "debug_mode") == "0";
   settings.rewriteFiles = valueOrEmpty(parameters, "rewrite_files") != "0";
   settings.peakDifferences = flag(parameters, "output_freq");
+  settings.threads = threadCountFor(readInteger(valueOrEmpty(parameters, "threads")));
   settings.outputFolder = valueOrEmpty(parameters, "outputpath");
   const std::string& trainingSet = valueOrEmpty(parameters, "trainingset");
   if (trainingSet != kEmptyPath) settings.trainingSet = trainingSet;

@@ -52,6 +52,7 @@ struct PairSettings {
   bool debugOff = true;            // debug_mode is exactly "0"
   bool rewriteFiles = false;       // rewrite_files is not "0"
   bool peakDifferences = false;    // output_freq
+  unsigned threads = 1;            // threads: detection workers
   std::string outputFolder;        // outputpath
   std::string trainingSet;         // trainingset, or empty when not given
 };

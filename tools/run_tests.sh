@@ -2,6 +2,7 @@
 # Builds Corvid and runs the whole test suite.
 #   tools/run_tests.sh              release build in build/
 #   tools/run_tests.sh --sanitize   AddressSanitizer + UndefinedBehaviorSanitizer build in build-asan/
+#   tools/run_tests.sh --threads    ThreadSanitizer build in build-tsan/
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash tools/install_dependencies.sh
@@ -13,6 +14,10 @@ if [ "${1:-}" = "--sanitize" ]; then
   options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVID_WERROR=ON -DCORVID_SANITIZE=ON)
   export ASAN_OPTIONS=detect_leaks=1:abort_on_error=0
   export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+elif [ "${1:-}" = "--threads" ]; then
+  build_dir=build-tsan
+  options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DCORVID_WERROR=ON -DCORVID_TSAN=ON)
+  export TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
 fi
 
 # Real data for the end-to-end tests, cached outside the repository.

@@ -1,0 +1,81 @@
+// The threads key through the real binary: every output file and the console are byte-identical
+// for 1, 2 and 8 threads, on BSA1, on a run generated from it and on the co-eluting fixture.
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "tests/support/test_support.h"
+
+namespace corvid {
+namespace {
+
+using namespace corvid::testing;
+
+// Every file of a folder (name -> bytes), the log left out: it records the command line. The
+// creation time in MS2 headers is the clock's, so it is blanked.
+std::map<std::string, std::string> filesOf(const fs::path& folder) {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : fs::directory_iterator(folder)) {
+    const std::string name = entry.path().filename().string();
+    if (!entry.is_regular_file() || name == "CorvidPlusLog.txt") continue;
+    std::string bytes = readFile(entry.path());
+    if (bytes.starts_with("H\tCreationDate\t")) bytes.erase(15, bytes.find('\r') - 15);
+    files[name] = bytes;
+  }
+  return files;
+}
+
+// Runs input once per thread count into its own folder (the extraction made once, shared) and
+// compares everything with the single-threaded run.
+void expectSameForAnyThreadCount(const fs::path& input, const TempDir& dir, std::size_t expectedFiles) {
+  const std::string extract = dir.folder() + "extract";
+  // The extraction is made once beforehand, so every compared run reuses it alike.
+  ASSERT_EQ(runCorvid(dir.path(), {"-D", input.string(), "-O", dir.folder(), "--extract_path=" + extract}).status, 0);
+  std::map<std::string, std::string> single;
+  for (int threads : {1, 2, 8}) {
+    const fs::path out = dir.path() / ("threads" + std::to_string(threads));
+    fs::create_directories(out);
+    const RunResult result = runCorvid(out, {"-D", input.string(), "-O", out.string(), "-L", out.string(),
+                                             "--extract_path=" + extract, "--threads=" + std::to_string(threads),
+                                             "--output_table=1", "--output_mzml=1", "--output_ms2=1"});
+    ASSERT_EQ(result.status, 0) << result.out;
+    std::map<std::string, std::string> files = filesOf(out);
+    // The elapsed seconds are the clock's too.
+    std::string console = result.out;
+    const std::size_t elapsed = console.find("Time elapsed: ");
+    if (elapsed != std::string::npos) console.erase(elapsed + 14, console.find(' ', elapsed + 14) - elapsed - 14);
+    files["console"] = console;
+    if (threads == 1) {
+      single = files;
+      EXPECT_GE(single.size(), expectedFiles);
+      continue;
+    }
+    ASSERT_EQ(files.size(), single.size()) << threads;
+    for (const auto& [name, bytes] : single) EXPECT_TRUE(files[name] == bytes) << name << " differs with " << threads << " threads";
+  }
+}
+
+TEST(ThreadsEndToEnd, Bsa1OutputsAreIdenticalForAnyThreadCount) {
+  if (!fs::exists(bsa1MzmlPath())) GTEST_SKIP() << "BSA1.mzML not cached at " << bsa1MzmlPath();
+  TempDir dir;
+  expectSameForAnyThreadCount(bsa1MzmlPath(), dir, 8);
+}
+
+TEST(ThreadsEndToEnd, GeneratedRunOutputsAreIdenticalForAnyThreadCount) {
+  if (!fs::exists(bsa1MzmlPath())) GTEST_SKIP() << "BSA1.mzML not cached at " << bsa1MzmlPath();
+  TempDir dir;
+  const fs::path generated = dir.path() / "generated.mzML";
+  const std::string make = "python3 " + shellQuote(std::string(CORVID_SOURCE_DIR) + "/bench/make_large_mzml.py") + " " +
+                           shellQuote(bsa1MzmlPath().string()) + " " + shellQuote(generated.string()) + " 40000000 >/dev/null";
+  ASSERT_EQ(std::system(make.c_str()), 0);
+  expectSameForAnyThreadCount(generated, dir, 8);
+}
+
+TEST(ThreadsEndToEnd, CoElutingFixtureOutputsAreIdenticalForAnyThreadCount) {
+  TempDir dir;
+  fs::copy_file(fs::path(CORVID_TEST_DATA_DIR) / "mzml" / "coeluting.mzML", dir.path() / "coeluting.mzML");
+  expectSameForAnyThreadCount(dir.path() / "coeluting.mzML", dir, 8);
+}
+
+}  // namespace
+}  // namespace corvid
