@@ -22,6 +22,7 @@
 #include "spectra/open_format_terms.h"
 #include "spectra/scan_numbering.h"
 #include "spectra/scan_summary.h"
+#include "spectra/spectrum_pipe.h"
 
 namespace corvid {
 
@@ -444,7 +445,7 @@ bool openFormatAlreadyExtracted(const std::string& inputPath, const std::string&
 }
 
 bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
-                       const std::string& stem) {
+                       const std::string& stem, unsigned threads) {
   Extraction x;
   x.inputPath = inputPath;
   x.paths = outputPathsOf(folder, stem);
@@ -463,17 +464,27 @@ bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
   }
   // A multi-gigabyte file takes a while: a counter on one console line shows it is moving.
   std::size_t extracted = 0;
-  SpectrumSink sink = [&x, &extracted](const OpenSpectrum& spectrum, std::string& reason) {
+  auto counted = [&extracted] {
     if (++extracted % kProgressEvery == 0) {
       std::printf("\r[Corvid] Extracting spectra: %zu", extracted);
       std::fflush(stdout);
     }
+  };
+  const bool mzXML = containsAny(fileNameOf(inputPath), kMzXMLSpellings);
+  // The progress is counted where the file is read, so it prints the same for any thread count.
+  const SpectrumReader readFile = [&inputPath, mzXML, &counted](const SpectrumSink& sink, std::string& error) {
+    const SpectrumSink countedSink = [&sink, &counted](const OpenSpectrum& spectrum, std::string& reason) {
+      counted();
+      return sink(spectrum, reason);
+    };
+    return mzXML ? readMzXMLFile(inputPath, countedSink, error) : readMzMLFile(inputPath, countedSink, error);
+  };
+  const SpectrumSink write = [&x](const OpenSpectrum& spectrum, std::string& reason) {
     return writeSpectrum(spectrum, x, reason);
   };
   std::string problem;
-  bool mzXML = containsAny(fileNameOf(inputPath), kMzXMLSpellings);
-  bool read =
-      mzXML ? readMzXMLFile(inputPath, sink, problem) : readMzMLFile(inputPath, sink, problem);
+  // Parsing and decoding on this thread, formatting and writing on a second one when allowed.
+  const bool read = threads > 1 ? readThroughPipe(readFile, write, problem) : readFile(write, problem);
   if (extracted >= kProgressEvery) std::printf("\n");
   if (!read) {
     closeWorkFiles(x);

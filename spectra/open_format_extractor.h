@@ -20,8 +20,9 @@ bool isMzXMLName(std::string_view name);
 // temporary files and the marker and returns false.
 inline constexpr std::string_view kExtractionSummarySuffix = "_scans.csv";
 
+// With threads above 1, the file is parsed on this thread and written on a second one.
 bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
-                       const std::string& stem);
+                       const std::string& stem, unsigned threads = 1);
 
 // True when an earlier extraction of the input is complete (marker, summary, .ms1 and .ms2) and
 // its marker records the input as it is now (size, modification time, checksum of the first and

@@ -11,6 +11,7 @@
 #include "spectra/corrected_mzml.h"
 #include "spectra/mzxml_as_mzml.h"
 #include "spectra/open_format_extractor.h"
+#include "startup/parallel_detection.h"
 #include "startup/pipelines.h"
 
 namespace corvid {
@@ -82,7 +83,7 @@ std::vector<std::string> extractOpenFormatFiles(ParameterTable parameters, const
       logMessage(LogLabel::kState, "Reusing the earlier extraction of " + name);
     } else {
       logMessage(LogLabel::kState, "Extracting MS1 and MS2 from " + name + "...");
-      if (!extractOpenFormat(inputFolder + name, folder, stem)) continue;
+      if (!extractOpenFormat(inputFolder + name, folder, stem, threadCountFor(readInteger(valueOrEmpty(parameters, "threads"))))) continue;
       dropStaleReport(parameters, stem);
     }
     copySummaryToOutputs(parameters, folder, stem);
