@@ -118,6 +118,7 @@ void printLongOptionHelp() {
       "\tcorvid a.mzML b.mzML --KEY=V  each file is one run, with the same settings",
       "Extension keys (defaults keep the standard behaviour):",
       "\tprecision_mode  default (0)   1: fewer, more reliable precursors per MS2 scan",
+      "\tthreads         default (all cores)  detection workers; 1: one thread",
       "\tstrict_exit     default (0)   1: non-zero exit status when anything was skipped or failed",
       "\textract_path    default ()    folder for the .ms1/.ms2 extracted from mzML/mzXML",
       "\toutput_table    default (0)   1: also write <stem>.precursors.tsv, one row per precursor",
