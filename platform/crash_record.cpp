@@ -73,6 +73,9 @@ void onTerminate() {
 }  // namespace
 
 void installCrashRecord() {
+  // The first backtrace() loads the unwinder, which allocates: do it now, not in a signal handler.
+  void* frame = nullptr;
+  ::backtrace(&frame, 1);
   struct sigaction action {};
   action.sa_handler = onFatalSignal;
   sigemptyset(&action.sa_mask);

@@ -32,8 +32,10 @@ namespace {
 constexpr std::size_t kProgressEvery = 1000;
 
 
-constexpr std::array<std::string_view, 3> kMzMLSpellings = {".mzML", ".mzml", ".MZML"};
-constexpr std::array<std::string_view, 3> kMzXMLSpellings = {".mzXML", ".mzxml", ".MZXML"};
+constexpr std::array<std::string_view, 3> kMzMLSpellings = {kOpenFormatSpellings[0], kOpenFormatSpellings[1],
+                                                            kOpenFormatSpellings[2]};
+constexpr std::array<std::string_view, 3> kMzXMLSpellings = {kOpenFormatSpellings[3], kOpenFormatSpellings[4],
+                                                             kOpenFormatSpellings[5]};
 
 // Output is handed to the system in blocks of this size: few, large writes.
 constexpr std::size_t kOutputBlock = 1 << 20;

@@ -1,10 +1,15 @@
 #pragma once
 // Corvid's own extractor for open formats: converts an mzML or mzXML file into the .ms1/.ms2 text
 // pair that the RAW pipeline processes, an extraction summary and the completion marker.
+#include <array>
 #include <string>
 #include <string_view>
 
 namespace corvid {
+
+// The accepted spellings of the open formats' extensions, mzML's first.
+inline constexpr std::array<std::string_view, 6> kOpenFormatSpellings = {".mzML",  ".mzml",  ".MZML",
+                                                                         ".mzXML", ".mzxml", ".MZXML"};
 
 // True when the path contains ".mzML", ".mzml", ".MZML", ".mzXML", ".mzxml" or ".MZXML".
 bool isOpenFormatPath(std::string_view path);

@@ -96,9 +96,9 @@ void writeCorrectedMzMLFor(ParameterTable& parameters, const std::string& stem,
                            const CorrectionsByScan& corrections, bool processed) {
   const std::string inputFolder = valueOrEmpty(parameters, kOpenFormatFolderKey);
   std::string input;
-  for (const char* spelling : {".mzML", ".mzml", ".MZML", ".mzXML", ".mzxml", ".MZXML"}) {
-    if (!inputFolder.empty() && canOpenForReading(inputFolder + stem + spelling)) {
-      input = inputFolder + stem + spelling;
+  for (std::string_view spelling : kOpenFormatSpellings) {
+    if (!inputFolder.empty() && canOpenForReading(inputFolder + stem + std::string(spelling))) {
+      input = inputFolder + stem + std::string(spelling);
       break;
     }
   }

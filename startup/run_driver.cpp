@@ -38,8 +38,6 @@ bool isAnyOf(const std::string& text, std::initializer_list<std::string_view> va
 constexpr std::array<std::string_view, 3> kRawSpellings = {".RAW", ".raw", ".Raw"};
 constexpr std::array<std::string_view, 2> kMGFSpellings = {".MGF", ".mgf"};
 constexpr std::array<std::string_view, 3> kWiffSpellings = {".WIFF", ".wiff", ".Wiff"};
-constexpr std::array<std::string_view, 6> kOpenFormatSpellings = {".mzML",  ".mzml",  ".MZML",
-                                                                  ".mzXML", ".mzxml", ".MZXML"};
 
 // The first of the spellings found in text: the spelling and its position (npos when none).
 std::pair<std::string_view, std::size_t> firstSpellingIn(const std::string& text,

@@ -26,7 +26,7 @@ const fs::path kPair = fs::path(CORVID_TEST_DATA_DIR) / "pair";
 
 // The console text with the run's folder replaced, so that runs in two folders compare.
 std::string normalised(const std::string& text, const fs::path& folder) {
-  return replaceAll(text, folder.string(), "<folder>");
+  return withoutElapsedSeconds(replaceAll(text, folder.string(), "<folder>"));
 }
 
 // Every file of the folder except the inputs and the log (which holds time stamps).

@@ -40,11 +40,7 @@ void expectSameForAnyThreadCount(const fs::path& input, const TempDir& dir, std:
                                              "--output_table=1", "--output_mzml=1", "--output_ms2=1"});
     ASSERT_EQ(result.status, 0) << result.out;
     std::map<std::string, std::string> files = filesOf(out);
-    // The elapsed seconds are the clock's too.
-    std::string console = result.out;
-    const std::size_t elapsed = console.find("Time elapsed: ");
-    if (elapsed != std::string::npos) console.erase(elapsed + 14, console.find(' ', elapsed + 14) - elapsed - 14);
-    files["console"] = console;
+    files["console"] = withoutElapsedSeconds(result.out);
     if (threads == 1) {
       single = files;
       EXPECT_GE(single.size(), expectedFiles);

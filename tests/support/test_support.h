@@ -134,6 +134,13 @@ struct ProgramCopy {
   }
 };
 
+// The console text with the elapsed seconds of the closing line blanked: they are the clock's.
+inline std::string withoutElapsedSeconds(std::string text) {
+  const std::size_t elapsed = text.find("Time elapsed: ");
+  if (elapsed != std::string::npos) text.erase(elapsed + 14, text.find(' ', elapsed + 14) - elapsed - 14);
+  return text;
+}
+
 // Compares text with tests/golden/<name>; CORVID_UPDATE_GOLDEN=1 rewrites the golden file instead.
 inline void expectGolden(const std::string& actual, const std::string& name) {
   const fs::path golden = fs::path(CORVID_GOLDEN_DIR) / name;
