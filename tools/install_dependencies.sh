@@ -4,8 +4,9 @@ set -euo pipefail
 packages=(g++ cmake make libgtest-dev libgmock-dev libbenchmark-dev zlib1g-dev libexpat1-dev libmsnumpress-dev
           libsvm-dev libsvm-tools comet-ms dpkg-dev)
 # Installed without recommends: snakemake would otherwise bring every cloud storage client along
-# and topp (OpenMS's FileInfo validates the corrected mzML in the tests) a desktop viewer.
-lean_packages=(snakemake topp)
+# and topp (OpenMS's FileInfo and its mzML schemas validate the corrected mzML in the tests, as does
+# xmllint from libxml2-utils) a desktop viewer.
+lean_packages=(snakemake topp libxml2-utils)
 
 missing_of() {
   for package in "$@"; do

@@ -17,6 +17,18 @@ using namespace corvid::testing;
 
 bool fileInfoInstalled() { return std::system("command -v FileInfo >/dev/null 2>&1") == 0; }
 
+// The indexed mzML schema that OpenMS ships (Debian's openms-common), for xmllint offline.
+const fs::path kIndexedMzmlSchema = "/usr/share/openms/SCHEMAS/mzML_idx_1_10.xsd";
+
+// xmllint's verdict on the file against the indexed mzML 1.1 schema; skipped (true) where
+// xmllint or the schema is missing.
+void expectValidByXmllint(const fs::path& file) {
+  if (std::system("command -v xmllint >/dev/null 2>&1") != 0 || !fs::exists(kIndexedMzmlSchema)) return;
+  const std::string command = "xmllint --noout --schema " + shellQuote(kIndexedMzmlSchema.string()) + " " +
+                              shellQuote(file.string()) + " >/dev/null 2>&1";
+  EXPECT_EQ(std::system(command.c_str()), 0) << file << " does not validate against " << kIndexedMzmlSchema;
+}
+
 // FileInfo -v's verdict lines and its errors, counted by text.
 struct Validation {
   bool schemaValid = false;
@@ -48,6 +60,7 @@ TEST(CorrectedMzmlEndToEnd, CoElutingFixtureGoldenAndValid) {
   expectConsistentIndexedMzML(corrected);
   // Both peptides of every CID scan, best first, as in the MGF.
   EXPECT_NE(corrected.find("<selectedIonList count=\"2\">"), std::string::npos);
+  expectValidByXmllint(dir.path() / "coeluting.corrected.mzML");
   if (!fileInfoInstalled()) GTEST_SKIP() << "FileInfo not installed (Debian package topp): validation skipped";
   const Validation input = validate(dir.path() / "coeluting.mzML");
   const Validation output = validate(dir.path() / "coeluting.corrected.mzML");
@@ -149,6 +162,7 @@ TEST(CorrectedMzmlEndToEnd, Bsa1KeepsEverySpectrumAndCarriesTheMgfPrecursors) {
   EXPECT_EQ(ids, attributeValues(input, "spectrum", "id"));
   expectConsistentIndexedMzML(corrected);
   expectMgfPrecursorsAsSelectedIons(corrected, dir.path() / "x" / "BSA1_scans.csv", dir.path() / "BSA1_CIDIT.mgf", 1120);
+  expectValidByXmllint(dir.path() / "BSA1.corrected.mzML");
   if (!fileInfoInstalled()) GTEST_SKIP() << "FileInfo not installed (Debian package topp): validation skipped";
   // BSA1 itself breaks semantic rules (m/z terms without units); the corrected copy adds none.
   fs::copy_file(bsa1MzmlPath(), dir.path() / "BSA1.mzML");
@@ -166,6 +180,7 @@ TEST(CorrectedMzmlEndToEnd, NestedMzxmlGoldenAndValid) {
   const std::string corrected = readFile(dir.path() / "nested.corrected.mzML");
   expectGolden(corrected, "corrected_mzml/nested.corrected.mzML");
   expectConsistentIndexedMzML(corrected);
+  expectValidByXmllint(dir.path() / "nested.corrected.mzML");
   if (!fileInfoInstalled()) GTEST_SKIP() << "FileInfo not installed (Debian package topp): validation skipped";
   const Validation output = validate(dir.path() / "nested.corrected.mzML");
   EXPECT_TRUE(output.schemaValid && output.semanticallyValid) << output.errors.size();
