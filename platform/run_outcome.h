@@ -1,6 +1,6 @@
 #pragma once
 // What went wrong in a run that still ended normally: a skipped data path, an input that could not
-// be read, an output that could not be written, no MS2 scan processed. The specified exit status
+// be read, an output that could not be written, no MS2 scan processed. The standard exit status
 // ignores all of these (0); with `strict_exit` on, the process status names the cause instead, so
 // that a workflow engine can tell a failed run from a good one. Process-wide like the run log.
 #include <string>

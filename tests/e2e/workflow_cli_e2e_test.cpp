@@ -56,7 +56,7 @@ TEST_F(WorkflowCli, VersionPrintsTheVersionAndWritesNothing) {
   EXPECT_EQ(namesIn(work.path()), (std::vector<std::string>{"data", "out"}));
 }
 
-TEST_F(WorkflowCli, UnknownLongOptionKeepsTheSpecifiedError) {
+TEST_F(WorkflowCli, UnknownLongOptionKeepsTheUsualError) {
   const RunResult result = run({"-D", (data / "small.mzML").string(), "--foo=1"});
   EXPECT_EQ(result.status, 255);
   EXPECT_NE(result.out.find("Error occurs in the options, empty option \"-\" occurred.\n"), std::string::npos);
@@ -172,7 +172,7 @@ TEST_F(WorkflowCli, SummaryIsNotCopiedOntoItself) {
   EXPECT_EQ(result.out.find("extraction summary"), std::string::npos) << result.out;
 }
 
-// One failure cause per case: the strict status, and 0 (as specified) without strict_exit.
+// One failure cause per case: the strict status, and the usual 0 without strict_exit.
 struct StrictCase {
   const char* name;
   int strictStatus;
@@ -231,7 +231,7 @@ TEST_F(StrictExit, NoMs2ScanProcessedIs13) {
   EXPECT_EQ(result.status, 13) << result.out;
 }
 
-TEST_F(StrictExit, SpecifiedFailureStatusStays255) {
+TEST_F(StrictExit, FailureStatusStays255) {
   EXPECT_EQ(statusOf({"-D", (work.path() / "missing.txt").string()}, true), 255);
 }
 

@@ -55,8 +55,8 @@ if env PATH="$work/prefix/bin:$PATH" corvid -D "$work/data/small.mzML" -O "$work
   fail "a missing absolute -I table was not reported"
 fi
 grep -q "Please make sure the IPV.txt is with this Program" "$work/out-missing/console.txt" ||
-  fail "a missing table does not give the specified message"
-echo "missing absolute -I: specified message"
+  fail "a missing table does not give the usual message"
+echo "missing absolute -I: usual message"
 
 # Every run gives the same results.
 cmp -s "$work/out-path/small_HCDFT.mgf" "$work/out-link/small_HCDFT.mgf" || fail "symlink run differs"

@@ -129,7 +129,7 @@ TEST(SetBinPath, BackslashSeparatorCounts) {
   EXPECT_EQ(table["binpath"], "C:\\Tools\\");
 }
 
-// GNU-style long options: any settable key, both spellings, the specified errors otherwise.
+// GNU-style long options: any settable key, both spellings, the usual errors otherwise.
 TEST(LongOptions, EqualsFormSetsAnyBuiltInKey) {
   Outcome parsed = parse({"corvid", "--output_ms2=1", "--datanum=3", "--m/z=7", "-D", "x.mzML"});
   ASSERT_FALSE(parsed.failed) << parsed.printed;
@@ -160,7 +160,7 @@ TEST(LongOptions, EmptyValueIsAValue) {
   EXPECT_EQ(parsed.table["extract_path"], "");
 }
 
-TEST(LongOptions, UnknownKeyKeepsTheSpecifiedError) {
+TEST(LongOptions, UnknownKeyKeepsTheUsualError) {
   for (const char* unknown : {"--foo", "--foo=1", "--Resetpath=1", "--datapathX=1", "--output_ms2x=1"}) {
     Outcome parsed = parse({"corvid", unknown, "1"});
     EXPECT_TRUE(parsed.failed) << unknown;
