@@ -97,6 +97,15 @@ TEST(PrecursorTableEndToEnd, Bsa1HasOneRowPerMgfBlock) {
   expectTidy(table);
   const std::vector<std::string> lines = linesOf(table);
   EXPECT_EQ(lines.size() - 1, count(readFile(dir.path() / "BSA1_CIDIT.mgf"), "BEGIN IONS"));
+  // Python's csv.DictReader names every field of every row and counts the same rows.
+  if (std::system("command -v python3 >/dev/null 2>&1") == 0) {
+    const std::string check =
+        "python3 -c \"import csv,sys; rows=list(csv.DictReader(open(sys.argv[1]), delimiter='\\t')); "
+        "assert rows and all(None not in r and None not in r.values() for r in rows), 'unnamed field'; "
+        "print(len(rows))\" " + shellQuote(dir.file("BSA1.precursors.tsv")) + " > " + shellQuote(dir.file("rows.txt"));
+    ASSERT_EQ(std::system(check.c_str()), 0);
+    EXPECT_EQ(std::stoul(readFile(dir.path() / "rows.txt")), lines.size() - 1);
+  }
   // Native ids are the instrument's, scan numbers Corvid's renumbered ones.
   const std::vector<std::string> first = tabFields(lines[1]);
   EXPECT_TRUE(first[0].starts_with("spectrum=")) << lines[1];
