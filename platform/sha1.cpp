@@ -1,77 +1,59 @@
 #include "platform/sha1.h"
 
+#include <openssl/evp.h>
+
+#include <array>
+
+#include "platform/run_failure.h"
+
 namespace corvid {
+
+// The opaque type behind Sha1 is OpenSSL's digest context.
+struct Sha1Context {
+  EVP_MD_CTX* digest = nullptr;
+};
+
+void Sha1ContextDeleter::operator()(Sha1Context* context) const {
+  if (context == nullptr) return;
+  EVP_MD_CTX_free(context->digest);
+  delete context;
+}
+
 namespace {
 
-std::uint32_t rotateLeft(std::uint32_t value, int bits) { return (value << bits) | (value >> (32 - bits)); }
-
-void compress(Sha1& hash, const unsigned char* chunk) {
-  std::array<std::uint32_t, 80> w{};
-  for (int i = 0; i < 16; ++i) {
-    w[i] = (std::uint32_t{chunk[4 * i]} << 24) | (std::uint32_t{chunk[4 * i + 1]} << 16) |
-           (std::uint32_t{chunk[4 * i + 2]} << 8) | std::uint32_t{chunk[4 * i + 3]};
-  }
-  for (int i = 16; i < 80; ++i) w[i] = rotateLeft(w[i - 3] ^ w[i - 8] ^ w[i - 14] ^ w[i - 16], 1);
-  std::uint32_t a = hash.state[0], b = hash.state[1], c = hash.state[2], d = hash.state[3], e = hash.state[4];
-  for (int i = 0; i < 80; ++i) {
-    std::uint32_t f = 0;
-    std::uint32_t k = 0;
-    if (i < 20) {
-      f = (b & c) | (~b & d);
-      k = 0x5A827999u;
-    } else if (i < 40) {
-      f = b ^ c ^ d;
-      k = 0x6ED9EBA1u;
-    } else if (i < 60) {
-      f = (b & c) | (b & d) | (c & d);
-      k = 0x8F1BBCDCu;
-    } else {
-      f = b ^ c ^ d;
-      k = 0xCA62C1D6u;
+Sha1Context& started(Sha1& hash) {
+  if (!hash.context) {
+    hash.context.reset(new Sha1Context);
+    hash.context->digest = EVP_MD_CTX_new();
+    if (hash.context->digest == nullptr || EVP_DigestInit_ex(hash.context->digest, EVP_sha1(), nullptr) != 1) {
+      throw RunFailure("SHA-1 is not available from OpenSSL");
     }
-    const std::uint32_t next = rotateLeft(a, 5) + f + e + k + w[i];
-    e = d;
-    d = c;
-    c = rotateLeft(b, 30);
-    b = a;
-    a = next;
   }
-  hash.state[0] += a;
-  hash.state[1] += b;
-  hash.state[2] += c;
-  hash.state[3] += d;
-  hash.state[4] += e;
+  return *hash.context;
 }
 
 }  // namespace
 
 void sha1Update(Sha1& hash, std::string_view bytes) {
-  hash.totalBytes += bytes.size();
-  std::size_t at = 0;
-  if (hash.blockFill > 0) {
-    while (at < bytes.size() && hash.blockFill < 64) hash.block[hash.blockFill++] = static_cast<unsigned char>(bytes[at++]);
-    if (hash.blockFill < 64) return;
-    compress(hash, hash.block.data());
-    hash.blockFill = 0;
+  if (bytes.empty()) {
+    started(hash);
+    return;
   }
-  // Whole blocks straight from the input.
-  for (; at + 64 <= bytes.size(); at += 64) compress(hash, reinterpret_cast<const unsigned char*>(bytes.data() + at));
-  while (at < bytes.size()) hash.block[hash.blockFill++] = static_cast<unsigned char>(bytes[at++]);
+  if (EVP_DigestUpdate(started(hash).digest, bytes.data(), bytes.size()) != 1) {
+    throw RunFailure("SHA-1 update failed");
+  }
 }
 
 std::string sha1Hex(Sha1& hash) {
-  const std::uint64_t bits = hash.totalBytes * 8;
-  std::string padding(1, static_cast<char>(0x80));
-  const std::size_t fill = (hash.blockFill + 1) % 64;
-  padding.append(fill <= 56 ? 56 - fill : 120 - fill, '\0');
-  for (int shift = 56; shift >= 0; shift -= 8) padding += static_cast<char>((bits >> shift) & 0xFF);
-  const std::uint64_t total = hash.totalBytes;
-  sha1Update(hash, padding);
-  hash.totalBytes = total;
+  std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
+  unsigned int length = 0;
+  if (EVP_DigestFinal_ex(started(hash).digest, digest.data(), &length) != 1) throw RunFailure("SHA-1 failed");
+  hash.context.reset();
   static const char* const kDigits = "0123456789abcdef";
   std::string hex;
-  for (std::uint32_t word : hash.state) {
-    for (int shift = 28; shift >= 0; shift -= 4) hex += kDigits[(word >> shift) & 0xF];
+  for (unsigned int i = 0; i < length; ++i) {
+    hex += kDigits[digest[i] >> 4];
+    hex += kDigits[digest[i] & 15];
   }
   return hex;
 }

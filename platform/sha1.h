@@ -1,17 +1,20 @@
 #pragma once
-// SHA-1, incremental: the checksum an indexed mzML file carries of its own bytes.
-#include <array>
-#include <cstdint>
+// SHA-1, incremental: the checksum an indexed mzML file carries of its own bytes. OpenSSL's
+// implementation uses the processor's SHA instructions where it has them (about ten times the
+// speed of portable code), which matters for files of many gigabytes.
+#include <memory>
 #include <string>
 #include <string_view>
 
 namespace corvid {
 
+struct Sha1Context;
+struct Sha1ContextDeleter {
+  void operator()(Sha1Context* context) const;
+};
+
 struct Sha1 {
-  std::array<std::uint32_t, 5> state{0x67452301u, 0xEFCDAB89u, 0x98BADCFEu, 0x10325476u, 0xC3D2E1F0u};
-  std::array<unsigned char, 64> block{};
-  std::size_t blockFill = 0;
-  std::uint64_t totalBytes = 0;
+  std::unique_ptr<Sha1Context, Sha1ContextDeleter> context;  // made at the first update
 };
 
 void sha1Update(Sha1& hash, std::string_view bytes);
