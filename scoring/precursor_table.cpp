@@ -11,6 +11,7 @@
 #include "platform/pending_file.h"
 #include "platform/run_log.h"
 #include "platform/run_outcome.h"
+#include "spectra/scan_summary.h"
 
 namespace corvid {
 namespace {
@@ -64,32 +65,6 @@ bool isRecordedPrecursor(const MS2Spectrum& spectrum, const PrecursorRecord& row
   return std::abs(row.mz - recorded) <= recorded * kSamePrecursorPpm * 1e-6;
 }
 
-// Splits one CSV line of the summary: fields may be quoted, with "" for a quote.
-std::vector<std::string> csvFields(std::string_view line) {
-  std::vector<std::string> fields(1);
-  bool quoted = false;
-  for (std::size_t i = 0; i < line.size(); ++i) {
-    const char c = line[i];
-    if (quoted) {
-      if (c == '"' && i + 1 < line.size() && line[i + 1] == '"') {
-        fields.back() += '"';
-        ++i;
-      } else if (c == '"') {
-        quoted = false;
-      } else {
-        fields.back() += c;
-      }
-    } else if (c == '"') {
-      quoted = true;
-    } else if (c == ',') {
-      fields.emplace_back();
-    } else if (c != '\r') {
-      fields.back() += c;
-    }
-  }
-  return fields;
-}
-
 }  // namespace
 
 std::string precursorTableHeader() {
@@ -130,11 +105,13 @@ std::unordered_map<std::uint32_t, std::string> readNativeIds(const std::string& 
   std::string line;
   if (!std::getline(in, line)) return ids;  // header
   while (std::getline(in, line)) {
-    const std::vector<std::string> fields = csvFields(line);
-    if (fields.size() < 3) continue;
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    const auto fields = splitScanSummaryLine(line);
+    if (!fields || fields->size() < 3) continue;
+    const std::string& number = (*fields)[0];
     std::uint32_t scan = 0;
-    const auto [end, error] = std::from_chars(fields[0].data(), fields[0].data() + fields[0].size(), scan);
-    if (error == std::errc() && end == fields[0].data() + fields[0].size()) ids[scan] = fields[2];
+    const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), scan);
+    if (error == std::errc() && end == number.data() + number.size()) ids[scan] = (*fields)[2];
   }
   return ids;
 }

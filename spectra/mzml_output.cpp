@@ -42,7 +42,7 @@ void MzMLOutput::put(std::string_view bytes) {
   if (bytes.empty()) return;
   if (std::fwrite(bytes.data(), 1, bytes.size(), pending.file) != bytes.size()) writeFailed = true;
   offset += bytes.size();
-  sha1Update(checksum, bytes);
+  if (!checksummed) sha1Update(checksum, bytes);
 }
 
 std::string formatNumber(double value) {
@@ -90,6 +90,7 @@ bool finishIndexedMzML(MzMLOutput& out, const std::vector<IndexEntry>& spectra,
   out.put(indexText(spectra, chromatograms));
   out.put("<indexListOffset>" + std::to_string(indexOffset) + "</indexListOffset>\n<fileChecksum>");
   const std::string digest = sha1Hex(out.checksum);
+  out.checksummed = true;
   out.put(digest + "</fileChecksum>\n</indexedmzML>\n");
   return commitPending(out.pending, out.writeFailed);
 }

@@ -28,6 +28,7 @@ struct MzMLOutput {
   std::uint64_t offset = 0;
   Sha1 checksum;
   bool writeFailed = false;
+  bool checksummed = false;  // the bytes after <fileChecksum> are not part of the checksum
   MzMLOutput() = default;
   MzMLOutput(const MzMLOutput&) = delete;
   MzMLOutput& operator=(const MzMLOutput&) = delete;

@@ -26,7 +26,7 @@ int applyLongOption(int index, int count, const char* const* arguments, Paramete
   const std::string key(argument.substr(2, equals == std::string_view::npos ? std::string_view::npos : equals - 2));
   // An unknown long option fails as every other argument that is no single-letter option does.
   if (!isSettableKey(key)) rejectCommandLine(kEmptyOptionMessage);
-  if (equals != std::string_view::npos) {
+  if (longOptionWidth(argument) == 1) {
     table[key] = std::string(argument.substr(equals + 1));
     return index + 1;
   }

@@ -11,6 +11,10 @@ inline constexpr const char* kIncorrectParameters =
 
 // True for a GNU-style long option: "--" followed by a name (and "=value").
 bool isLongOption(std::string_view argument);
+// Arguments a long option takes up: 1 for "--KEY=VALUE", 2 for "--KEY VALUE".
+inline int longOptionWidth(std::string_view argument) {
+  return argument.find('=') == std::string_view::npos ? 2 : 1;
+}
 
 // Sets `binpath` from argument 0, each "-X value" pair and each long option "--KEY=VALUE" or
 // "--KEY VALUE" (KEY any settable parameter key; an unknown KEY fails as a malformed option); a malformed command line prints its

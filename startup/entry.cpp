@@ -39,7 +39,7 @@ bool onlyLongOptionsFrom(int first, int argc, char** argv) {
   for (int i = first; i < argc; ++i) {
     if (!isLongOption(argv[i])) return false;
     // "--KEY VALUE": the value is the next argument, whatever it looks like.
-    if (std::string_view(argv[i]).find('=') == std::string_view::npos) ++i;
+    i += longOptionWidth(argv[i]) - 1;
   }
   return true;
 }

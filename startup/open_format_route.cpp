@@ -11,8 +11,8 @@
 #include "spectra/corrected_mzml.h"
 #include "spectra/mzxml_as_mzml.h"
 #include "spectra/open_format_extractor.h"
-#include "startup/parallel_detection.h"
 #include "startup/pipelines.h"
+#include "startup/run_settings.h"
 
 namespace corvid {
 
@@ -83,7 +83,7 @@ std::vector<std::string> extractOpenFormatFiles(ParameterTable parameters, const
       logMessage(LogLabel::kState, "Reusing the earlier extraction of " + name);
     } else {
       logMessage(LogLabel::kState, "Extracting MS1 and MS2 from " + name + "...");
-      if (!extractOpenFormat(inputFolder + name, folder, stem, threadCountFor(readInteger(valueOrEmpty(parameters, "threads"))))) continue;
+      if (!extractOpenFormat(inputFolder + name, folder, stem, threadsFrom(parameters))) continue;
       dropStaleReport(parameters, stem);
     }
     copySummaryToOutputs(parameters, folder, stem);

@@ -36,6 +36,7 @@
 #include "spectra/ms1_reader.h"
 #include "spectra/ms2_reader.h"
 #include "spectra/ms2_writer.h"
+#include "spectra/open_format_extractor.h"
 #include "startup/debug_scan_input.h"
 #include "startup/parallel_detection.h"
 #include "startup/run_settings.h"
@@ -310,7 +311,7 @@ std::string extractionSummaryFor(const std::string& ms2Path) {
       stem.find_first_not_of("0123456789", part + 4) == std::string::npos) {
     stem.resize(part);
   }
-  return stem + "_scans.csv";
+  return stem + std::string(kExtractionSummarySuffix);
 }
 
 // The report's existence tells later runs that this pair is done, so it is written last and only

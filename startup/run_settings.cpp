@@ -52,6 +52,10 @@ SvmLightSetup svmLightSetupFrom(const ParameterTable& parameters) {
                            valueOrEmpty(parameters, "svmlight_charge_range"));
 }
 
+unsigned threadsFrom(const ParameterTable& parameters) {
+  return threadCountFor(readInteger(valueOrEmpty(parameters, "threads")));
+}
+
 std::int64_t ms2PartSizeFrom(const ParameterTable& parameters) {
   return ms2PartSize(valueOrEmpty(parameters, "input_format") == "wiff");
 }
@@ -73,7 +77,7 @@ PairSettings pairSettingsFrom(const ParameterTable& parameters) {
   settings.debugOff = valueOrEmpty(parameters, "debug_mode") == "0";
   settings.rewriteFiles = valueOrEmpty(parameters, "rewrite_files") != "0";
   settings.peakDifferences = flag(parameters, "output_freq");
-  settings.threads = threadCountFor(readInteger(valueOrEmpty(parameters, "threads")));
+  settings.threads = threadsFrom(parameters);
   settings.outputFolder = valueOrEmpty(parameters, "outputpath");
   const std::string& trainingSet = valueOrEmpty(parameters, "trainingset");
   if (trainingSet != kEmptyPath) settings.trainingSet = trainingSet;

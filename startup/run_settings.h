@@ -32,6 +32,8 @@ ThresholdSettings thresholdSettingsFrom(const ParameterTable& parameters);
 MarsModelChoice marsModelFrom(const ParameterTable& parameters);
 // SVMlight files in outputpath with samplenumberinsvmlight and svmlight_charge_range.
 SvmLightSetup svmLightSetupFrom(const ParameterTable& parameters);
+// Worker threads: `threads` when it is a positive number, otherwise every core.
+unsigned threadsFrom(const ParameterTable& parameters);
 // Scans per MS2 part: the WIFF size when input_format is exactly "wiff".
 std::int64_t ms2PartSizeFrom(const ParameterTable& parameters);
 

@@ -82,7 +82,7 @@ void runEachAsDataPath(int count, const char* const* arguments) {
       continue;
     }
     longOptions.push_back(arguments[i]);
-    if (argument.find('=') == std::string_view::npos && i + 1 < count) longOptions.push_back(arguments[++i]);
+    if (longOptionWidth(argument) == 2 && i + 1 < count) longOptions.push_back(arguments[++i]);
   }
   for (const char* dataPath : dataPaths) {
     std::vector<const char*> single = {arguments[0], "-D", dataPath};

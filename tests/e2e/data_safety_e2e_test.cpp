@@ -24,13 +24,6 @@ using namespace corvid::testing;
 
 fs::path bsa1Path() { return bsa1MzmlPath(); }
 
-std::vector<std::string> namesIn(const fs::path& folder) {
-  std::vector<std::string> names;
-  for (const auto& entry : fs::directory_iterator(folder)) names.push_back(entry.path().filename().string());
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
 bool anyTemporaryFile(const fs::path& folder) {
   for (const std::string& name : namesIn(folder)) {
     if (name.find(".corvid-tmp-") != std::string::npos) return true;

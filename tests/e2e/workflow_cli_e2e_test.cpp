@@ -17,13 +17,6 @@ using namespace corvid::testing;
 
 const fs::path kSmallMzML = fs::path(CORVID_TEST_DATA_DIR) / "mzml" / "small.mzML";
 
-std::vector<std::string> namesIn(const fs::path& folder) {
-  std::vector<std::string> names;
-  for (const auto& entry : fs::directory_iterator(folder)) names.push_back(entry.path().filename().string());
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
 class WorkflowCli : public ::testing::Test {
  protected:
   void SetUp() override {

@@ -3,6 +3,7 @@
 // binary, and golden files (rewritten only when CORVID_UPDATE_GOLDEN=1, then reviewed as a diff).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
@@ -133,6 +134,14 @@ struct ProgramCopy {
     return runProgram((bin / "corvid").string(), root.path(), arguments);
   }
 };
+
+// The names in a folder, sorted.
+inline std::vector<std::string> namesIn(const fs::path& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder)) names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
 
 // The console text with the elapsed seconds of the closing line blanked: they are the clock's.
 inline std::string withoutElapsedSeconds(std::string text) {

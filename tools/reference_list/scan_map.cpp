@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "spectra/scan_summary.h"
 #include "tools/reference_list/errors.h"
 #include "tools/reference_list/number_text.h"
 
@@ -13,37 +14,8 @@ namespace corvid::reflist {
 
 namespace {
 
-constexpr std::string_view kExpectedHeader =
-    "Scan,NativeScan,NativeId,MSLevel,RetentionTime,PrecursorScan,IsolationTarget,Charge,PeakCount";
+constexpr std::string_view kExpectedHeader = kScanSummaryHeader;
 constexpr std::size_t kFieldCount = 9;
-
-// Splits one CSV line; a quoted field may hold commas and doubled quotes. nullopt for a quote
-// that is never closed.
-std::optional<std::vector<std::string>> splitCsvLine(std::string_view line) {
-  std::vector<std::string> fields(1);
-  bool quoted = false;
-  for (std::size_t i = 0; i < line.size(); ++i) {
-    const char c = line[i];
-    if (quoted) {
-      if (c != '"') {
-        fields.back() += c;
-      } else if (i + 1 < line.size() && line[i + 1] == '"') {
-        fields.back() += '"';
-        ++i;
-      } else {
-        quoted = false;
-      }
-    } else if (c == '"') {
-      quoted = true;
-    } else if (c == ',') {
-      fields.emplace_back();
-    } else {
-      fields.back() += c;
-    }
-  }
-  if (quoted) return std::nullopt;
-  return fields;
-}
 
 }  // namespace
 
@@ -67,7 +39,7 @@ ScanMap parseScanMap(std::string_view text, const std::string& path) {
       continue;
     }
     if (line.empty()) continue;
-    const auto fields = splitCsvLine(line);
+    const auto fields = splitScanSummaryLine(line);
     const auto fail = [&](const std::string& reason) {
       return InputError(path + ":" + std::to_string(lineNumber) + ": " + reason);
     };
