@@ -17,22 +17,25 @@ using namespace corvid::testing;
 
 const fs::path kFixture = fs::path(CORVID_TEST_DATA_DIR) / "pair";
 
+const fs::path kPlanted = fs::path(CORVID_TEST_DATA_DIR) / "precision";
+
 struct ModeRun {
   TempDir dir;
   RunResult result;
   std::string csv;
   std::string mgf;
-  // Runs the fixture pair from a parameter file; `extra` lines are appended to it.
-  void run(const std::string& extra) {
+  // Runs the fixture pair (or the planted case `stem` of `folder`) from a parameter file; `extra`
+  // lines are appended to it.
+  void run(const std::string& extra, const fs::path& folder = kFixture, const std::string& stem = "run1") {
     const fs::path data = dir.path() / "data";
     fs::create_directories(data);
-    fs::copy_file(kFixture / "run1.ms1", data / "run1.ms1");
-    fs::copy_file(kFixture / "run1.ms2", data / "run1.ms2");
+    fs::copy_file(folder / (stem + ".ms1"), data / (stem + ".ms1"));
+    fs::copy_file(folder / (stem + ".ms2"), data / (stem + ".ms2"));
     writeFile(dir.path() / "run.para",
               "datapath = " + data.string() + "/\ninput_format = ms1\noutput_all_mars_y = 1\n" + extra);
     result = runCorvid(dir.path(), {(dir.path() / "run.para").string()});
-    csv = readFile(data / "run1.csv");
-    mgf = readFile(data / "run1_CIDIT.mgf");
+    csv = readFile(data / (stem + ".csv"));
+    mgf = readFile(data / (stem + "_CIDIT.mgf"));
   }
   std::string rowOf(long scan) const {
     const std::string key = "CID, IT, " + std::to_string(scan) + ", ";
@@ -74,6 +77,43 @@ TEST(PrecisionModeEndToEnd, DropsIsotopesAndHarmonicsButKeepsBothPeptides) {
   EXPECT_LT(std::find(all.begin(), all.end(), kept[0]), std::find(all.begin(), all.end(), kept[1]));
   // One MGF block per kept precursor.
   EXPECT_LT(precise.mgf.size(), plain.mgf.size());
+}
+
+// The planted cases: one CID scan after each of 12 MS1 scans, scans 2, 4, ..., 24.
+std::vector<std::vector<std::string>> plantedRows(const std::string& stem, const std::string& mode) {
+  ModeRun run;
+  run.run("precision_mode = " + mode + "\n", kPlanted, stem);
+  EXPECT_EQ(run.result.status, 0) << run.result.out;
+  std::vector<std::vector<std::string>> rows;
+  for (long scan = 2; scan <= 24; scan += 2) rows.push_back(precursorsOf(run.rowOf(scan)));
+  return rows;
+}
+
+TEST(PrecisionModeEndToEnd, KeepsCoIsolatedChargesAndDropsTheirHarmonic) {
+  // 600.30 2+ and 600.55 3+ interleave; the default also reports 600.30 as 4+.
+  for (const auto& row : plantedRows("keep_charges", "0")) {
+    EXPECT_NE(std::find(row.begin(), row.end(), "600.300000 4"), row.end());
+  }
+  for (const auto& row : plantedRows("keep_charges", "1")) {
+    ASSERT_EQ(row.size(), 2u);
+    EXPECT_NE(std::find(row.begin(), row.end(), "600.300000 2"), row.end());
+    // The 3+ peptide's recalibrated m/z moves in the sixth decimal from scan to scan.
+    EXPECT_TRUE(std::any_of(row.begin(), row.end(), [](const std::string& p) {
+      return p.rfind("600.55", 0) == 0 && p.substr(p.size() - 2) == " 3";
+    })) << row[0] << " / " << row[1];
+  }
+}
+
+TEST(PrecisionModeEndToEnd, TheDominantPrecursorComesFirst) {
+  // 95 % against 5 % of the current, and a second peptide starting on the first one's isotope 1.
+  for (const auto& row : plantedRows("keep_shares", "1")) {
+    ASSERT_FALSE(row.empty());
+    EXPECT_EQ(row[0], "650.300000 2");
+  }
+  for (const auto& row : plantedRows("keep_isotope", "1")) {
+    ASSERT_FALSE(row.empty());
+    EXPECT_EQ(row[0], "700.400000 2");
+  }
 }
 
 TEST(PrecisionModeEndToEnd, ZeroLeavesEveryOutputAsWithoutTheKey) {

@@ -1,0 +1,145 @@
+#include "scoring/precise_selection.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include "platform/run_failure.h"
+#include "scoring/explained_candidates.h"
+#include "scoring/mars_model.h"
+
+namespace corvid {
+namespace {
+
+// The classifier reads the default model's score whatever scorer the run chose.
+constexpr MarsModelChoice kScoreModel = MarsModelChoice::kModel4;
+
+bool sameCharge(const PrecursorRecord& a, const PrecursorRecord& b) {
+  return std::lround(a.charge) == std::lround(b.charge);
+}
+
+void fillContext(const std::vector<RankedCandidate>& ranked, std::size_t a, double topPif, double* context) {
+  const RankedCandidate& candidate = ranked[a];
+  const ExplainedCandidateSettings echo = defaultExplainedCandidateSettings();
+  bool isotopeOfBetter = false;
+  bool otherChargeOfBetter = false;
+  bool betterIsItsIsotope = false;
+  for (std::size_t b = 0; b < a; ++b) {
+    const RankedCandidate& better = ranked[b];
+    if (!(better.score > candidate.score)) continue;  // an equal score is not better
+    if (sameCharge(candidate.record, better.record)) {
+      isotopeOfBetter = isotopeOfBetter || isExplainedBy(candidate.record, better.record, echo);
+      betterIsItsIsotope = betterIsItsIsotope || isExplainedBy(better.record, candidate.record, echo);
+    } else {
+      otherChargeOfBetter = otherChargeOfBetter || isExplainedBy(candidate.record, better.record, echo);
+    }
+  }
+  const double pif = candidate.features[kFeaturePif];
+  context[kContextRank] = static_cast<double>(a);
+  context[kContextScoreBelowBest] = candidate.score - ranked.front().score;
+  context[kContextCandidatesInScan] = static_cast<double>(ranked.size());
+  context[kContextRelativePif] = topPif > 0.0 ? pif / topPif : 0.0;
+  context[kContextIsotopeOfBetter] = isotopeOfBetter ? 1.0 : 0.0;
+  context[kContextOtherChargeOfBetter] = otherChargeOfBetter ? 1.0 : 0.0;
+  context[kContextBetterIsItsIsotope] = betterIsItsIsotope ? 1.0 : 0.0;
+}
+
+}  // namespace
+
+const std::vector<std::string>& classifierInputNames() {
+  static const std::vector<std::string> names = {
+      "f_charge", "f_max_similarity", "f_mz_spread", "f_mono_plus_one_cosine", "f_isotope_share",
+      "f_minus_one_mono_cosine", "f_isotope_peaks_in_window", "f_isotope_length", "f_charge_times_mz",
+      "f_elution_boundaries", "f_precursor_ion_fraction", "f_shifted_similarity_one", "f_shifted_similarity_two",
+      "score", "rank", "score_below_best", "candidates_in_scan", "relative_pif", "isotope_of_better",
+      "other_charge_of_better", "better_is_its_isotope"};
+  return names;
+}
+
+void requireClassifierInputs(const BoostedTrees& model, const std::string& origin) {
+  if (model.inputNames != classifierInputNames()) {
+    throw RunFailure("precision model " + origin + " was trained on other inputs than this Corvid computes");
+  }
+}
+
+std::vector<CandidateJudgement> judgeCandidates(const BoostedTrees& model, const std::vector<RankedCandidate>& ranked) {
+  std::vector<CandidateJudgement> judgements(ranked.size());
+  if (ranked.empty()) return judgements;
+  double topPif = ranked.front().features[kFeaturePif];
+  for (const RankedCandidate& candidate : ranked) topPif = std::max(topPif, candidate.features[kFeaturePif]);
+  double inputs[kClassifierInputCount];
+  double* const context = inputs + kDetectedFeatureCount + 1;
+  for (std::size_t a = 0; a < ranked.size(); ++a) {
+    std::copy_n(ranked[a].features.begin(), kDetectedFeatureCount, inputs);
+    inputs[kDetectedFeatureCount] = ranked[a].score;
+    fillContext(ranked, a, topPif, context);
+    judgements[a].probability = treeEnsembleProbability(model, inputs);
+    judgements[a].clearCoIsolated = ranked[a].score > kCoIsolatedScore && context[kContextIsotopeOfBetter] == 0.0 &&
+                                    context[kContextOtherChargeOfBetter] == 0.0 &&
+                                    context[kContextBetterIsItsIsotope] == 0.0 &&
+                                    context[kContextRelativePif] >= kCoIsolatedShare;
+  }
+  return judgements;
+}
+
+std::vector<std::size_t> chosenCandidates(const BoostedTrees& model, const std::vector<RankedCandidate>& ranked,
+                                          const std::vector<CandidateJudgement>& judgements) {
+  std::vector<std::size_t> kept;
+  for (std::size_t i = 0; i < ranked.size(); ++i) {
+    if (judgements[i].probability > model.keepProbability || judgements[i].clearCoIsolated) kept.push_back(i);
+  }
+  const auto probability = [&](std::size_t i) { return judgements[i].probability; };
+  if (kept.empty() && !ranked.empty()) {
+    // The scan's spectrum is exported anyway; its likeliest candidate beats the recorded
+    // precursor, which is rarely monoisotopic.
+    std::size_t likeliest = 0;
+    for (std::size_t i = 1; i < ranked.size(); ++i) {
+      if (probability(i) > probability(likeliest)) likeliest = i;
+    }
+    kept.push_back(likeliest);
+  }
+  // Probability times share of the precursor current: the likely dominant precursor first.
+  const auto carried = [&](std::size_t i) { return probability(i) * ranked[i].features[kFeaturePif]; };
+  std::stable_sort(kept.begin(), kept.end(), [&](std::size_t a, std::size_t b) { return carried(a) > carried(b); });
+  return kept;
+}
+
+std::size_t selectPrecisePrecursors(const BoostedTrees& model, const std::vector<PrecursorFeatures>& features,
+                                    std::vector<PrecursorRecord>& records) {
+  if (features.size() != records.size()) {
+    throw RunFailure("feature list and precursor record list differ in length", FailureKind::kOutOfBounds);
+  }
+  std::vector<PrecursorRecord> kept;
+  kept.reserve(records.size());
+  std::vector<double> scores(records.size());
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    if (features[i].size() < kDetectedFeatureCount) {
+      throw RunFailure("a candidate has fewer than 13 features", FailureKind::kOutOfBounds);
+    }
+    scores[i] = scoreByChoice(kScoreModel, std::span<const double>(features[i].data(), kDetectedFeatureCount));
+  }
+  std::vector<std::size_t> order;
+  std::vector<RankedCandidate> ranked;
+  std::size_t start = 0;
+  while (start < records.size()) {
+    std::size_t end = start + 1;
+    while (end < records.size() && records[end].scan == records[start].scan) ++end;
+    order.clear();
+    for (std::size_t i = start; i < end; ++i) {
+      if (!std::isnan(scores[i])) order.push_back(i);
+    }
+    // Descending score, equal scores in detection order: the order the model was trained on.
+    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return scores[a] > scores[b]; });
+    ranked.clear();
+    for (const std::size_t i : order) ranked.push_back({records[i], features[i], scores[i]});
+    for (const std::size_t k : chosenCandidates(model, ranked, judgeCandidates(model, ranked))) {
+      kept.push_back(ranked[k].record);
+    }
+    start = end;
+  }
+  const std::size_t dropped = records.size() - kept.size();
+  records.swap(kept);
+  return dropped;
+}
+
+}  // namespace corvid

@@ -1,0 +1,78 @@
+#pragma once
+// Precision mode's choice of precursors: a trained classifier judges every candidate of a scan
+// from its detection features, the default model's score and how it relates to the scan's other
+// candidates (an isotope or another charge of a better one, its share of the precursor current).
+// It replaces the score threshold; the kept ones are ordered by how much of the isolated current
+// they probably carry, so the first is the dominant precursor.
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "scoring/boosted_trees.h"
+#include "scoring/precursor_features.h"
+#include "spectra/precursor_record.h"
+
+namespace corvid {
+
+// The trained model, found beside the program like the isotope pattern table.
+inline constexpr std::string_view kPrecisionModelFile = "precision_model.txt";
+
+// The classifier's inputs after the 13 features and the score, in this order.
+enum ContextPosition : std::size_t {
+  kContextRank = 0,                // position among the scan's candidates by descending score
+  kContextScoreBelowBest = 1,      // score minus the scan's best score (0 or less)
+  kContextCandidatesInScan = 2,
+  kContextRelativePif = 3,         // precursor ion fraction over the scan's greatest (0 when that is 0)
+  kContextIsotopeOfBetter = 4,     // 1: lies on isotope 1..3 of a better candidate of its charge
+  kContextOtherChargeOfBetter = 5, // 1: starts on a better candidate's envelope at another charge
+  kContextBetterIsItsIsotope = 6,  // 1: a better candidate of its charge lies on its isotopes 1..3
+  kContextValueCount = 7,
+};
+inline constexpr std::size_t kClassifierInputCount = kDetectedFeatureCount + 1 + kContextValueCount;
+
+// The input names a model must have been trained on, in order.
+const std::vector<std::string>& classifierInputNames();
+
+// Throws RunFailure when the model was trained on other inputs than classifierInputNames().
+void requireClassifierInputs(const BoostedTrees& model, const std::string& origin);
+
+// One candidate of a scan as the classifier sees it.
+struct RankedCandidate {
+  PrecursorRecord record;
+  std::span<const double> features;  // at least the 13 detection features
+  double score = 0.0;                // the default model's score
+};
+
+// What the selection knows of one candidate.
+struct CandidateJudgement {
+  double probability = 0.0;  // that it is a real precursor, by the classifier
+  // Passes the default threshold, lies on no better candidate's envelope (nor a better one on its
+  // own) and carries at least kCoIsolatedShare of the scan's greatest precursor ion fraction.
+  bool clearCoIsolated = false;
+};
+
+// A clear co-isolated candidate is kept whatever the classifier says: chimeric spectra are what
+// Corvid is for, and in training data a real second precursor this strong is rare enough for the
+// classifier to doubt it.
+inline constexpr double kCoIsolatedShare = 0.3;
+inline constexpr double kCoIsolatedScore = -0.34;
+
+// Judges each candidate. `ranked`: one scan's candidates in descending score order (equal scores
+// in detection order).
+std::vector<CandidateJudgement> judgeCandidates(const BoostedTrees& model, const std::vector<RankedCandidate>& ranked);
+
+// Indices into `ranked` of the kept candidates, best first: those above the model's keep
+// probability or clear co-isolated ones (the most probable one when there are none), ordered by
+// probability times precursor ion fraction, ties in rank order.
+std::vector<std::size_t> chosenCandidates(const BoostedTrees& model, const std::vector<RankedCandidate>& ranked,
+                                          const std::vector<CandidateJudgement>& judgements);
+
+// records[i] belongs to features[i] (13 detection features or more); records of a scan are
+// contiguous. Afterwards records holds each scan's chosen precursors, scans in input order. A
+// candidate whose default score is not a number is never kept. Returns the number dropped.
+std::size_t selectPrecisePrecursors(const BoostedTrees& model, const std::vector<PrecursorFeatures>& features,
+                                    std::vector<PrecursorRecord>& records);
+
+}  // namespace corvid
