@@ -20,7 +20,7 @@
 #include "platform/run_outcome.h"
 #include "platform/support_files.h"
 #include "platform/text_file.h"
-#include "scoring/explained_candidates.h"
+#include "scoring/precise_selection.h"
 #include "scoring/peak_difference_statistics.h"
 #include "scoring/precursor_table.h"
 #include "scoring/reference_list_loader.h"
@@ -163,6 +163,7 @@ struct PairRun {
   std::vector<PrecursorFeatures> keptFeatures;
   std::unordered_map<std::uint32_t, std::string> nativeIds;
   CorrectionsByScan* corrections = nullptr;  // the corrected mzML's precursors, when asked for
+  const BoostedTrees* precisionModel = nullptr;  // precision_mode's classifier, when the mode is on
 };
 
 // The group's exported precursors in MGF block order, with their scores, for the corrected mzML.
@@ -254,8 +255,14 @@ void scoreAndFilterGroup(PairRun& run, int group) {
   std::vector<PrecursorRecord> candidates;
   const bool keepFeatures = run.writeTable || run.corrections != nullptr;
   if (keepFeatures) candidates = run.context.records;
-  filterByThreshold(settings.threshold, scores, run.context.records);
-  if (settings.precisionMode) dropExplainedCandidates(run.context.records, defaultExplainedCandidateSettings());
+  if (run.precisionModel != nullptr) {
+    const std::size_t candidateCount = run.context.records.size();
+    const std::size_t dropped = selectPrecisePrecursors(*run.precisionModel, run.context.features, run.context.records);
+    logMessage(LogLabel::kNote, "Precision mode kept " + std::to_string(candidateCount - dropped) + " of " +
+                                    std::to_string(candidateCount) + " candidates.");
+  } else {
+    filterByThreshold(settings.threshold, scores, run.context.records);
+  }
   if (keepFeatures) run.keptFeatures = featuresOfKept(candidates, run.context.features, run.context.records);
 }
 
@@ -381,6 +388,12 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   context.debugScans.assign(debug.scans.begin(), debug.scans.end());
 
   loadIsotopePatternTable(locateSupportFile(parameters["binpath"], parameters["ipv_file"]), runIsotopeTable());
+  BoostedTrees precisionModel;
+  if (settings.precisionMode) {
+    const std::string modelPath = locateSupportFile(parameters["binpath"], kPrecisionModelFile);
+    precisionModel = loadBoostedTrees(modelPath);
+    requireClassifierInputs(precisionModel, modelPath);
+  }
 
   ms1File.rawName = withoutExtension(fileNameOf(ms2Path));
   bool kx1Written = true;
@@ -390,6 +403,7 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   }
 
   PairRun run{settings, parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}, !kx1Written, false, {}, {}, {}, corrections};
+  if (settings.precisionMode) run.precisionModel = &precisionModel;
   startReportText(run.report);
   if (settings.writeTable) {
     run.writeTable = true;
