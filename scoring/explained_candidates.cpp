@@ -44,29 +44,4 @@ bool isExplainedBy(const PrecursorRecord& candidate, const PrecursorRecord& bett
   return isotopeOf(candidate.mz, better, 0, last, settings.tolerancePpm) >= 0;
 }
 
-std::size_t dropExplainedCandidates(std::vector<PrecursorRecord>& records,
-                                    const ExplainedCandidateSettings& settings) {
-  std::vector<PrecursorRecord> kept;
-  kept.reserve(records.size());
-  std::size_t start = 0;
-  while (start < records.size()) {
-    // A scan's records are the run of records with its scan number, best-ranked first.
-    std::size_t end = start + 1;
-    while (end < records.size() && records[end].scan == records[start].scan) ++end;
-    const std::size_t scanFirstKept = kept.size();
-    for (std::size_t i = start; i < end; ++i) {
-      bool explained = false;
-      for (std::size_t j = scanFirstKept; j < kept.size() && !explained; ++j) {
-        explained = isExplainedBy(records[i], kept[j], settings);
-      }
-      // The first record of a scan has nothing kept before it, so it always stays.
-      if (!explained) kept.push_back(records[i]);
-    }
-    start = end;
-  }
-  const std::size_t dropped = records.size() - kept.size();
-  records.swap(kept);
-  return dropped;
-}
-
 }  // namespace corvid

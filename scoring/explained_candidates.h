@@ -1,10 +1,7 @@
 #pragma once
-// Precision mode: drops the kept candidates of an MS2 scan whose peaks a better-ranked kept
-// candidate of the same scan already explains -- its own isotope peaks reported as a precursor of
-// their own, or the same envelope reported again at a related charge (charge harmonics).
-#include <cstddef>
-#include <vector>
-
+// Whether a candidate's peaks are already explained by a better candidate of the same scan: its
+// isotope peaks taken for a precursor of their own, or the same envelope read again at a related
+// charge (charge harmonics). Precision mode's classifier reads these relations.
 #include "spectra/precursor_record.h"
 
 namespace corvid {
@@ -19,18 +16,11 @@ struct ExplainedCandidateSettings {
   int highestHarmonicIsotope = 3;
 };
 
-// The settings used by precision_mode.
+// The settings precision mode uses.
 ExplainedCandidateSettings defaultExplainedCandidateSettings();
 
 // Whether `better`'s isotope envelope explains `candidate`: see the settings.
 bool isExplainedBy(const PrecursorRecord& candidate, const PrecursorRecord& better,
                    const ExplainedCandidateSettings& settings);
-
-// records: grouped by scan, best-first within a scan (what filterByThreshold leaves). Walks each
-// scan's records best-first and drops every record explained by a better-ranked record kept
-// before it; the best-ranked record of a scan is always kept and the order of the kept ones is
-// unchanged. Returns the number of dropped records.
-std::size_t dropExplainedCandidates(std::vector<PrecursorRecord>& records,
-                                    const ExplainedCandidateSettings& settings);
 
 }  // namespace corvid

@@ -12,9 +12,20 @@ namespace {
 
 constexpr double kSpacing = 1.00286;
 
-std::vector<PrecursorRecord> keptAfterDrop(std::vector<PrecursorRecord> records) {
-  dropExplainedCandidates(records, defaultExplainedCandidateSettings());
-  return records;
+// Walks records (one scan or several, best first within a scan) and keeps each one that no
+// record kept before it in its scan explains.
+std::vector<PrecursorRecord> keptAfterDrop(const std::vector<PrecursorRecord>& records) {
+  std::vector<PrecursorRecord> kept;
+  std::size_t scanStart = 0;
+  for (const PrecursorRecord& record : records) {
+    if (!kept.empty() && kept.back().scan != record.scan) scanStart = kept.size();
+    bool explained = false;
+    for (std::size_t j = scanStart; j < kept.size() && !explained; ++j) {
+      explained = isExplainedBy(record, kept[j], defaultExplainedCandidateSettings());
+    }
+    if (!explained) kept.push_back(record);
+  }
+  return kept;
 }
 
 void expectSame(const std::vector<PrecursorRecord>& actual, const std::vector<PrecursorRecord>& expected) {
@@ -86,22 +97,22 @@ TEST(ExplainedCandidates, OnlyKeptCandidatesExplainOthers) {
   const PrecursorRecord a{9, 2, 500.0000};
   const PrecursorRecord b{9, 2, 500.0000 + 3 * kSpacing / 2};
   const PrecursorRecord c{9, 2, 500.0000 + 4 * kSpacing / 2};
-  std::vector<PrecursorRecord> records{a, b, c};
-  EXPECT_EQ(dropExplainedCandidates(records, defaultExplainedCandidateSettings()), 1u);
-  expectSame(records, {a, c});
+  EXPECT_TRUE(isExplainedBy(b, a, defaultExplainedCandidateSettings()));
+  EXPECT_FALSE(isExplainedBy(c, a, defaultExplainedCandidateSettings()));
+  EXPECT_TRUE(isExplainedBy(c, b, defaultExplainedCandidateSettings()));
+  expectSame(keptAfterDrop({a, b, c}), {a, c});
 }
 
 TEST(ExplainedCandidates, EmptyAndUnchargedRecordsAreLeftAlone) {
-  std::vector<PrecursorRecord> none;
-  EXPECT_EQ(dropExplainedCandidates(none, defaultExplainedCandidateSettings()), 0u);
+  EXPECT_TRUE(keptAfterDrop({}).empty());
   const PrecursorRecord unknown{3, 0, 500.0};
   const PrecursorRecord other{3, 2, 500.0};
   expectSame(keptAfterDrop({unknown, other}), {unknown, other});
 }
 
 TEST(ExplainedCandidates, TheModeIsOffByDefault) {
-  // The driver calls the drop only when precision_mode is "1"; a table without the key (or with
-  // the default "0") does not switch it on, and the filter alone keeps the isotope.
+  // precision_mode is off unless a table sets it to "1"; the threshold filter alone keeps the
+  // isotope.
   ParameterTable parameters{{"mars_threshold", "-0.34"}, {"isolation_width", "2"}, {"output_all_mars_y", "0"},
                             {"debug_mode", "0"}};
   EXPECT_FALSE(isOn(parameters["precision_mode"]));
