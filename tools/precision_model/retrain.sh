@@ -19,13 +19,13 @@ work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
 python=/usr/bin/python3  # Debian's, where python3-sklearn installs
 "$python" -c 'import sklearn' 2>/dev/null || { echo "retrain.sh: needs python3-sklearn (apt-get install python3-sklearn)" >&2; exit 1; }
-specs=()
+runs_and_tables=()
 for run in "${runs[@]}"; do
   [ -f "$sims/$run/$run.mzML" ] && [ -f "$sims/$run/$run.truth.tsv" ] || { echo "retrain.sh: $sims/$run lacks $run.mzML or $run.truth.tsv" >&2; exit 1; }
   mkdir -p "$work/$run"
   "$corvid" "$sims/$run/$run.mzML" --outputpath="$work/$run/" --extract_path="$work/$run/" --threads=1 \
     --precision_mode=0 --output_table=1 --mars_threshold=-1000000 --output_mgf=0 --output_kx=0 >"$work/$run/console.txt"
-  specs+=("$sims/$run:$work/$run/$run.precursors.tsv")
+  runs_and_tables+=("$sims/$run:$work/$run/$run.precursors.tsv")
 done
-"$python" "$here/train_precision_model.py" "$repo/data/precision_model.txt" "${specs[@]}" \
+"$python" "$here/train_precision_model.py" "$repo/data/precision_model.txt" "${runs_and_tables[@]}" \
   --check "$repo/tests/data/precision/check.tsv" 30

@@ -219,10 +219,10 @@ def main(argv):
         at = argv.index('--check')
         check = (argv[at + 1], int(argv[at + 2]))
         del argv[at:at + 3]
-    out_path, specs = argv[0], argv[1:]
+    out_path, pairs = argv[0], argv[1:]
     runs = []
-    for spec in specs:
-        run_dir, table = spec.split(':', 1)
+    for pair in pairs:
+        run_dir, table = pair.split(':', 1)
         name = table.rsplit('/', 1)[-1].split('.')[0]
         truth = load_truth('%s/%s.truth.tsv' % (run_dir, name))
         rows, recorded = load_table(table)
