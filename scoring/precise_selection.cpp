@@ -76,8 +76,7 @@ std::vector<CandidateJudgement> judgeCandidates(const BoostedTrees& model, const
     judgements[a].probability = treeEnsembleProbability(model, inputs);
     judgements[a].clearCoIsolated = ranked[a].score > kCoIsolatedScore && context[kContextIsotopeOfBetter] == 0.0 &&
                                     context[kContextOtherChargeOfBetter] == 0.0 &&
-                                    context[kContextBetterIsItsIsotope] == 0.0 &&
-                                    context[kContextRelativePif] >= kCoIsolatedShare;
+                                    context[kContextBetterIsItsIsotope] == 0.0;
   }
   return judgements;
 }

@@ -48,15 +48,14 @@ struct RankedCandidate {
 // What the selection knows of one candidate.
 struct CandidateJudgement {
   double probability = 0.0;  // that it is a real precursor, by the classifier
-  // Passes the default threshold, lies on no better candidate's envelope (nor a better one on its
-  // own) and carries at least kCoIsolatedShare of the scan's greatest precursor ion fraction.
+  // Passes the default threshold and lies on no better candidate's envelope, nor a better one on
+  // its own.
   bool clearCoIsolated = false;
 };
 
-// A clear co-isolated candidate is kept whatever the classifier says: chimeric spectra are what
-// Corvid is for, and in training data a real second precursor this strong is rare enough for the
-// classifier to doubt it.
-inline constexpr double kCoIsolatedShare = 0.3;
+// A clear co-isolated candidate is kept whatever the classifier says, however small its share:
+// chimeric spectra are what Corvid is for, and in training data a real second precursor is rare
+// enough for the classifier to doubt it.
 inline constexpr double kCoIsolatedScore = -0.34;
 
 // Judges each candidate. `ranked`: one scan's candidates in descending score order (equal scores

@@ -171,12 +171,13 @@ TEST(PreciseSelection, AClearCoIsolatedCandidateIsKeptWhateverTheClassifierSays)
   const BoostedTrees doubtful = modelOf("leaf -5\n", 1);
   Planted scan;
   scan.add(600.30, 2, 1.0, 0.6);
-  scan.add(600.55, 3, 0.5, 0.4);                  // 0.67 of the greatest share: kept
-  scan.add(603.10, 2, 0.4, 0.1);                  // 0.17 of it: dropped
+  scan.add(600.55, 3, 0.5, 0.4);                  // kept
+  scan.add(603.10, 2, 0.4, 0.03);                 // a 5 % share: kept as well
   scan.add(597.70, 2, -0.5, 0.5);                 // below the default threshold: dropped
   scan.add(600.30 + kSpacing / 2, 2, 0.3, 0.5);   // an isotope of the best: dropped
   scan.add(599.80, 2, 0.2, 0.5);                  // the best is its isotope 1: dropped
-  EXPECT_EQ(scan.kept(doubtful), (std::vector<std::string>{"600.3 2", "600.55 3"}));
+  scan.add(600.30, 4, 0.1, 0.5);                  // the best read as 4+: dropped
+  EXPECT_EQ(scan.kept(doubtful), (std::vector<std::string>{"600.3 2", "600.55 3", "603.1 2"}));
 }
 
 TEST(PreciseSelection, ScansStayApartAndInOrder) {

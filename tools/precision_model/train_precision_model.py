@@ -132,19 +132,17 @@ def labels(rows, truth):
                      for r in rows])
 
 
-CO_ISOLATED_SHARE = 0.3
 CO_ISOLATED_SCORE = -0.34
 SCORE = len(FEATURES)
 
 
 def clear_co_isolated(x):
-    """Passes the default threshold, on no better candidate's envelope nor a better one on its own,
-    and at least CO_ISOLATED_SHARE of the scan's greatest precursor ion fraction: always kept."""
+    """Passes the default threshold and lies on no better candidate's envelope, nor a better one on
+    its own: always kept."""
     context = x[SCORE + 1:]
     return (x[SCORE] > CO_ISOLATED_SCORE and context[CONTEXT.index('isotope_of_better')] == 0 and
             context[CONTEXT.index('other_charge_of_better')] == 0 and
-            context[CONTEXT.index('better_is_its_isotope')] == 0 and
-            context[CONTEXT.index('relative_pif')] >= CO_ISOLATED_SHARE)
+            context[CONTEXT.index('better_is_its_isotope')] == 0)
 
 
 def select(rows, X, probability, keep):
