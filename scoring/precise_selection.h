@@ -55,7 +55,7 @@ struct CandidateJudgement {
 
 // A clear co-isolated candidate is kept whatever the classifier says, however small its share:
 // chimeric spectra are what Corvid is for, and in training data a real second precursor is rare
-// enough for the classifier to doubt it.
+// enough for the classifier to doubt it. It must pass the default threshold of the default model.
 inline constexpr double kCoIsolatedScore = -0.34;
 
 // Judges each candidate. `ranked`: one scan's candidates in descending score order (equal scores
