@@ -346,6 +346,13 @@ void saveReport(const std::string& csvPath, const std::string& report, bool outp
 
 }  // namespace
 
+BoostedTrees loadPrecisionModel(ParameterTable& parameters) {
+  const std::string modelPath = locateSupportFile(parameters["binpath"], kPrecisionModelFile);
+  BoostedTrees model = loadBoostedTrees(modelPath);
+  requireClassifierInputs(model, modelPath);
+  return model;
+}
+
 bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, const std::string& ms2Path,
                          std::vector<std::string>& outputList, CorrectionsByScan* corrections) {
   const PairSettings settings = pairSettingsFrom(parameters);
@@ -389,11 +396,7 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
 
   loadIsotopePatternTable(locateSupportFile(parameters["binpath"], parameters["ipv_file"]), runIsotopeTable());
   BoostedTrees precisionModel;
-  if (settings.precisionMode) {
-    const std::string modelPath = locateSupportFile(parameters["binpath"], kPrecisionModelFile);
-    precisionModel = loadBoostedTrees(modelPath);
-    requireClassifierInputs(precisionModel, modelPath);
-  }
+  if (settings.precisionMode) precisionModel = loadPrecisionModel(parameters);
 
   ms1File.rawName = withoutExtension(fileNameOf(ms2Path));
   bool kx1Written = true;

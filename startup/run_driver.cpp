@@ -16,6 +16,7 @@
 #include "spectra/open_format_extractor.h"
 #include "startup/file_discovery.h"
 #include "startup/parameter_checks.h"
+#include "startup/per_file_driver.h"
 #include "startup/pipelines.h"
 
 namespace corvid {
@@ -271,6 +272,7 @@ void runOnce(ParameterTable& table) {
   if (isOn(valueOrEmpty(table, "strict_exit"))) requestStrictExit();
   validatePaths(table);
   checkParameterValues(table);
+  if (isOn(valueOrEmpty(table, "precision_mode"))) loadPrecisionModel(table);
   dispatchRun(table);
   if (table["Resetpath"] == "1") table["outputpath"] = std::string(kEmptyPath);
 }

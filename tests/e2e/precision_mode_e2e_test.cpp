@@ -120,6 +120,45 @@ TEST(PrecisionModeEndToEnd, TheDominantPrecursorComesFirst) {
   }
 }
 
+// A program copy whose precision_model.txt is `model`: the run must stop before writing results.
+RunResult runWithModel(const std::string& model, const ProgramCopy& program) {
+  writeFile(program.bin / "precision_model.txt", model);
+  fs::copy_file(kFixture / "run1.ms1", program.data / "run1.ms1");
+  fs::copy_file(kFixture / "run1.ms2", program.data / "run1.ms2");
+  return program.run({"--datapath=" + program.data.string() + "/", "--input_format=ms1", "--precision_mode=1"});
+}
+
+TEST(PrecisionModeEndToEnd, ADamagedModelStopsTheRunWithItsLine) {
+  ProgramCopy program;
+  const RunResult result = runWithModel("corvid-boosted-trees 1\ninputs 1 x\nkeep_probability 0.5\n", program);
+  EXPECT_EQ(result.status, 255) << result.out;
+  EXPECT_NE(result.out.find("precision model " + (program.bin / "precision_model.txt").string() +
+                            ", line 4: the file ends where the baseline was expected"),
+            std::string::npos)
+      << result.out;
+  EXPECT_FALSE(fs::exists(program.data / "run1.csv"));
+  EXPECT_FALSE(fs::exists(program.data / "run1_CIDIT.mgf"));
+}
+
+TEST(PrecisionModeEndToEnd, ABadModelIsFoundBeforeAnyExtraction) {
+  ProgramCopy program;
+  writeFile(program.bin / "precision_model.txt", "not a model\n");
+  fs::copy_file(fs::path(CORVID_TEST_DATA_DIR) / "mzml" / "coeluting.mzML", program.data / "coeluting.mzML");
+  const RunResult result = program.run({(program.data / "coeluting.mzML").string(), "--precision_mode=1"});
+  EXPECT_EQ(result.status, 255) << result.out;
+  EXPECT_NE(result.out.find("line 1: \"corvid-boosted-trees 1\" was expected"), std::string::npos) << result.out;
+  EXPECT_EQ(namesIn(program.data), (std::vector<std::string>{"coeluting.mzML"}));
+}
+
+TEST(PrecisionModeEndToEnd, AModelForOtherInputsIsRefused) {
+  ProgramCopy program;
+  const RunResult result =
+      runWithModel("corvid-boosted-trees 1\ninputs 1 x\nkeep_probability 0.5\nbaseline 0\ntrees 1\ntree 1\nleaf 0\n", program);
+  EXPECT_EQ(result.status, 255) << result.out;
+  EXPECT_NE(result.out.find("was trained on other inputs than this Corvid computes"), std::string::npos) << result.out;
+  EXPECT_FALSE(fs::exists(program.data / "run1.csv"));
+}
+
 TEST(PrecisionModeEndToEnd, ZeroLeavesEveryOutputAsWithoutTheKey) {
   ModeRun plain;
   plain.run("");
