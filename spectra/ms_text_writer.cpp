@@ -1,9 +1,9 @@
 #include "spectra/ms_text_writer.h"
 
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 
+#include "platform/fixed_decimal.h"
 #include "spectra/open_format_terms.h"
 #include "spectra/precursor_record.h"
 
@@ -11,8 +11,6 @@ namespace corvid {
 
 namespace {
 
-// Room for the longest fixed-notation double: 309 integer digits, the point and the decimals.
-constexpr int kNumberRoom = 400;
 
 void appendScanNumber(std::string& out, std::uint32_t scan) {
   char text[16];
@@ -31,11 +29,10 @@ void appendItem(std::string& out, const char* key, double value, int decimals) {
 }  // namespace
 
 void appendFixed(std::string& out, double value, int decimals) {
-  char text[kNumberRoom];
+  char text[kFixedDecimalRoom];
   if (!std::isfinite(value)) value = 0.0;
   if (value == 0.0) value = 0.0;  // no "-0.000000"
-  auto result = std::to_chars(text, text + kNumberRoom, value, std::chars_format::fixed, decimals);
-  out.append(text, result.ptr);
+  out.append(text, formatFixed(text, text + sizeof text, value, decimals));
 }
 
 void appendMS1Header(std::string& out, const ExtractedScan& scan) {
@@ -78,7 +75,7 @@ void appendMS2Header(std::string& out, const ExtractedScan& scan) {
 
 bool appendPeakLines(std::string& out, const std::vector<double>& mz,
                      const std::vector<double>& intensity, std::size_t& negativeCount) {
-  char text[2 * kNumberRoom + 4];
+  char text[2 * kFixedDecimalRoom + 4];
   char* const end = text + sizeof text;
   for (std::size_t i = 0; i < mz.size(); ++i) {
     double m = mz[i];
@@ -89,9 +86,9 @@ bool appendPeakLines(std::string& out, const std::vector<double>& mz,
       ++negativeCount;
     }
     if (v == 0.0) v = 0.0;
-    char* p = std::to_chars(text, end, m, std::chars_format::fixed, kMzDecimals).ptr;
+    char* p = formatFixed(text, end, m, kMzDecimals);
     *p++ = ' ';
-    p = std::to_chars(p, end, v, std::chars_format::fixed, kIntensityDecimals).ptr;
+    p = formatFixed(p, end, v, kIntensityDecimals);
     *p++ = '\r';
     *p++ = '\n';
     out.append(text, p);

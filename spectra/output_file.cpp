@@ -4,6 +4,8 @@
 #include <charconv>
 #include <cstring>
 
+#include "platform/fixed_decimal.h"
+
 namespace corvid {
 
 // Pending output is written once this much has collected: large sequential writes keep the
@@ -89,13 +91,12 @@ void putInt(OutputFile& out, std::int64_t value) {
   putBytes(out, std::string_view(text, static_cast<std::size_t>(done.ptr - text)));
 }
 
-// std::to_chars with a precision formats as printf does in the C locale (same rounding, same
-// "inf"/"nan" spellings), without the format-string parsing.
+// As std::to_chars with a precision, which formats as printf does in the C locale (same
+// rounding, same "inf"/"nan" spellings), without the format-string parsing.
 void putFixed(OutputFile& out, double value, int precision) {
   char text[kNumberRoom];
-  std::to_chars_result done =
-      std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, precision);
-  putBytes(out, std::string_view(text, static_cast<std::size_t>(done.ptr - text)));
+  const char* end = formatFixed(text, text + sizeof text, value, precision);
+  putBytes(out, std::string_view(text, static_cast<std::size_t>(end - text)));
 }
 
 void putGeneral(OutputFile& out, double value, int precision) {
