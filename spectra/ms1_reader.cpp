@@ -134,13 +134,17 @@ void loadMS1File(const std::string& path, std::int64_t chunkLimit, MS1File& ms1F
   }
   file.reset();
   buffer.reset();
+  finishMS1Load(path, fileName, notes, uncutChunk ? chunkLimit : 0, ms1File);
+}
 
+void finishMS1Load(const std::string& path, const std::string& fileName, const MSTextNotes& notes,
+                   std::int64_t uncutChunkLimit, MS1File& ms1File) {
   ms1File.instrumentName = fileName;
   ms1File.spectrumCount = static_cast<std::int64_t>(ms1File.spectra.size());
   reportTextNotes(path, notes);
-  if (uncutChunk) {
+  if (uncutChunkLimit > 0) {
     logMessage(LogLabel::kAlert, "A spectrum of " + path + " is larger than the read chunk of " +
-                            std::to_string(chunkLimit) + " bytes and was split between chunks.");
+                            std::to_string(uncutChunkLimit) + " bytes and was split between chunks.");
   }
   logMessage(LogLabel::kNote, "Loading MS1 Spectra Number: " + std::to_string(ms1File.spectrumCount));
 }

@@ -189,14 +189,25 @@ void scanMS2Text(std::string_view text, MS2File& ms2File, MSTextNotes& notes,
   }
 }
 
-void loadMS2Text(std::string_view text, std::int64_t byteCount, const std::string& path,
-                 MS2File& ms2File) {
+void startMS2Load(MS2File& ms2File) {
   ms2File.spectra.clear();
   ms2File.groupPresent.fill(0);
   ms2File.scanTableSize = kScanTableSize;
   ms2File.scanTable.assign(static_cast<std::size_t>(kScanTableSize), 0);
   ms2File.spectrumCount = -1;
+}
 
+void finishMS2Load(const std::string& path, const MSTextNotes& notes, const MS2GroupNotes& groupNotes,
+                   MS2File& ms2File) {
+  ms2File.spectrumCount = static_cast<std::int32_t>(ms2File.spectra.size());
+  reportTextNotes(path, notes);
+  reportGroupNotes(path, ms2File, groupNotes);
+  logMessage(LogLabel::kNote, "Loading MS2 Spectra Number: " + std::to_string(ms2File.spectrumCount));
+}
+
+void loadMS2Text(std::string_view text, std::int64_t byteCount, const std::string& path,
+                 MS2File& ms2File) {
+  startMS2Load(ms2File);
   const std::int32_t length = ms2ScanLength(byteCount);
   MSTextNotes notes;
   MS2GroupNotes groupNotes;
@@ -208,10 +219,7 @@ void loadMS2Text(std::string_view text, std::int64_t byteCount, const std::strin
                             " bytes; the MS2 loader reads files below 2147483648 bytes only, so "
                             "no spectra were loaded from it.");
   }
-  ms2File.spectrumCount = static_cast<std::int32_t>(ms2File.spectra.size());
-  reportTextNotes(path, notes);
-  reportGroupNotes(path, ms2File, groupNotes);
-  logMessage(LogLabel::kNote, "Loading MS2 Spectra Number: " + std::to_string(ms2File.spectrumCount));
+  finishMS2Load(path, notes, groupNotes, ms2File);
 }
 
 void loadMS2File(const std::string& path, MS2File& ms2File) {

@@ -35,4 +35,10 @@ struct MS2GroupNotes {
 void scanMS2Text(std::string_view text, MS2File& ms2File, MSTextNotes& notes,
                  MS2GroupNotes& groupNotes);
 
+// The two ends of loading for spectra scanned piece by piece (scanMS2Text appends): start clears
+// the record as loading does; finish sets the count, reports the notes and announces the count.
+void startMS2Load(MS2File& ms2File);
+void finishMS2Load(const std::string& path, const MSTextNotes& notes, const MS2GroupNotes& groupNotes,
+                   MS2File& ms2File);
+
 }  // namespace corvid

@@ -16,6 +16,7 @@
 #include "platform/text_file.h"
 #include "spectra/extracted_scan.h"
 #include "spectra/extraction_marker.h"
+#include "spectra/loaded_pair.h"
 #include "spectra/ms_text_writer.h"
 #include "spectra/mzml_parser.h"
 #include "spectra/mzxml_parser.h"
@@ -143,7 +144,19 @@ struct Extraction {
   std::size_t spectraWithDropped = 0;    // spectra that lost at least one such peak
   std::vector<std::uint32_t> peakOrder;  // reused while repairing a spectrum's peaks
   std::vector<double> keptMz, keptIntensity;
+  LoadedPair* loaded = nullptr;  // when asked for: the text scanned as it is written
 };
+
+// Scans the text just appended to out.buffer (from `from` on) into the loaded pair.
+void loadAppended(Extraction& x, const BlockFile& out, std::size_t from, int msLevel) {
+  if (x.loaded == nullptr) return;
+  const std::string_view piece = std::string_view(out.buffer).substr(from);
+  if (msLevel == 1) {
+    addMS1Text(*x.loaded, piece);
+  } else {
+    addMS2Text(*x.loaded, piece);
+  }
+}
 
 ExtractedScan describe(const OpenSpectrum& spectrum, Extraction& x) {
   ExtractedScan e;
@@ -250,6 +263,7 @@ bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& err
   if (e.analyzer == AnalyzerKind::Unknown) ++x.unknownAnalyzers;
   key.streamedPrecursorScan = e.precursorScan;
   BlockFile& out = e.msLevel == 1 ? x.ms1 : x.ms2;
+  const std::size_t from = out.buffer.size();
   if (e.msLevel == 1)
     appendMS1Header(out.buffer, e);
   else
@@ -262,6 +276,7 @@ bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& err
     return false;
   }
   e.peakBytes = blockFilePosition(out) - e.peakOffset;
+  loadAppended(x, out, from, e.msLevel);
   appendRecord(x.records, e);
   x.keys.push_back(key);
   for (BlockFile* file : {&out, &x.records, &x.ids})
@@ -314,12 +329,14 @@ bool writeOutputs(Extraction& x, const std::vector<std::uint32_t>& order, bool r
     if (summary.buffer.size() >= kOutputBlock) flushBlockFile(summary);
     if (!rewrite) continue;
     BlockFile& out = scan.msLevel == 1 ? out1 : out2;
+    const std::size_t from = out.buffer.size();
     if (scan.msLevel == 1)
       appendMS1Header(out.buffer, scan);
     else
       appendMS2Header(out.buffer, scan);
     ok = ok &&
          readAt(scan.msLevel == 1 ? work1 : work2, scan.peakOffset, scan.peakBytes, out.buffer);
+    if (ok) loadAppended(x, out, from, scan.msLevel);
     if (out.buffer.size() >= kOutputBlock) flushBlockFile(out);
   }
   for (BlockFile* file : {&out1, &out2, &summary}) ok = closeBlockFile(*file) && ok;
@@ -352,6 +369,9 @@ bool finishExtraction(Extraction& x, std::string& error) {
       renumbered || std::any_of(x.keys.begin(), x.keys.end(), [](const ScanKey& key) {
         return key.precursorScan != key.streamedPrecursorScan;  // another precursor named
       });
+  // Rewritten files hold other headers in another order: what was scanned while streaming is not
+  // their text, so they are scanned again as they are written.
+  if (rewrite && x.loaded != nullptr) startLoadedPair(*x.loaded);
   if (!writeOutputs(x, order, rewrite, error)) return false;
   if (!rewrite && !renameWorkFiles(x, error)) return false;
   removeWorkFiles(x.paths);
@@ -447,9 +467,11 @@ bool openFormatAlreadyExtracted(const std::string& inputPath, const std::string&
 }
 
 bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
-                       const std::string& stem, unsigned threads) {
+                       const std::string& stem, unsigned threads, LoadedPair* loaded) {
   Extraction x;
   x.inputPath = inputPath;
+  x.loaded = loaded;
+  if (loaded != nullptr) startLoadedPair(*loaded);
   x.paths = outputPathsOf(folder, stem);
   removeFile(x.paths.marker);  // a stale marker must not survive a failed extraction
   std::error_code code;

@@ -7,6 +7,8 @@
 
 namespace corvid {
 
+struct LoadedPair;
+
 // The accepted spellings of the open formats' extensions, mzML's first.
 inline constexpr std::array<std::string_view, 6> kOpenFormatSpellings = {".mzML",  ".mzml",  ".MZML",
                                                                          ".mzXML", ".mzxml", ".MZXML"};
@@ -25,9 +27,11 @@ bool isMzXMLName(std::string_view name);
 // temporary files and the marker and returns false.
 inline constexpr std::string_view kExtractionSummarySuffix = "_scans.csv";
 
-// With threads above 1, the file is parsed on this thread and written on a second one.
+// With threads above 1, the file is parsed on this thread and written on a second one. With
+// `loaded`, the .ms1/.ms2 text is also scanned into it as it is written (see loaded_pair.h); it
+// holds the final files' spectra when the extraction succeeds.
 bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
-                       const std::string& stem, unsigned threads = 1);
+                       const std::string& stem, unsigned threads = 1, LoadedPair* loaded = nullptr);
 
 // True when an earlier extraction of the input is complete (marker, summary, .ms1 and .ms2) and
 // its marker records the input as it is now (size, modification time, checksum of the first and

@@ -1,5 +1,6 @@
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/file_lock.h"
@@ -9,6 +10,7 @@
 #include "platform/run_outcome.h"
 #include "scoring/precursor_table.h"
 #include "spectra/corrected_mzml.h"
+#include "spectra/loaded_pair.h"
 #include "spectra/mzxml_as_mzml.h"
 #include "spectra/open_format_extractor.h"
 #include "startup/pipelines.h"
@@ -76,6 +78,9 @@ std::vector<std::string> extractOpenFormatFiles(ParameterTable parameters, const
     noteRunProblem(RunProblem::kOutputUnwritable);
     return ms1Names;
   }
+  // One file (the usual pipeline job): its spectra go to the driver from memory as well, so the
+  // text just written is not read back. With more files each would wait in memory for its turn.
+  const bool handOver = names.size() == 1;
   for (const std::string& name : names) {
     const std::string stem = name.substr(0, name.rfind('.'));
     FileLock lock = acquireFileLock(folder + stem + ".quarry.lock", sayWaiting);
@@ -83,7 +88,11 @@ std::vector<std::string> extractOpenFormatFiles(ParameterTable parameters, const
       logMessage(LogLabel::kState, "Reusing the earlier extraction of " + name);
     } else {
       logMessage(LogLabel::kState, "Extracting MS1 and MS2 from " + name + "...");
-      if (!extractOpenFormat(inputFolder + name, folder, stem, threadsFrom(parameters))) continue;
+      LoadedPair loaded;
+      if (!extractOpenFormat(inputFolder + name, folder, stem, threadsFrom(parameters), handOver ? &loaded : nullptr)) {
+        continue;
+      }
+      if (handOver) offerLoadedPair(folder + stem + ".ms1", folder + stem + ".ms2", std::move(loaded));
       dropStaleReport(parameters, stem);
     }
     copySummaryToOutputs(parameters, folder, stem);

@@ -6,7 +6,9 @@
 #include <ctime>
 #include <filesystem>
 #include <limits>
+#include <optional>
 #include <unordered_map>
+#include <utility>
 
 #include "detection/candidate_detection.h"
 #include "detection/detection_context.h"
@@ -32,6 +34,7 @@
 #include "scoring/training_samples.h"
 #include "spectra/group_export.h"
 #include "spectra/kx_format.h"
+#include "spectra/loaded_pair.h"
 #include "spectra/mgf_writer.h"
 #include "spectra/ms1_reader.h"
 #include "spectra/ms2_reader.h"
@@ -357,6 +360,9 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
                          std::vector<std::string>& outputList, CorrectionsByScan* corrections) {
   const PairSettings settings = pairSettingsFrom(parameters);
   const PairOutputs outputs = outputsFor(settings.outputFolder, ms2Path);
+  // The pair this run just extracted is already loaded (and is released on every return); other
+  // pairs are read from disk.
+  std::optional<LoadedPair> loaded = takeLoadedPair(ms1Path, ms2Path);
   DebugSelection debug;
   debug.mode = settings.detection.debugMode;
   if (debug.mode == DebugMode::kSingleScan) debug.scan = askDebugScan();
@@ -368,7 +374,12 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
 
   logMessage(LogLabel::kNote, "Loading MS1 and MS2 files...");
   MS1File ms1File;
-  loadMS1File(ms1Path, ms1File);
+  if (loaded) {
+    ms1File = std::move(loaded->ms1);
+    finishMS1Load(ms1Path, loaded->ms1Instrument, loaded->ms1Notes, 0, ms1File);
+  } else {
+    loadMS1File(ms1Path, ms1File);
+  }
   if (ms1File.instrumentName != "FTMS") {
     // Ion-trap survey scans carry no isotope resolution: the extractor exports the MGF itself.
     logMessage(LogLabel::kNote, "ITMS encountered.. use quarry_raw.exe...");
@@ -379,7 +390,13 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   }
 
   MS2File ms2File;
-  loadMS2File(ms2Path, ms2File);
+  if (loaded) {
+    ms2File = std::move(loaded->ms2);
+    finishMS2Load(ms2Path, loaded->ms2Notes, loaded->ms2GroupNotes, ms2File);
+    loaded.reset();
+  } else {
+    loadMS2File(ms2Path, ms2File);
+  }
   if (settings.peakDifferences) {
     writePeakDifferenceStatistics(ms2File, ms2Path);
     throw RunFailure("peak-difference statistics written", FailureKind::kFinishedEarly);

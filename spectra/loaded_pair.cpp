@@ -1,0 +1,95 @@
+#include "spectra/loaded_pair.h"
+
+#include <filesystem>
+#include <utility>
+
+#include "spectra/ms1_reader.h"
+#include "spectra/ms_text_scanners.h"
+
+namespace corvid {
+namespace {
+
+struct FileStamp {
+  std::filesystem::path path;
+  std::uintmax_t size = 0;
+  std::filesystem::file_time_type modified;
+};
+
+std::optional<FileStamp> stampOf(const std::string& path) {
+  std::error_code code;
+  FileStamp stamp;
+  stamp.path = std::filesystem::absolute(path, code);
+  if (code) return std::nullopt;
+  stamp.size = std::filesystem::file_size(path, code);
+  if (code) return std::nullopt;
+  stamp.modified = std::filesystem::last_write_time(path, code);
+  if (code) return std::nullopt;
+  return stamp;
+}
+
+bool sameFile(const FileStamp& stamp, const std::string& path) {
+  std::error_code code;
+  if (!std::filesystem::equivalent(stamp.path, path, code) || code) return false;
+  const std::optional<FileStamp> now = stampOf(path);
+  return now && now->size == stamp.size && now->modified == stamp.modified;
+}
+
+// The pair waiting for the driver, with the files it stands for.
+struct HeldPair {
+  FileStamp ms1, ms2;
+  LoadedPair pair;
+};
+
+std::optional<HeldPair>& heldPair() {
+  static std::optional<HeldPair> held;
+  return held;
+}
+
+}  // namespace
+
+void startLoadedPair(LoadedPair& pair) {
+  pair.ms1 = MS1File{};
+  pair.ms1Instrument.clear();
+  pair.ms1Notes = MSTextNotes{};
+  pair.ms1Bytes = 0;
+  startMS2Load(pair.ms2);
+  pair.ms2Notes = MSTextNotes{};
+  pair.ms2GroupNotes = MS2GroupNotes{};
+  pair.ms2Bytes = 0;
+}
+
+void addMS1Text(LoadedPair& pair, std::string_view piece) {
+  scanMS1Chunk(piece, pair.ms1Bytes, pair.ms1, pair.ms1Instrument, pair.ms1Notes);
+  pair.ms1Bytes += static_cast<std::int64_t>(piece.size());
+}
+
+void addMS2Text(LoadedPair& pair, std::string_view piece) {
+  scanMS2Text(piece, pair.ms2, pair.ms2Notes, pair.ms2GroupNotes);
+  pair.ms2Bytes += static_cast<std::int64_t>(piece.size());
+}
+
+bool loadsLikeTheFiles(const LoadedPair& pair) {
+  // The MS1 loader cuts files above its buffer into chunks; the MS2 loader reads at most its
+  // buffer and scans a 32-bit length of it.
+  return pair.ms1Bytes < kSpectrumReadBufferBytes && pair.ms2Bytes < kSpectrumReadBufferBytes &&
+         ms2ScanLength(pair.ms2Bytes) == pair.ms2Bytes;
+}
+
+void offerLoadedPair(const std::string& ms1Path, const std::string& ms2Path, LoadedPair pair) {
+  heldPair().reset();
+  const std::optional<FileStamp> ms1 = stampOf(ms1Path);
+  const std::optional<FileStamp> ms2 = stampOf(ms2Path);
+  if (!ms1 || !ms2 || !loadsLikeTheFiles(pair)) return;
+  if (static_cast<std::int64_t>(ms1->size) != pair.ms1Bytes || static_cast<std::int64_t>(ms2->size) != pair.ms2Bytes) return;
+  heldPair() = HeldPair{*ms1, *ms2, std::move(pair)};
+}
+
+std::optional<LoadedPair> takeLoadedPair(const std::string& ms1Path, const std::string& ms2Path) {
+  std::optional<HeldPair>& held = heldPair();
+  std::optional<LoadedPair> taken;
+  if (held && sameFile(held->ms1, ms1Path) && sameFile(held->ms2, ms2Path)) taken = std::move(held->pair);
+  held.reset();
+  return taken;
+}
+
+}  // namespace corvid

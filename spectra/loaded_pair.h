@@ -1,0 +1,49 @@
+#pragma once
+// An extracted MS1/MS2 pair already loaded while it was written: the extraction scans each piece
+// of .ms1/.ms2 text as it leaves for the disk, with the loaders' own scanners, so the run that
+// extracted a file need not read the same text back. The result is exactly what loading the
+// files would give; files the loaders would read differently (beyond their size limits) are not
+// loaded here and are read from disk as before.
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "spectra/ms2_reader.h"
+#include "spectra/ms_text_notes.h"
+#include "spectra/spectrum_records.h"
+
+namespace corvid {
+
+struct LoadedPair {
+  MS1File ms1;
+  std::string ms1Instrument;  // the first instrument name met, as the MS1 loader keeps it
+  MSTextNotes ms1Notes;
+  std::int64_t ms1Bytes = 0;
+  MS2File ms2;
+  MSTextNotes ms2Notes;
+  MS2GroupNotes ms2GroupNotes;
+  std::int64_t ms2Bytes = 0;
+};
+
+// Empties the pair, ready for the first piece.
+void startLoadedPair(LoadedPair& pair);
+
+// Scans the next piece of .ms1 / .ms2 text (whole lines, in file order).
+void addMS1Text(LoadedPair& pair, std::string_view piece);
+void addMS2Text(LoadedPair& pair, std::string_view piece);
+
+// Whether the loaders would read files of these sizes exactly as the pieces were scanned: in one
+// chunk each, within the MS2 scanner's length limit.
+bool loadsLikeTheFiles(const LoadedPair& pair);
+
+// Hands the pair of the files ms1Path and ms2Path (as written just now) to the per-file driver of
+// this run. One pair is held at a time; a new offer replaces the previous one.
+void offerLoadedPair(const std::string& ms1Path, const std::string& ms2Path, LoadedPair pair);
+
+// The pair offered for exactly these files, when they are still the files it was made from (same
+// size and modification time); otherwise nothing, and the files are to be loaded from disk.
+// Either way the held pair is released.
+std::optional<LoadedPair> takeLoadedPair(const std::string& ms1Path, const std::string& ms2Path);
+
+}  // namespace corvid
