@@ -45,9 +45,22 @@ std::optional<HeldPair>& heldPair() {
   return held;
 }
 
+// Frees the spectra: the pair will not be used.
+void abandon(LoadedPair& pair) {
+  pair.abandoned = true;
+  pair.ms1 = MS1File{};
+  pair.ms2 = MS2File{};
+}
+
+// Past the size limit, or past what the loaders read in one piece: given up.
+void abandonWhenTooLarge(LoadedPair& pair) {
+  if (pair.ms2Bytes > pair.ms2ByteLimit || pair.ms1Bytes >= kSpectrumReadBufferBytes) abandon(pair);
+}
+
 }  // namespace
 
 void startLoadedPair(LoadedPair& pair) {
+  pair.abandoned = false;
   pair.ms1 = MS1File{};
   pair.ms1Instrument.clear();
   pair.ms1Notes = MSTextNotes{};
@@ -59,19 +72,23 @@ void startLoadedPair(LoadedPair& pair) {
 }
 
 void addMS1Text(LoadedPair& pair, std::string_view piece) {
+  if (pair.abandoned) return;
   scanMS1Chunk(piece, pair.ms1Bytes, pair.ms1, pair.ms1Instrument, pair.ms1Notes);
   pair.ms1Bytes += static_cast<std::int64_t>(piece.size());
+  abandonWhenTooLarge(pair);
 }
 
 void addMS2Text(LoadedPair& pair, std::string_view piece) {
+  if (pair.abandoned) return;
   scanMS2Text(piece, pair.ms2, pair.ms2Notes, pair.ms2GroupNotes);
   pair.ms2Bytes += static_cast<std::int64_t>(piece.size());
+  abandonWhenTooLarge(pair);
 }
 
 bool loadsLikeTheFiles(const LoadedPair& pair) {
   // The MS1 loader cuts files above its buffer into chunks; the MS2 loader reads at most its
   // buffer and scans a 32-bit length of it.
-  return pair.ms1Bytes < kSpectrumReadBufferBytes && pair.ms2Bytes < kSpectrumReadBufferBytes &&
+  return !pair.abandoned && pair.ms1Bytes < kSpectrumReadBufferBytes && pair.ms2Bytes < kSpectrumReadBufferBytes &&
          ms2ScanLength(pair.ms2Bytes) == pair.ms2Bytes;
 }
 

@@ -15,7 +15,14 @@
 
 namespace corvid {
 
+// The pair is given up, and its memory freed, once its MS2 text passes this size: runs that large
+// are split or read in parts, and holding all their spectra would cost more memory than loading
+// them later does.
+inline constexpr std::int64_t kLoadedPairMS2Limit = std::int64_t{1} << 29;
+
 struct LoadedPair {
+  std::int64_t ms2ByteLimit = kLoadedPairMS2Limit;  // kept by startLoadedPair
+  bool abandoned = false;  // given up: the files are to be loaded from disk
   MS1File ms1;
   std::string ms1Instrument;  // the first instrument name met, as the MS1 loader keeps it
   MSTextNotes ms1Notes;
@@ -26,15 +33,15 @@ struct LoadedPair {
   std::int64_t ms2Bytes = 0;
 };
 
-// Empties the pair, ready for the first piece.
+// Empties the pair, ready for the first piece (its byte limit stays).
 void startLoadedPair(LoadedPair& pair);
 
-// Scans the next piece of .ms1 / .ms2 text (whole lines, in file order).
+// Scans the next piece of .ms1 / .ms2 text (whole lines, in file order); nothing once abandoned.
 void addMS1Text(LoadedPair& pair, std::string_view piece);
 void addMS2Text(LoadedPair& pair, std::string_view piece);
 
-// Whether the loaders would read files of these sizes exactly as the pieces were scanned: in one
-// chunk each, within the MS2 scanner's length limit.
+// Whether the pair is whole and the loaders would read files of these sizes exactly as the
+// pieces were scanned: in one chunk each, within the MS2 scanner's length limit.
 bool loadsLikeTheFiles(const LoadedPair& pair);
 
 // Hands the pair of the files ms1Path and ms2Path (as written just now) to the per-file driver of

@@ -60,6 +60,20 @@ TEST(LoadedPair, Bsa1EqualsItsLoad) {
   expectPairEqualsTheFiles(bsa1.string(), 2);
 }
 
+TEST(LoadedPair, ALargeRunIsGivenUpAndItsMemoryFreed) {
+  TempDir temp;
+  LoadedPair pair;
+  pair.ms2ByteLimit = 100;  // smaller than the fixture's MS2 text
+  ASSERT_TRUE(extractOpenFormat(kFixtures + "coeluting.mzML", temp.folder(), "run", 2, &pair));
+  EXPECT_TRUE(pair.abandoned);
+  EXPECT_EQ(pair.ms2ByteLimit, 100);
+  EXPECT_TRUE(pair.ms1.spectra.empty());
+  EXPECT_TRUE(pair.ms2.spectra.empty());
+  EXPECT_FALSE(loadsLikeTheFiles(pair));
+  offerLoadedPair(temp.folder() + "run.ms1", temp.folder() + "run.ms2", pair);
+  EXPECT_FALSE(takeLoadedPair(temp.folder() + "run.ms1", temp.folder() + "run.ms2").has_value());
+}
+
 TEST(LoadedPair, IsHandedOnlyForTheFilesItWasMadeFrom) {
   TempDir temp;
   LoadedPair pair;
