@@ -11,7 +11,6 @@ namespace corvid {
 
 namespace {
 
-
 void appendScanNumber(std::string& out, std::uint32_t scan) {
   char text[16];
   int length = std::snprintf(text, sizeof text, "%06u", scan);

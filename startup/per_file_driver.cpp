@@ -349,10 +349,16 @@ void saveReport(const std::string& csvPath, const std::string& report, bool outp
 
 }  // namespace
 
-BoostedTrees loadPrecisionModel(ParameterTable& parameters) {
+const BoostedTrees& loadPrecisionModel(ParameterTable& parameters) {
+  static std::string loadedPath;
+  static BoostedTrees model;
   const std::string modelPath = locateSupportFile(parameters["binpath"], kPrecisionModelFile);
-  BoostedTrees model = loadBoostedTrees(modelPath);
-  requireClassifierInputs(model, modelPath);
+  if (modelPath != loadedPath) {
+    BoostedTrees read = loadBoostedTrees(modelPath);
+    requireClassifierInputs(read, modelPath);
+    model = std::move(read);
+    loadedPath = modelPath;
+  }
   return model;
 }
 
@@ -412,8 +418,6 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   context.debugScans.assign(debug.scans.begin(), debug.scans.end());
 
   loadIsotopePatternTable(locateSupportFile(parameters["binpath"], parameters["ipv_file"]), runIsotopeTable());
-  BoostedTrees precisionModel;
-  if (settings.precisionMode) precisionModel = loadPrecisionModel(parameters);
 
   ms1File.rawName = withoutExtension(fileNameOf(ms2Path));
   bool kx1Written = true;
@@ -423,7 +427,7 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   }
 
   PairRun run{settings, parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}, !kx1Written, false, {}, {}, {}, corrections};
-  if (settings.precisionMode) run.precisionModel = &precisionModel;
+  if (settings.precisionMode) run.precisionModel = &loadPrecisionModel(parameters);
   startReportText(run.report);
   if (settings.writeTable) {
     run.writeTable = true;
