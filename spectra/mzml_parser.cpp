@@ -352,12 +352,16 @@ void XMLCALL onText(void* data, const XML_Char* text, int length) {
   if (reader.inBinary) reader.binaryText.append(text, static_cast<std::size_t>(length));
 }
 
+// Spectra are almost all of the file: their content may be read without the XML tokenizer.
+constexpr const char* kDirectContent = "spectrum";
+
 }  // namespace
 
 bool readMzMLFile(const std::string& path, const SpectrumSink& sink, std::string& error) {
   MzMLReader reader;
   reader.sink = &sink;
-  bool ok = parseXmlFile(path, XmlHandlers{onStart, onEnd, onText}, &reader, reader.xml, error);
+  bool ok = parseXmlFile(path, XmlHandlers{onStart, onEnd, onText, kDirectContent}, &reader,
+                         reader.xml, error);
   if (ok && !reader.sawMzML) {
     error = "not an mzML file (no <mzML> element)";
     ok = false;

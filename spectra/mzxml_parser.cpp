@@ -209,12 +209,16 @@ void XMLCALL onText(void* data, const XML_Char* text, int length) {
     reader.precursorText.append(text, static_cast<std::size_t>(length));
 }
 
+// The base64 peak lists are most of the file: their text may be read without the XML tokenizer.
+constexpr const char* kDirectContent = "peaks";
+
 }  // namespace
 
 bool readMzXMLFile(const std::string& path, const SpectrumSink& sink, std::string& error) {
   MzXMLReader reader;
   reader.sink = &sink;
-  return parseXmlFile(path, XmlHandlers{onStart, onEnd, onText}, &reader, reader.xml, error);
+  return parseXmlFile(path, XmlHandlers{onStart, onEnd, onText, kDirectContent}, &reader,
+                      reader.xml, error);
 }
 
 }  // namespace corvid

@@ -1,75 +1,335 @@
 #include "spectra/xml_stream.h"
 
+#include <algorithm>
+#include <climits>
 #include <cstdio>
 #include <cstring>
+#include <vector>
+
+#include "spectra/xml_content_scanner.h"
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace corvid {
 
-// Read size of one block: large enough for few system calls, small enough for the cache.
-constexpr int kXmlBlock = 1 << 20;
+namespace {
 
-bool streamXmlFile(const std::string& path, XML_Parser parser, const std::string& handlerError,
-                   std::string& error) {
+// Stands between expat and the reader's handlers, to know whether the parser's last event was the
+// start tag of the direct-content element, and where that tag began.
+struct Relay {
+  XML_Parser parser = nullptr;
+  const XmlHandlers* handlers = nullptr;
+  void* userData = nullptr;
+  XML_Index directStart = -1;  // byte offset of that start tag when it was the last event, else -1
+};
+
+void XMLCALL relayStart(void* data, const XML_Char* name, const XML_Char** attributes) {
+  auto& relay = *static_cast<Relay*>(data);
+  if (relay.handlers->onStart != nullptr) relay.handlers->onStart(relay.userData, name, attributes);
+  const char* direct = relay.handlers->directContentElement;
+  relay.directStart = direct != nullptr && std::strcmp(name, direct) == 0
+                          ? XML_GetCurrentByteIndex(relay.parser)
+                          : -1;
+}
+
+void XMLCALL relayEnd(void* data, const XML_Char* name) {
+  auto& relay = *static_cast<Relay*>(data);
+  relay.directStart = -1;
+  if (relay.handlers->onEnd != nullptr) relay.handlers->onEnd(relay.userData, name);
+}
+
+void XMLCALL relayText(void* data, const XML_Char* text, int length) {
+  auto& relay = *static_cast<Relay*>(data);
+  relay.directStart = -1;
+  if (relay.handlers->onText != nullptr) relay.handlers->onText(relay.userData, text, length);
+}
+
+bool isTagSeparator(char c) {
+  return c == '>' || c == '/' || c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+// Position of the '>' that ends the tag whose name ends at from, passing over quoted attribute
+// values (which may hold '>'), or npos when the buffer ends first.
+std::size_t findTagEnd(const char* data, std::size_t from, std::size_t end) {
+  for (std::size_t i = from; i < end;) {
+    char c = data[i];
+    if (c == '>') return i;
+    if (c != '"' && c != '\'') {
+      ++i;
+      continue;
+    }
+    const void* quote = std::memchr(data + i + 1, c, end - i - 1);
+    if (quote == nullptr) return std::string_view::npos;
+    i = static_cast<std::size_t>(static_cast<const char*>(quote) - data) + 1;
+  }
+  return std::string_view::npos;
+}
+
+// The file as the parser should see it, read block by block. [fed, filled) of the buffer holds the
+// bytes read but not yet given to the parser; content the streamer read itself is passed by
+// without ever being given.
+class XmlFeeder {
+ public:
+  XmlFeeder(std::FILE* file, XML_Parser parser, const XmlStreamLimits& limits)
+      : file_(file), parser_(parser), limits_(limits), buffer_(limits.block) {}
+
+  // Byte offset, as the parser counts, of buffer position i.
+  XML_Index offsetOf(std::size_t i) const {
+    return parserOffset_ + static_cast<XML_Index>(i - fed_);
+  }
+
+  // Gives [fed, upto) to the parser; final marks the end of the document.
+  bool give(std::size_t upto, bool final) {
+    while (fed_ < upto || final) {
+      std::size_t length = std::min<std::size_t>(upto - fed_, INT_MAX);
+      bool last = final && fed_ + length == upto;
+      if (XML_Parse(parser_, buffer_.data() + fed_, static_cast<int>(length), last ? 1 : 0) !=
+          XML_STATUS_OK)
+        return false;
+      fed_ += length;
+      parserOffset_ += static_cast<XML_Index>(length);
+      if (last) break;
+    }
+    return true;
+  }
+
+  // Passes [fed, upto) by the parser, remembering its line breaks for the parser's line numbers.
+  void skip(std::size_t upto, std::size_t lineBreaks) {
+    fed_ = upto;
+    skippedLineBreaks_ += lineBreaks;
+  }
+
+  // Moves the bytes not yet given to the front, then reads one more block. Positions the caller
+  // keeps in the buffer move down by the returned shift. Grows the buffer when the kept bytes leave
+  // less than a block free.
+  bool refill(std::size_t& shift) {
+    shift = fed_;
+    std::size_t kept = filled_ - fed_;
+    if (fed_ > 0 && kept > 0) std::memmove(buffer_.data(), buffer_.data() + fed_, kept);
+    fed_ = 0;
+    filled_ = kept;
+    if (buffer_.size() - filled_ < limits_.block) buffer_.resize(filled_ + limits_.block);
+    std::size_t got = std::fread(buffer_.data() + filled_, 1, limits_.block, file_);
+    if (std::ferror(file_)) return false;
+    filled_ += got;
+    if (got < limits_.block && std::feof(file_)) atEnd_ = true;
+    return true;
+  }
+
+  const char* data() const { return buffer_.data(); }
+  std::size_t fed() const { return fed_; }
+  std::size_t filled() const { return filled_; }
+  bool atEnd() const { return atEnd_; }
+  std::size_t skippedLineBreaks() const { return skippedLineBreaks_; }
+
+ private:
+  std::FILE* file_;
+  XML_Parser parser_;
+  XmlStreamLimits limits_;
+  std::vector<char> buffer_;
+  std::size_t fed_ = 0;
+  std::size_t filled_ = 0;
+  XML_Index parserOffset_ = 0;
+  std::size_t skippedLineBreaks_ = 0;
+  bool atEnd_ = false;
+};
+
+// Gives the reader the events of content the streamer read itself. Returns false when a handler
+// stopped the parse.
+bool replayContent(const Relay& relay, const XmlContentEvents& content, const char* text,
+                   std::vector<const XML_Char*>& attributes, const std::string& handlerError) {
+  const XmlHandlers& handlers = *relay.handlers;
+  const char* strings = content.strings.data();
+  std::size_t nextAttribute = 0;
+  for (const XmlContentEvent& event : content.events) {
+    switch (event.kind) {
+      case XmlContentEvent::Kind::Start:
+        attributes.clear();
+        for (std::size_t i = 0; i < 2 * event.count; ++i)
+          attributes.push_back(strings + content.attributeOffsets[nextAttribute++]);
+        attributes.push_back(nullptr);
+        if (handlers.onStart != nullptr)
+          handlers.onStart(relay.userData, strings + event.first, attributes.data());
+        break;
+      case XmlContentEvent::Kind::End:
+        if (handlers.onEnd != nullptr) handlers.onEnd(relay.userData, strings + event.first);
+        break;
+      case XmlContentEvent::Kind::Text:
+        if (handlers.onText != nullptr && event.count > 0)
+          handlers.onText(relay.userData,
+                          (event.textInStrings ? strings : text) + event.first,
+                          static_cast<int>(event.count));
+        break;
+    }
+    if (!handlerError.empty()) return false;
+  }
+  return true;
+}
+
+enum class StreamResult { Done, ParseFailed, ReadFailed };
+
+// Streams the whole file. Without a direct-content element every byte goes to the parser. With
+// one, each start tag of that element goes to the parser; when the parser has reported exactly
+// that tag as its last event and the content up to the end tag is plain markup, the streamer gives
+// the content's events to the handlers itself and the parser goes on from the end tag.
+StreamResult streamXml(XmlFeeder& feeder, Relay& relay, const XmlStreamLimits& limits,
+                       XmlStreamState& state) {
+  const std::string& handlerError = state.error;
+  const char* element = relay.handlers->directContentElement;
+  const std::string open = element != nullptr ? "<" + std::string(element) : std::string();
+  const std::string close = element != nullptr ? "</" + std::string(element) + ">" : std::string();
+  std::size_t searchFrom = 0;  // where the next start tag may begin
+  bool inContent = false;      // the parser has just reported the start tag ending at fed
+  std::size_t closeFrom = 0;   // where the end tag may begin, while inContent
+  XmlContentEvents content;
+  std::vector<const XML_Char*> attributes;
+
+  auto refill = [&]() {
+    std::size_t shift = 0;
+    if (!feeder.refill(shift)) return false;
+    searchFrom -= shift;
+    if (inContent) closeFrom -= shift;
+    return true;
+  };
+
+  for (;;) {
+    const char* data = feeder.data();
+    const std::size_t filled = feeder.filled();
+    if (inContent) {
+      std::size_t closeAt = std::string_view(data, filled).find(close, closeFrom);
+      if (closeAt == std::string_view::npos) {
+        if (!feeder.atEnd() && filled - feeder.fed() <= limits.maxDirectContent) {
+          closeFrom = std::max(closeFrom, filled >= close.size() ? filled - (close.size() - 1) : 0);
+          if (!refill()) return StreamResult::ReadFailed;
+          continue;
+        }
+      } else if (closeAt - feeder.fed() <= limits.maxDirectContent &&
+                 scanPlainXmlContent(data + feeder.fed(), data + closeAt, content)) {
+        if (!replayContent(relay, content, data + feeder.fed(), attributes, handlerError))
+          return StreamResult::ParseFailed;
+        feeder.skip(closeAt, content.lineBreaks);
+        ++state.directContents;
+      }
+      // Content not taken goes through the parser like the rest of the file.
+      inContent = false;
+      searchFrom = feeder.fed();
+      continue;
+    }
+    if (element == nullptr) {
+      if (!feeder.give(filled, feeder.atEnd())) return StreamResult::ParseFailed;
+      if (feeder.atEnd()) return StreamResult::Done;
+      if (!refill()) return StreamResult::ReadFailed;
+      continue;
+    }
+    std::size_t tag = std::string_view(data, filled).find(open, searchFrom);
+    const bool found = tag != std::string_view::npos;
+    std::size_t tagEnd = std::string_view::npos;
+    if (found && tag + open.size() < filled) {
+      if (!isTagSeparator(data[tag + open.size()])) {  // a longer name, such as <spectrumList
+        searchFrom = tag + 1;
+        continue;
+      }
+      tagEnd = findTagEnd(data, tag + open.size(), filled);
+    }
+    if (tagEnd == std::string_view::npos) {
+      if (feeder.atEnd()) {
+        if (!feeder.give(filled, true)) return StreamResult::ParseFailed;
+        return StreamResult::Done;
+      }
+      // Keep what may be the start of a tag for the next block; an overlong one goes through.
+      std::size_t keepFrom =
+          found ? tag : std::max(searchFrom, filled >= open.size() ? filled - (open.size() - 1) : 0);
+      if (filled - keepFrom > limits.block) keepFrom = filled;
+      if (!feeder.give(keepFrom, false)) return StreamResult::ParseFailed;
+      searchFrom = keepFrom;
+      if (!refill()) return StreamResult::ReadFailed;
+      continue;
+    }
+    XML_Index tagOffset = feeder.offsetOf(tag);
+    if (!feeder.give(tagEnd + 1, false)) return StreamResult::ParseFailed;
+    inContent = relay.directStart == tagOffset && data[tagEnd - 1] != '/';
+    closeFrom = searchFrom = tagEnd + 1;
+  }
+}
+
+}  // namespace
+
+std::size_t plainTextLength(const char *begin, const char *end) {
+  const char *p = begin;
+#if defined(__SSE2__)
+  // Sixteen bytes at a time: bytes below 0x20 and above 0x7f are both below
+  // 0x20 as signed bytes.
+  const __m128i space = _mm_set1_epi8(0x20);
+  const __m128i less = _mm_set1_epi8('<');
+  const __m128i ampersand = _mm_set1_epi8('&');
+  const __m128i bracket = _mm_set1_epi8(']');
+  while (end - p >= 16) {
+    __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+    __m128i stop = _mm_or_si128(
+        _mm_cmplt_epi8(bytes, space),
+        _mm_or_si128(_mm_cmpeq_epi8(bytes, less), _mm_or_si128(_mm_cmpeq_epi8(bytes, ampersand),
+                                                               _mm_cmpeq_epi8(bytes, bracket))));
+    int mask = _mm_movemask_epi8(stop);
+    if (mask != 0) return static_cast<std::size_t>(p - begin) + __builtin_ctz(mask);
+    p += 16;
+  }
+#endif
+  for (; p < end; ++p) {
+    auto byte = static_cast<unsigned char>(*p);
+    if (byte < 0x20 || byte > 0x7f || byte == '<' || byte == '&' || byte == ']') break;
+  }
+  return static_cast<std::size_t>(p - begin);
+}
+
+bool parseXmlFile(const std::string& path, const XmlHandlers& handlers, void* userData,
+                  XmlStreamState& state, std::string& error, const XmlStreamLimits& limits) {
   std::FILE* file = std::fopen(path.c_str(), "rb");
   if (file == nullptr) {
     error = "the file cannot be opened";
     return false;
   }
-  bool ok = true;
-  for (;;) {
-    void* buffer = XML_GetBuffer(parser, kXmlBlock);
-    if (buffer == nullptr) {
-      error = "out of memory while parsing";
-      ok = false;
-      break;
-    }
-    std::size_t got = std::fread(buffer, 1, kXmlBlock, file);
-    if (std::ferror(file)) {
-      error = "read error";
-      ok = false;
-      break;
-    }
-    bool last = got < static_cast<std::size_t>(kXmlBlock) && std::feof(file);
-    if (XML_ParseBuffer(parser, static_cast<int>(got), last ? 1 : 0) != XML_STATUS_OK) {
-      if (!handlerError.empty()) {
-        error = handlerError;
-      } else {
-        error = "malformed or truncated XML at line " +
-                std::to_string(XML_GetCurrentLineNumber(parser)) + " (" +
-                XML_ErrorString(XML_GetErrorCode(parser)) + ")";
-      }
-      ok = false;
-      break;
-    }
-    if (last) break;
-  }
-  std::fclose(file);
-  return ok;
-}
-
-bool parseXmlFile(const std::string& path, const XmlHandlers& handlers, void* userData,
-                  XmlStreamState& state, std::string& error) {
   state.parser = XML_ParserCreate(nullptr);
   if (state.parser == nullptr) {
+    std::fclose(file);
     error = "out of memory";
     return false;
   }
-  XML_SetUserData(state.parser, userData);
-  XML_SetElementHandler(state.parser, handlers.onStart, handlers.onEnd);
-  XML_SetCharacterDataHandler(state.parser, handlers.onText);
-  bool ok = streamXmlFile(path, state.parser, state.error, error);
+  Relay relay{state.parser, &handlers, userData};
+  XML_SetUserData(state.parser, &relay);
+  XML_SetElementHandler(state.parser, relayStart, relayEnd);
+  XML_SetCharacterDataHandler(state.parser, relayText);
+  XmlFeeder feeder(file, state.parser, limits);
+  StreamResult result = streamXml(feeder, relay, limits, state);
+  std::fclose(file);
+  if (result == StreamResult::ReadFailed) {
+    error = "read error";
+  } else if (result == StreamResult::ParseFailed) {
+    if (!state.error.empty()) {
+      error = state.error;
+    } else if (XML_GetErrorCode(state.parser) == XML_ERROR_NO_MEMORY) {
+      error = "out of memory while parsing";
+    } else {
+      // The parser never saw the content read without it: add that content's line breaks.
+      auto line = static_cast<unsigned long long>(XML_GetCurrentLineNumber(state.parser)) +
+                  feeder.skippedLineBreaks();
+      error = "malformed or truncated XML at line " + std::to_string(line) + " (" +
+              XML_ErrorString(XML_GetErrorCode(state.parser)) + ")";
+    }
+  }
   XML_ParserFree(state.parser);
   state.parser = nullptr;
-  return ok;
+  return result == StreamResult::Done;
 }
 
-void stopXmlStream(XmlStreamState& state, const std::string& reason) {
+void stopXmlStream(XmlStreamState &state, const std::string &reason) {
   if (!state.error.empty()) return;
   state.error = reason;
   XML_StopParser(state.parser, XML_FALSE);
 }
 
-bool checkRootElement(XmlStreamState& state, std::string_view name, std::string_view root,
+bool checkRootElement(XmlStreamState &state, std::string_view name, std::string_view root,
                       std::string_view wrapperRoot, std::string_view format) {
   if (state.sawRoot) return true;
   state.sawRoot = true;
@@ -79,14 +339,14 @@ bool checkRootElement(XmlStreamState& state, std::string_view name, std::string_
   return false;
 }
 
-const char* attributeValue(const XML_Char** attributes, const char* name) {
+const char *attributeValue(const XML_Char **attributes, const char *name) {
   for (int i = 0; attributes[i] != nullptr; i += 2)
     if (std::strcmp(attributes[i], name) == 0) return attributes[i + 1];
   return nullptr;
 }
 
-const char* localName(const XML_Char* name) {
-  const char* colon = std::strrchr(name, ':');
+const char *localName(const XML_Char *name) {
+  const char *colon = std::strrchr(name, ':');
   return colon == nullptr ? name : colon + 1;
 }
 
