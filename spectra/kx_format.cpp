@@ -1,8 +1,11 @@
 #include "spectra/kx_format.h"
 
+#include <bit>
+#include <cstddef>
 #include <cstdio>
 #include <filesystem>
 #include <limits>
+#include <string_view>
 
 #include "platform/paths.h"
 #include "platform/run_failure.h"
@@ -103,6 +106,14 @@ void putIndexEntry(std::uint32_t scan, OutputFile& data, OutputFile& index, Offs
 
 void putPeaks(const std::vector<Peak>& peaks, OutputFile& data) {
   putU32(data, static_cast<std::uint32_t>(peaks.size()));
+  // On a little-endian machine the peaks in memory are already the file's bytes: m/z then
+  // intensity, 8 little-endian bytes each.
+  if constexpr (std::endian::native == std::endian::little && sizeof(Peak) == 2 * sizeof(double) &&
+                offsetof(Peak, intensity) == sizeof(double)) {
+    putBytes(data, std::string_view(reinterpret_cast<const char*>(peaks.data()),
+                                    peaks.size() * sizeof(Peak)));
+    return;
+  }
   for (const Peak& peak : peaks) {
     putF64(data, peak.mz);
     putF64(data, peak.intensity);
