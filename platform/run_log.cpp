@@ -11,7 +11,20 @@ std::unique_ptr<RunLog>& theLog() {
   return log;
 }
 
+thread_local DeferredLog* deferredLog = nullptr;
+
 }  // namespace
+
+DeferLogOnThisThread::DeferLogOnThisThread(DeferredLog& into) : previous_(deferredLog) {
+  deferredLog = &into;
+}
+
+DeferLogOnThisThread::~DeferLogOnThisThread() { deferredLog = previous_; }
+
+void logDeferredMessages(const DeferredLog& deferred) {
+  for (const DeferredLog::Message& message : deferred.messages)
+    logMessage(message.stream, message.label, message.text);
+}
 
 std::string timestamp() {
   std::time_t now = std::time(nullptr);
@@ -38,6 +51,10 @@ void setLogFolder(const std::string& folder) {
 }
 
 void logMessage(std::FILE* stream, LogLabel label, std::string_view message) {
+  if (deferredLog != nullptr) {
+    deferredLog->messages.push_back({stream, label, std::string(message)});
+    return;
+  }
   createRunLog();
   if (label == LogLabel::kInfo) {
     std::fprintf(stream, "[Corvid] <%.*s> \n", static_cast<int>(message.size()), message.data());

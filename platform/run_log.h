@@ -34,6 +34,30 @@ void setLogFolder(const std::string& folder);
 // Console: "[Corvid] <msg> " for kInfo, "[Corvid] msg " otherwise; then collects msg and "\n".
 void logMessage(std::FILE* stream, LogLabel label, std::string_view message);
 inline void logMessage(LogLabel label, std::string_view message) { logMessage(stdout, label, message); }
+// Messages of a thread that works beside the main thread. The log is the main thread's; such a
+// thread keeps its messages here, and the main thread logs them, in order, once it has joined it,
+// so the console reads the same as when the work is done in turn.
+struct DeferredLog {
+  struct Message {
+    std::FILE* stream;
+    LogLabel label;
+    std::string text;
+  };
+  std::vector<Message> messages;
+};
+// While alive, logMessage on this thread keeps its messages in `into` instead of logging them.
+class DeferLogOnThisThread {
+ public:
+  explicit DeferLogOnThisThread(DeferredLog& into);
+  ~DeferLogOnThisThread();
+  DeferLogOnThisThread(const DeferLogOnThisThread&) = delete;
+  DeferLogOnThisThread& operator=(const DeferLogOnThisThread&) = delete;
+
+ private:
+  DeferredLog* previous_;
+};
+// Logs the kept messages in order (on the main thread).
+void logDeferredMessages(const DeferredLog& deferred);
 // A line for standard error alone, not kept in the log (after the console is flushed).
 void printConsoleError(std::string_view line);
 // Adds a piece to the file without console output (the command line is recorded this way).

@@ -6,7 +6,9 @@
 #include <ctime>
 #include <filesystem>
 #include <limits>
+#include <exception>
 #include <optional>
+#include <thread>
 #include <unordered_map>
 #include <utility>
 
@@ -140,8 +142,39 @@ bool writeGroupSpectra(const PairSettings& settings, const MS2File& ms2File, Gro
       complete = false;
     }
   };
-  if (settings.exportMGF) note(writeMGF(exported, ms2File, true, groupStem + ".mgf"), groupStem + ".mgf");
-  if (settings.exportKX) note(writeKX2(exported, ms2File, groupStem + ".kx2"), groupStem + ".kx2");
+  if (settings.exportMGF && settings.exportKX && settings.threads > 1) {
+    // The KX2 file is written on a second thread while the MGF is written here. It works on its
+    // own copy of the group (writers count what they write into it) and keeps its messages until
+    // the MGF is done, so the console and the counts are those of writing one after the other.
+    GroupExport kxGroup = exported;
+    DeferredLog kxLog;
+    bool kxWritten = false;
+    std::exception_ptr kxFailure;
+    std::thread kxWriter([&] {
+      DeferLogOnThisThread defer(kxLog);
+      try {
+        kxWritten = writeKX2(kxGroup, ms2File, groupStem + ".kx2");
+      } catch (...) {
+        kxFailure = std::current_exception();
+      }
+    });
+    bool mgfWritten = false;
+    try {
+      mgfWritten = writeMGF(exported, ms2File, true, groupStem + ".mgf");
+    } catch (...) {
+      kxWriter.join();
+      throw;
+    }
+    kxWriter.join();
+    logDeferredMessages(kxLog);
+    if (kxFailure) std::rethrow_exception(kxFailure);
+    exported.writtenCount = kxGroup.writtenCount;
+    note(mgfWritten, groupStem + ".mgf");
+    note(kxWritten, groupStem + ".kx2");
+  } else {
+    if (settings.exportMGF) note(writeMGF(exported, ms2File, true, groupStem + ".mgf"), groupStem + ".mgf");
+    if (settings.exportKX) note(writeKX2(exported, ms2File, groupStem + ".kx2"), groupStem + ".kx2");
+  }
   if (settings.exportMS2) note(writeMS2(exported, ms2File, true, groupStem + ".ms2"), groupStem + ".ms2");
   return complete;
 }

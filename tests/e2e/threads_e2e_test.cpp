@@ -73,5 +73,38 @@ TEST(ThreadsEndToEnd, CoElutingFixtureOutputsAreIdenticalForAnyThreadCount) {
   expectSameForAnyThreadCount(dir.path() / "coeluting.mzML", dir, 8);
 }
 
+// The KX2 file is written beside the MGF when there are threads to spare; when it cannot be
+// written, its error must still show where a single thread shows it.
+TEST(ThreadsEndToEnd, AnUnwritableKx2FileReadsTheSameForAnyThreadCount) {
+  TempDir dir;
+  fs::copy_file(fs::path(CORVID_TEST_DATA_DIR) / "mzml" / "coeluting.mzML", dir.path() / "coeluting.mzML");
+  const std::string input = (dir.path() / "coeluting.mzML").string();
+  const std::string extract = dir.folder() + "extract";
+  ASSERT_EQ(runCorvid(dir.path(), {"-D", input, "-O", dir.folder(), "--extract_path=" + extract}).status, 0);
+  std::string kx2Name;
+  for (const auto& entry : fs::directory_iterator(dir.path()))
+    if (entry.path().extension() == ".kx2") kx2Name = entry.path().filename().string();
+  ASSERT_FALSE(kx2Name.empty());
+  std::map<std::string, std::string> single;
+  for (int threads : {1, 2}) {
+    const fs::path out = dir.path() / ("blocked" + std::to_string(threads));
+    fs::create_directories(out / kx2Name);  // a folder where the file should go
+    const RunResult result = runCorvid(out, {"-D", input, "-O", out.string(), "-L", out.string(),
+                                             "--extract_path=" + extract, "--threads=" + std::to_string(threads)});
+    std::map<std::string, std::string> files = filesOf(out);
+    std::string console = withoutElapsedSeconds(result.out);
+    for (std::size_t at; (at = console.find(out.string())) != std::string::npos;)
+      console.replace(at, out.string().size(), "<out>");  // the folders differ by name only
+    files["console"] = console;
+    files["status"] = std::to_string(result.status);
+    EXPECT_NE(files["console"].find(kx2Name), std::string::npos) << files["console"];
+    if (threads == 1) {
+      single = files;
+      continue;
+    }
+    EXPECT_TRUE(files == single) << files["console"] << "\n---\n" << single["console"];
+  }
+}
+
 }  // namespace
 }  // namespace corvid
