@@ -6,6 +6,8 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <string>
+#include <string_view>
 #include <libmsnumpress/MSNumpress.hpp>
 
 namespace corvid {
@@ -80,6 +82,69 @@ TEST(DecodeBase64, RejectsInvalidText) {
     error.clear();
     EXPECT_FALSE(decodeBase64(text, bytes, error)) << text;
     EXPECT_EQ(error, "invalid base64 text") << text;
+  }
+}
+
+// The decoder as a plain character-by-character loop, to hold the fast one to: each character is
+// a value, white space, padding (nothing may follow but padding and white space) or an error.
+bool referenceBase64(std::string_view text, std::string& bytes) {
+  bytes.clear();
+  std::uint32_t group = 0;
+  int filled = 0;
+  int padding = 0;
+  for (char c : text) {
+    if (c == ' ' || c == '\t' || c == '\n' || c == '\r') continue;
+    if (c == '=') {
+      ++padding;
+      continue;
+    }
+    const char* alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    const char* at = c == '\0' ? nullptr : std::strchr(alphabet, c);
+    if (at == nullptr || padding > 0) return false;
+    group = (group << 6) | static_cast<std::uint32_t>(at - alphabet);
+    if (++filled == 4) {
+      bytes += static_cast<char>(group >> 16);
+      bytes += static_cast<char>((group >> 8) & 0xFF);
+      bytes += static_cast<char>(group & 0xFF);
+      group = 0;
+      filled = 0;
+    }
+  }
+  if (filled == 1 || padding > 2 || (filled == 0 && padding > 0) ||
+      (filled > 0 && padding > 0 && filled + padding != 4))
+    return false;
+  if (filled == 2) bytes += static_cast<char>(group >> 4);
+  if (filled == 3) {
+    bytes += static_cast<char>(group >> 10);
+    bytes += static_cast<char>((group >> 2) & 0xFF);
+  }
+  return true;
+}
+
+TEST(DecodeBase64, AgreesWithACharacterByCharacterDecoder) {
+  // Mostly base64, with white space, padding and stray characters at pseudo-random places.
+  const std::string pool = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::uint32_t state = 99;
+  for (int round = 0; round < 20000; ++round) {
+    std::string text;
+    state = state * 1664525U + 1013904223U;
+    const std::size_t length = (state >> 8) % 40;
+    for (std::size_t k = 0; k < length; ++k) {
+      state = state * 1664525U + 1013904223U;
+      const std::uint32_t pick = (state >> 8) % 100;
+      if (pick < 85) text += pool[(state >> 16) % pool.size()];
+      else if (pick < 91) text += " \t\r\n"[(state >> 16) % 4];
+      else if (pick < 97) text += '=';
+      else text += static_cast<char>(state >> 24);
+    }
+    std::string expected;
+    std::string got;
+    std::string error;
+    const bool expectedOk = referenceBase64(text, expected);
+    ASSERT_EQ(decodeBase64(text, got, error), expectedOk) << text;
+    if (expectedOk) {
+      ASSERT_EQ(got, expected) << text;
+    }
   }
 }
 
