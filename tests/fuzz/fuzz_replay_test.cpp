@@ -51,6 +51,7 @@ TEST(FuzzReplay, Mgf) { replay("mgf", fuzzMgf); }
 TEST(FuzzReplay, ReferenceList) { replay("reference_list", fuzzReferenceList); }
 TEST(FuzzReplay, OpenFormat) { replay("open_format", fuzzOpenFormat, 100); }
 TEST(FuzzReplay, MzXML) { replay("mzxml", fuzzMzXML, 100); }
+TEST(FuzzReplay, XmlStream) { replay("xml_stream", fuzzXmlStream, 300); }
 
 }  // namespace
 }  // namespace corvid::fuzz

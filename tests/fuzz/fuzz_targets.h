@@ -15,5 +15,7 @@ int fuzzMgf(const std::uint8_t* data, std::size_t size);
 int fuzzReferenceList(const std::uint8_t* data, std::size_t size);
 int fuzzOpenFormat(const std::uint8_t* data, std::size_t size);  // mzML
 int fuzzMzXML(const std::uint8_t* data, std::size_t size);
+// Differential: the XML streamer with and without reading spectrum content itself.
+int fuzzXmlStream(const std::uint8_t* data, std::size_t size);
 
 }  // namespace corvid::fuzz

@@ -10,72 +10,12 @@
 
 #include "spectra/xml_content_scanner.h"
 #include "tests/spectra/spectra_test_support.h"
+#include "tests/support/xml_event_log.h"
 
 namespace corvid {
 namespace {
 
 using namespace testing;
-
-// Writes every event down; adjacent text is joined, since text may be split anywhere.
-struct Recorder {
-  XmlStreamState xml;
-  std::string log;
-  std::string text;
-  std::string stopAtValue;  // a start tag with an attribute of this value stops the parse
-
-  void flushText() {
-    if (!text.empty()) log += "T[" + text + "]\n";
-    text.clear();
-  }
-};
-
-// Like the real readers, the recorder ignores what the parser reports after a handler stopped it.
-void XMLCALL recordStart(void* data, const XML_Char* name, const XML_Char** attributes) {
-  auto& r = *static_cast<Recorder*>(data);
-  if (!r.xml.error.empty()) return;
-  r.flushText();
-  r.log += std::string("S ") + name;
-  for (int i = 0; attributes[i] != nullptr; i += 2) {
-    r.log += std::string(" ") + attributes[i] + "=" + attributes[i + 1];
-    if (!r.stopAtValue.empty() && r.stopAtValue == attributes[i + 1])
-      stopXmlStream(r.xml, "stopped at " + r.stopAtValue);
-  }
-  r.log += "\n";
-}
-
-void XMLCALL recordEnd(void* data, const XML_Char* name) {
-  auto& r = *static_cast<Recorder*>(data);
-  if (!r.xml.error.empty()) return;
-  r.flushText();
-  r.log += std::string("E ") + name + "\n";
-}
-
-void XMLCALL recordText(void* data, const XML_Char* text, int length) {
-  auto& r = *static_cast<Recorder*>(data);
-  if (r.xml.error.empty()) r.text.append(text, static_cast<std::size_t>(length));
-}
-
-struct Outcome {
-  bool ok = false;
-  std::string error;
-  std::string log;
-  std::size_t directContents = 0;
-};
-
-Outcome parse(const std::string& path, const char* direct, const XmlStreamLimits& limits,
-              const std::string& stopAtValue = "") {
-  Recorder recorder;
-  recorder.stopAtValue = stopAtValue;
-  Outcome outcome;
-  outcome.ok = parseXmlFile(path, XmlHandlers{recordStart, recordEnd, recordText, direct},
-                            &recorder, recorder.xml, outcome.error, limits);
-  // Text the parser had passed on before it failed comes in pieces that depend on where the
-  // blocks ended; no reader acts on text whose element never ended.
-  if (outcome.ok) recorder.flushText();
-  outcome.log = recorder.log;
-  outcome.directContents = recorder.xml.directContents;
-  return outcome;
-}
 
 // Parses the document at many block sizes, with expat alone and with the streamer reading spectra
 // itself; each pair must agree. (Text before an error may arrive in other pieces at other block
@@ -89,8 +29,8 @@ std::size_t expectSameAsParser(const std::string& document, const std::string& s
   std::vector<std::size_t> blocks = {1, 2, 3, 5, 7, 11, 16, 31, 64, 100, 257, 1 << 20};
   std::size_t direct = 0;
   for (std::size_t block : blocks) {
-    Outcome expected = parse(path, nullptr, XmlStreamLimits{block, maxDirectContent}, stopAtValue);
-    Outcome got = parse(path, "spectrum", XmlStreamLimits{block, maxDirectContent}, stopAtValue);
+    XmlStreamOutcome expected = streamAndLog(path, nullptr, XmlStreamLimits{block, maxDirectContent}, stopAtValue);
+    XmlStreamOutcome got = streamAndLog(path, "spectrum", XmlStreamLimits{block, maxDirectContent}, stopAtValue);
     EXPECT_EQ(got.ok, expected.ok) << "block " << block;
     EXPECT_EQ(got.error, expected.error) << "block " << block;
     EXPECT_EQ(got.log, expected.log) << "block " << block;
@@ -178,7 +118,7 @@ TEST(XmlStream, MalformedContentFailsWithTheParsersMessageAndLine) {
     expectSameAsParser(document);
     TempDir temp;
     writeFile(temp.file("doc.xml"), document);
-    Outcome alone = parse(temp.file("doc.xml"), nullptr, XmlStreamLimits{});
+    XmlStreamOutcome alone = streamAndLog(temp.file("doc.xml"), nullptr, XmlStreamLimits{});
     EXPECT_FALSE(alone.ok);
     EXPECT_NE(alone.error.find("malformed or truncated XML at line "), std::string::npos);
   }
@@ -207,7 +147,7 @@ TEST(XmlStream, AHandlerStoppingInsideDirectContentEndsTheParse) {
   expectSameAsParser(document, "445.12");
   TempDir temp;
   writeFile(temp.file("doc.xml"), document);
-  Outcome stopped = parse(temp.file("doc.xml"), "spectrum", XmlStreamLimits{}, "445.12");
+  XmlStreamOutcome stopped = streamAndLog(temp.file("doc.xml"), "spectrum", XmlStreamLimits{}, "445.12");
   EXPECT_FALSE(stopped.ok);
   EXPECT_EQ(stopped.error, "stopped at 445.12");
   EXPECT_EQ(stopped.log.find("S spectrum index=1"), std::string::npos);  // nothing after the stop
