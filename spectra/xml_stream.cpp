@@ -158,8 +158,7 @@ bool replayContent(const Relay& relay, const XmlContentEvents& content, const ch
         break;
       case XmlContentEvent::Kind::Text:
         if (handlers.onText != nullptr && event.count > 0)
-          handlers.onText(relay.userData,
-                          (event.textInStrings ? strings : text) + event.first,
+          handlers.onText(relay.userData, (event.textInStrings ? strings : text) + event.first,
                           static_cast<int>(event.count));
         break;
     }
@@ -240,7 +239,8 @@ StreamResult streamXml(XmlFeeder& feeder, Relay& relay, const XmlStreamLimits& l
       }
       // Keep what may be the start of a tag for the next block; an overlong one goes through.
       std::size_t keepFrom =
-          found ? tag : std::max(searchFrom, filled >= open.size() ? filled - (open.size() - 1) : 0);
+          found ? tag
+                : std::max(searchFrom, filled >= open.size() ? filled - (open.size() - 1) : 0);
       if (filled - keepFrom > limits.block) keepFrom = filled;
       if (!feeder.give(keepFrom, false)) return StreamResult::ParseFailed;
       searchFrom = keepFrom;
@@ -256,17 +256,17 @@ StreamResult streamXml(XmlFeeder& feeder, Relay& relay, const XmlStreamLimits& l
 
 }  // namespace
 
-std::size_t plainTextLength(const char *begin, const char *end) {
-  const char *p = begin;
+std::size_t plainTextLength(const char* begin, const char* end) {
+  const char* p = begin;
 #if defined(__SSE2__)
-  // Sixteen bytes at a time: bytes below 0x20 and above 0x7f are both below
-  // 0x20 as signed bytes.
+  // Sixteen bytes at a time: as signed bytes, those below 0x20 and those above 0x7f are both
+  // below 0x20.
   const __m128i space = _mm_set1_epi8(0x20);
   const __m128i less = _mm_set1_epi8('<');
   const __m128i ampersand = _mm_set1_epi8('&');
   const __m128i bracket = _mm_set1_epi8(']');
   while (end - p >= 16) {
-    __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(p));
+    __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
     __m128i stop = _mm_or_si128(
         _mm_cmplt_epi8(bytes, space),
         _mm_or_si128(_mm_cmpeq_epi8(bytes, less), _mm_or_si128(_mm_cmpeq_epi8(bytes, ampersand),
@@ -323,13 +323,13 @@ bool parseXmlFile(const std::string& path, const XmlHandlers& handlers, void* us
   return result == StreamResult::Done;
 }
 
-void stopXmlStream(XmlStreamState &state, const std::string &reason) {
+void stopXmlStream(XmlStreamState& state, const std::string& reason) {
   if (!state.error.empty()) return;
   state.error = reason;
   XML_StopParser(state.parser, XML_FALSE);
 }
 
-bool checkRootElement(XmlStreamState &state, std::string_view name, std::string_view root,
+bool checkRootElement(XmlStreamState& state, std::string_view name, std::string_view root,
                       std::string_view wrapperRoot, std::string_view format) {
   if (state.sawRoot) return true;
   state.sawRoot = true;
@@ -339,14 +339,14 @@ bool checkRootElement(XmlStreamState &state, std::string_view name, std::string_
   return false;
 }
 
-const char *attributeValue(const XML_Char **attributes, const char *name) {
+const char* attributeValue(const XML_Char** attributes, const char* name) {
   for (int i = 0; attributes[i] != nullptr; i += 2)
     if (std::strcmp(attributes[i], name) == 0) return attributes[i + 1];
   return nullptr;
 }
 
-const char *localName(const XML_Char *name) {
-  const char *colon = std::strrchr(name, ':');
+const char* localName(const XML_Char* name) {
+  const char* colon = std::strrchr(name, ':');
   return colon == nullptr ? name : colon + 1;
 }
 

@@ -43,7 +43,7 @@ struct XmlStreamLimits {
   std::size_t block = std::size_t{1} << 20;  // bytes read at a time
   // Longest content the streamer reads itself; longer content goes through the parser, so the
   // buffer never holds much more than this plus a block.
-  std::size_t maxDirectContent = std::size_t{256} << 20;
+  std::size_t maxDirectContent = std::size_t{64} << 20;
 };
 
 // Creates a parser for the handlers, keeps it in state.parser while the whole file is streamed,

@@ -22,7 +22,7 @@ using namespace testing;
 // sizes, so blocks are compared like with like.) Returns how many spectra the streamer read itself
 // at the default block size.
 std::size_t expectSameAsParser(const std::string& document, const std::string& stopAtValue = "",
-                               std::size_t maxDirectContent = std::size_t{256} << 20) {
+                               std::size_t maxDirectContent = std::size_t{64} << 20) {
   TempDir temp;
   std::string path = temp.file("doc.xml");
   writeFile(path, document);
