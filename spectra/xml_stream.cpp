@@ -249,7 +249,7 @@ StreamResult streamXml(XmlFeeder& feeder, Relay& relay, const XmlStreamLimits& l
     }
     XML_Index tagOffset = feeder.offsetOf(tag);
     if (!feeder.give(tagEnd + 1, false)) return StreamResult::ParseFailed;
-    inContent = relay.directStart == tagOffset && data[tagEnd - 1] != '/';
+    inContent = relay.directStart == tagOffset;  // an empty element's end event cleared it
     closeFrom = searchFrom = tagEnd + 1;
   }
 }

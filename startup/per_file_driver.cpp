@@ -5,10 +5,9 @@
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
+#include <future>
 #include <limits>
-#include <exception>
 #include <optional>
-#include <thread>
 #include <unordered_map>
 #include <utility>
 
@@ -148,29 +147,18 @@ bool writeGroupSpectra(const PairSettings& settings, const MS2File& ms2File, Gro
     // the MGF is done, so the console and the counts are those of writing one after the other.
     GroupExport kxGroup = exported;
     DeferredLog kxLog;
-    bool kxWritten = false;
-    std::exception_ptr kxFailure;
-    std::thread kxWriter([&] {
+    // The future of std::async waits for the thread when destroyed, also when the MGF throws.
+    std::future<bool> kxWritten = std::async(std::launch::async, [&] {
       DeferLogOnThisThread defer(kxLog);
-      try {
-        kxWritten = writeKX2(kxGroup, ms2File, groupStem + ".kx2");
-      } catch (...) {
-        kxFailure = std::current_exception();
-      }
+      return writeKX2(kxGroup, ms2File, groupStem + ".kx2");
     });
-    bool mgfWritten = false;
-    try {
-      mgfWritten = writeMGF(exported, ms2File, true, groupStem + ".mgf");
-    } catch (...) {
-      kxWriter.join();
-      throw;
-    }
-    kxWriter.join();
+    const bool mgfWritten = writeMGF(exported, ms2File, true, groupStem + ".mgf");
+    kxWritten.wait();
     logDeferredMessages(kxLog);
-    if (kxFailure) std::rethrow_exception(kxFailure);
-    exported.writtenCount = kxGroup.writtenCount;
+    const bool kxDone = kxWritten.get();  // rethrows what the KX2 writer threw
     note(mgfWritten, groupStem + ".mgf");
-    note(kxWritten, groupStem + ".kx2");
+    note(kxDone, groupStem + ".kx2");
+    exported.writtenCount = kxGroup.writtenCount;
   } else {
     if (settings.exportMGF) note(writeMGF(exported, ms2File, true, groupStem + ".mgf"), groupStem + ".mgf");
     if (settings.exportKX) note(writeKX2(exported, ms2File, groupStem + ".kx2"), groupStem + ".kx2");
