@@ -71,7 +71,8 @@ bool markReferenceMatch(int scan, int charge, double mz, ReferencePrecursorList&
 std::size_t writeReportRows(const MS2File& ms2File, const std::vector<std::size_t>& groupPositions,
                             const std::vector<PrecursorRecord>& kept, int typeIndex,
                             const std::vector<std::uint32_t>* debugScanList,
-                            ReferencePrecursorList* reference, std::string& reportText) {
+                            ReferencePrecursorList* reference, std::string& reportText,
+                            bool recordedStandsIn) {
   if (typeIndex < 0 || typeIndex >= kActivationGroupCount) {
     throw RunFailure("activation group index outside 0..5", FailureKind::kOutOfBounds);
   }
@@ -88,7 +89,11 @@ std::size_t writeReportRows(const MS2File& ms2File, const std::vector<std::size_
     const double origMz = mzFromMH(spectrum.precursorMH, spectrum.charge);
     appendFormat(reportText, "%s, %s, %d, %lf, %d, ", activation, analyzer, scan, origMz,
                  spectrum.charge);
-    if (cursor >= kept.size() || kept[cursor].scan > scanValue) {
+    const bool noneKept = cursor >= kept.size() || kept[cursor].scan > scanValue;
+    if (noneKept && !recordedStandsIn) {
+      // Precision mode: Corvid found no precursor here and says so.
+      reportText.append("0, ");
+    } else if (noneKept) {
       // Nothing kept for this scan: the recorded precursor stands as the only one.
       appendFormat(reportText, "1, 1, %.6lf, %d, ", origMz, spectrum.charge);
       if (reference != nullptr) markReferenceMatch(scan, spectrum.charge, origMz, *reference);

@@ -30,12 +30,16 @@ void startReportText(std::string& reportText);
 // A kept record with a scan number below the current scan stops the cursor: this and every later
 // scan of the group is written with precursor count "0" and those kept precursors do not appear
 // in the report. Returns the number of such rows so that the caller can raise an alert.
+// With recordedStandsIn false (precision mode), a scan without kept precursors is written with
+// count "0" instead of its recorded precursor: the row then claims no precursor Corvid did not find,
+// and OrigMZ and OrigCharge still show the recorded one.
 // Rows end with "\n"; the report file is written with CR LF line ends. A position outside
 // ms2File.spectra or a typeIndex outside 0..5 throws std::out_of_range.
 std::size_t writeReportRows(const MS2File& ms2File, const std::vector<std::size_t>& groupPositions,
                             const std::vector<PrecursorRecord>& kept, int typeIndex,
                             const std::vector<std::uint32_t>* debugScanList,
-                            ReferencePrecursorList* reference, std::string& reportText);
+                            ReferencePrecursorList* reference, std::string& reportText,
+                            bool recordedStandsIn = true);
 
 // Marks the first entry matching (scan, charge, m/z within 20 ppm) as found and no longer
 // pending; returns whether one matched.

@@ -90,6 +90,22 @@ TEST(WriteReportRows, AllThreeCasesAndTypeNames) {
   EXPECT_EQ(stalled, 0u);
 }
 
+TEST(WriteReportRows, WithoutTheRecordedStandInAScanWithoutKeptPrecursorListsNone) {
+  std::string text;
+  const std::vector<PrecursorRecord> kept{{101, 2, 600.75}};
+  auto reference = referenceOf({{100, 500.503638, 2, 0.0}});
+  const std::size_t stalled =
+      writeReportRows(threeScans(), kAllPositions, kept, 0, nullptr, &reference, text, false);
+  // Not a stalled cursor: scan 101 still gets its precursor.
+  EXPECT_EQ(text,
+            "CID, IT, 100, 500.503638, 2, 0, \n"
+            "CID, IT, 101, 600.753638, 2, 1, 1, 600.750000, 2, \n"
+            "CID, IT, 102, 500.754851, 3, 0, \n");
+  EXPECT_EQ(stalled, 0u);
+  // The recorded precursor was not written, so it matches no reference entry.
+  EXPECT_EQ(countFound(reference), 0);
+}
+
 TEST(WriteReportRows, TypeNamesForEveryGroup) {
   const char* expected[] = {"CID, IT, ", "ETD, IT, ", "HCD, IT, ", "CID, FT, ", "ETD, FT, ", "HCD, FT, "};
   for (int k = 0; k < 6; ++k) {
