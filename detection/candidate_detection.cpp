@@ -29,6 +29,10 @@ constexpr int kExtendedFirstIsotope = -7;
 constexpr int kLastIsotope = 4;
 // The coverage test reaches up to the fourth isotope position.
 constexpr double kCoverageOffsets[] = {0.0, 1.003, 2.006, 3.009};
+// The 13C - 12C mass difference, for the window share (the spacing above is the detection's own).
+constexpr double kCarbonIsotopeSpacing = 1.0033548;
+// The window share counts isotopes 0..3.
+constexpr int kWindowShareIsotopes = 4;
 // Preliminary filter limits.
 constexpr double kMinimumPif = 0.04;
 constexpr double kMinimumMaxSim = 0.5;
@@ -45,6 +49,10 @@ struct ScanWindow {
   std::size_t innerFirst = 0;  // gathered peaks strictly inside center +- W/2
   std::size_t innerLast = 0;
   bool trace = false;
+  // Precision mode: the related MS1 scan's peaks inside center +- W/2 (bounds included), ascending,
+  // and their summed intensity.
+  const std::vector<Peak>* relatedPeaks = nullptr;
+  double relatedTotal = 0.0;
 };
 
 void printPeaks(const std::vector<Peak>& peaks) {
@@ -55,7 +63,7 @@ void sortByMz(std::vector<Peak>& peaks) {
   std::stable_sort(peaks.begin(), peaks.end(), [](const Peak& a, const Peak& b) { return a.mz < b.mz; });
 }
 
-ScanWindow makeScanWindow(const DetectionContext& context, double center, std::int32_t scanNumber,
+ScanWindow makeScanWindow(DetectionContext& context, double center, std::int32_t scanNumber,
                           const std::vector<Peak>& peaks) {
   ScanWindow window;
   window.scanNumber = scanNumber;
@@ -74,7 +82,34 @@ ScanWindow makeScanWindow(const DetectionContext& context, double center, std::i
   window.innerLast = static_cast<std::size_t>(std::lower_bound(peaks.begin(), peaks.end(), high, mzBelow) -
                                               peaks.begin());
   window.innerLast = std::max(window.innerLast, window.innerFirst);
+  if (context.settings.precisionCandidates) {
+    std::vector<Peak>& related = context.relatedWindowPeaks;
+    related.clear();
+    if (context.relatedScan >= 0 && static_cast<std::size_t>(context.relatedScan) < context.ms1->spectra.size()) {
+      for (const Peak& peak : context.ms1->spectra[static_cast<std::size_t>(context.relatedScan)].peaks) {
+        if (peak.mz >= low && peak.mz <= high) related.push_back(peak);
+      }
+    }
+    sortByMz(related);
+    for (const Peak& peak : related) window.relatedTotal += peak.intensity;
+    window.relatedPeaks = &related;
+  }
   return window;
+}
+
+// The share of the related scan's window current on isotopes 0..3 of (mz, charge): the peaks
+// within the match tolerance of each isotope. Isotopes lie at least 0.16 Th apart, far more than
+// twice the tolerance, so no peak counts twice. 0 when the window holds no current.
+double windowShare(const ScanWindow& window, double mz, std::int32_t charge) {
+  if (window.relatedPeaks == nullptr || !(window.relatedTotal > 0.0)) return 0.0;
+  const std::vector<Peak>& peaks = *window.relatedPeaks;
+  double matched = 0.0;
+  for (int k = 0; k < kWindowShareIsotopes; ++k) {
+    const double isotopeMz = mz + k * kCarbonIsotopeSpacing / charge;
+    auto peak = std::lower_bound(peaks.begin(), peaks.end(), isotopeMz - window.tolerance, mzBelow);
+    for (; peak != peaks.end() && peak->mz <= isotopeMz + window.tolerance; ++peak) matched += peak->intensity;
+  }
+  return matched / window.relatedTotal;
 }
 
 void collectReferenceEntries(DetectionContext& context, std::int32_t scanNumber) {
@@ -221,7 +256,8 @@ void evaluatePair(DetectionContext& context, const ScanWindow& window, const std
     return;
   }
   const bool quarterException = charge == 2 && mz <= window.center + window.width * 0.25;
-  if (rejectedBy(window, isoPeakInWindow < 2 && !quarterException, isoPeakInWindow, " IsoPeakInwindow  ")) return;
+  const bool singleAllowed = context.settings.precisionCandidates && isoPeakInWindow >= 1;
+  if (rejectedBy(window, isoPeakInWindow < 2 && !quarterException && !singleAllowed, isoPeakInWindow, " IsoPeakInwindow  ")) return;
   if (rejectedBy(window, maxSim < kMinimumMaxSim, maxSim, " MaxSim<0.5 ")) return;
   measureCandidate(context, window, mz, charge, maxSim, pif, isoLen, isoPeakInWindow, pattern);
 }
@@ -269,6 +305,7 @@ void measureCandidate(DetectionContext& context, const ScanWindow& window, doubl
   candidate.record.scan = window.scanNumber;
   candidate.record.charge = charge;
   candidate.record.mz = recalibratedMz(context, mz);
+  if (context.settings.precisionCandidates) candidate.windowShare = windowShare(window, candidate.record.mz, charge);
   context.scanCandidates.push_back(std::move(candidate));
 }
 

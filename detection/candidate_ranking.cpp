@@ -89,6 +89,7 @@ std::size_t finishScanCandidates(DetectionContext& context) {
   for (std::size_t i = 0; i < kept; ++i) {
     context.features.push_back(std::move(candidates[i].features));
     context.records.push_back(candidates[i].record);
+    if (context.settings.precisionCandidates) context.windowShares.push_back(candidates[i].windowShare);
   }
   return kept;
 }

@@ -53,6 +53,9 @@ struct DetectionSettings {
   double recalibrateWindow = 7.0;       // ppm
   bool outputSvmLight = false;          // rank and keep at most six per scan
   bool checkActivationCenter = true;    // keep only the scan that holds the activation center
+  // Precision mode: a start with only one isotope inside the window is let through (its next
+  // isotope may lie just above the window), and each candidate's window share is measured.
+  bool precisionCandidates = false;
   std::string dataPath;                 // folder of the debug peak files
 };
 
@@ -61,6 +64,9 @@ struct DetectionSettings {
 struct PrecursorCandidate {
   PrecursorFeatures features;
   PrecursorRecord record;
+  // Precision mode: the share of the related MS1 scan's current inside the isolation window that
+  // lies on the candidate's isotopes 0..3.
+  double windowShare = 0.0;
 };
 
 // Isotope profile: 11 groups (group 0 stays empty, group r + 1 = grid row r) of 6 slots
@@ -94,6 +100,7 @@ struct DetectionContext {
   std::array<std::int32_t, kExtendedProfileSize> extendedErrorCount{};
   std::vector<std::int32_t> valleys;
   std::vector<Peak> takenPeaks;                // one scan's peaks inside the gathering window
+  std::vector<Peak> relatedWindowPeaks;        // precision mode: the related scan's window peaks
   std::vector<std::uint8_t> removalMarks;      // near-peak merging
   std::vector<std::size_t> scanReferenceEntries;  // reference entries of the current scan
   // (scan, entry) pairs of the reference list sorted by scan; rebuilt when the list or its size
@@ -111,6 +118,7 @@ struct DetectionContext {
   ReferencePrecursorList* reference = nullptr;  // training reference list, when one is loaded
   std::vector<PrecursorFeatures> features;      // run's accepted candidates ...
   std::vector<PrecursorRecord> records;         // ... and their records, parallel by index
+  std::vector<double> windowShares;             // ... and, in precision mode, their window shares
   std::int64_t exportedPrecursorCount = 0;
   std::vector<std::int32_t> debugScans;         // scans inspected with debug mode "2"
 };

@@ -44,6 +44,7 @@ void detectScans(DetectionContext& context, const std::vector<ScanTask>& tasks, 
     own[w] = context;
     own[w].features.clear();
     own[w].records.clear();
+    own[w].windowShares.clear();
     own[w].exportedPrecursorCount = 0;
     const std::size_t first = w * tasks.size() / workers;
     const std::size_t last = (w + 1) * tasks.size() / workers;
@@ -63,6 +64,7 @@ void detectScans(DetectionContext& context, const std::vector<ScanTask>& tasks, 
     context.features.insert(context.features.end(), std::make_move_iterator(worker.features.begin()),
                             std::make_move_iterator(worker.features.end()));
     context.records.insert(context.records.end(), worker.records.begin(), worker.records.end());
+    context.windowShares.insert(context.windowShares.end(), worker.windowShares.begin(), worker.windowShares.end());
     context.exportedPrecursorCount += worker.exportedPrecursorCount;
   }
 }

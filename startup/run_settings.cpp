@@ -28,6 +28,12 @@ DetectionSettings detectionSettingsFrom(const ParameterTable& parameters) {
   settings.outputSvmLight = flag(parameters, "outputsvmlight");
   settings.checkActivationCenter = flag(parameters, "check_activationcenter");
   settings.dataPath = valueOrEmpty(parameters, "datapath");
+  if (flag(parameters, "precision_mode")) {
+    // A precursor's monoisotopic peak may be missing from the scan just before the MS2 scan and
+    // present in the next one: precision mode starts candidates from both neighbours as well.
+    settings.checkActivationCenter = false;
+    settings.precisionCandidates = true;
+  }
   return settings;
 }
 
@@ -73,6 +79,7 @@ PairSettings pairSettingsFrom(const ParameterTable& parameters) {
   settings.writeTrainingData = flag(parameters, "output_trainingdata");
   settings.exportUnchecked = flag(parameters, "export_unchecked_mono");
   settings.precisionMode = flag(parameters, "precision_mode");
+  settings.keepEveryCandidate = valueOrEmpty(parameters, "output_all_mars_y") == "1";
   settings.deleteSpectrumFiles = flag(parameters, "delete_msn");
   settings.debugOff = valueOrEmpty(parameters, "debug_mode") == "0";
   settings.rewriteFiles = valueOrEmpty(parameters, "rewrite_files") != "0";

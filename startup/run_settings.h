@@ -50,6 +50,9 @@ struct PairSettings {
   bool writeTrainingData = false;  // output_trainingdata
   bool exportUnchecked = false;    // export_unchecked_mono
   bool precisionMode = false;      // precision_mode
+  // output_all_mars_y "1": every candidate is kept, in precision mode too (the classifier's
+  // training tables are written so).
+  bool keepEveryCandidate = false;
   bool deleteSpectrumFiles = false;  // delete_msn
   bool debugOff = true;            // debug_mode is exactly "0"
   bool rewriteFiles = false;       // rewrite_files is not "0"

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <limits>
@@ -155,6 +156,62 @@ TEST_F(DetectCandidates, ChargeTwoWithOneIsotopeInWindowSurvivesOnlyBelowAQuarte
                       "1 IsoPeakInwindow  \nMS2 20"),
             std::string::npos)
       << text;
+}
+
+TEST_F(DetectCandidates, PrecisionModeLetsAStartWithOneIsotopeInTheWindowThroughAndMeasuresItsShare) {
+  const double center = 500.0;
+  // The start of the case above that test 5 rejects, beside a noise peak of the same height.
+  const double high = center + 0.6;
+  setRow(neutral(high, 2), {1.0, 0.8, 0.0, 0.0, 0.0});
+  const MS1File file = flatFile({{499.5, 1000.0}, {high, 1000.0}, {high + 0.5015, 800.0}});
+  run(file, defaultParameters(), center);
+  EXPECT_TRUE(context.records.empty());
+  EXPECT_TRUE(context.windowShares.empty());
+
+  ParameterTable precise = defaultParameters();
+  testing::setParameter(precise, "precision_mode", "1");
+  run(file, precise, center);
+  ASSERT_EQ(context.records.size(), 1u);
+  EXPECT_EQ(context.records[0].charge, 2.0);
+  EXPECT_EQ(context.features[0][kFeatureIsoPeakInWindow], 1.0);
+  // Of the related scan's 2000 inside the window, the start's 1000 lies on the candidate; its
+  // second isotope lies beyond the window.
+  ASSERT_EQ(context.windowShares.size(), 1u);
+  EXPECT_DOUBLE_EQ(context.windowShares[0], 0.5);
+}
+
+TEST_F(DetectCandidates, TheWindowShareCountsIsotopesZeroToThreeOfTheRelatedScanOnly) {
+  const double center = 500.0;
+  const double mono = 499.2;
+  setRow(neutral(mono, 2), {1.0, 0.8, 0.6, 0.4, 0.2});
+  // Isotopes 0..4 of a 2+ ion (spacing 1.0033548 / 2); isotope 4 at 501.207 lies outside the
+  // window, and a peak at 500.9 belongs to nothing.
+  std::vector<Peak> peaks;
+  const double heights[] = {1000.0, 800.0, 600.0, 400.0, 200.0};
+  for (int k = 0; k < 5; ++k) peaks.push_back({mono + k * 1.0033548 / 2, heights[k]});
+  peaks.push_back({500.9, 400.0});
+  std::vector<MS1Spectrum> scans;
+  for (int i = 0; i < 20; ++i) {
+    // Only the related scan (index 9) holds the unrelated peak.
+    std::vector<Peak> own = peaks;
+    if (i != 9) own.pop_back();
+    std::sort(own.begin(), own.end(), [](const Peak& a, const Peak& b) { return a.mz < b.mz; });
+    scans.push_back(testing::makeScan(static_cast<std::uint32_t>(2 * i + 1), own));
+  }
+  ParameterTable precise = defaultParameters();
+  testing::setParameter(precise, "precision_mode", "1");
+  run(testing::makeMs1File(scans), precise, center);
+  ASSERT_FALSE(context.records.empty());
+  ASSERT_EQ(context.windowShares.size(), context.records.size());
+  bool found = false;
+  for (std::size_t i = 0; i < context.records.size(); ++i) {
+    if (context.records[i].charge == 2.0 && std::fabs(context.records[i].mz - mono) < 1e-3) {
+      found = true;
+      // Isotopes 0..3, all inside the window: 2800 of the related scan's 3200 there.
+      EXPECT_NEAR(context.windowShares[i], 2800.0 / 3200.0, 1e-12);
+    }
+  }
+  EXPECT_TRUE(found);
 }
 
 TEST_F(DetectCandidates, ChargeFiveWithTwoIsotopesIsRejected) {
@@ -313,6 +370,17 @@ TEST(IsolationWidth, ReadsTheSettingAsAReal) {
   EXPECT_EQ(isolationWidth(makeDetectionContext(parameters, file)), 2.5);
   testing::setParameter(parameters, "isolation_width", "abc");
   EXPECT_EQ(isolationWidth(makeDetectionContext(parameters, file)), 0.0);
+}
+
+TEST(ReadDetectionSettings, PrecisionModeGathersFromBothNeighboursWhateverTheCenterCheckSays) {
+  ParameterTable parameters = defaultParameters();
+  EXPECT_TRUE(detectionSettingsFrom(parameters).checkActivationCenter);
+  EXPECT_FALSE(detectionSettingsFrom(parameters).precisionCandidates);
+  testing::setParameter(parameters, "precision_mode", "1");
+  testing::setParameter(parameters, "check_activationcenter", "1");
+  const DetectionSettings settings = detectionSettingsFrom(parameters);
+  EXPECT_FALSE(settings.checkActivationCenter);
+  EXPECT_TRUE(settings.precisionCandidates);
 }
 
 TEST(ReadDetectionSettings, SwitchesAreOnOnlyForTheTextOne) {
