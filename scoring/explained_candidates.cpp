@@ -44,4 +44,8 @@ bool isExplainedBy(const PrecursorRecord& candidate, const PrecursorRecord& bett
   return isotopeOf(candidate.mz, better, 0, last, settings.tolerancePpm) >= 0;
 }
 
+bool isSamePrecursor(const PrecursorRecord& a, const PrecursorRecord& b, const ExplainedCandidateSettings& settings) {
+  return wholeCharge(a.charge) == wholeCharge(b.charge) && samePeak(a.mz, b.mz, settings.tolerancePpm);
+}
+
 }  // namespace corvid

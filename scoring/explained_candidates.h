@@ -23,4 +23,8 @@ ExplainedCandidateSettings defaultExplainedCandidateSettings();
 bool isExplainedBy(const PrecursorRecord& candidate, const PrecursorRecord& better,
                    const ExplainedCandidateSettings& settings);
 
+// Whether two candidates are one precursor: the same charge and the same m/z within the
+// tolerance (near starts of one ion, from the MS1 scans on both sides of the MS2 scan).
+bool isSamePrecursor(const PrecursorRecord& a, const PrecursorRecord& b, const ExplainedCandidateSettings& settings);
+
 }  // namespace corvid

@@ -18,7 +18,18 @@ bool sameCharge(const PrecursorRecord& a, const PrecursorRecord& b) {
   return std::lround(a.charge) == std::lround(b.charge);
 }
 
-void fillContext(const std::vector<RankedCandidate>& ranked, std::size_t a, double topPif, double* context) {
+// The greatest value of a candidate quantity over the scan.
+template <typename Value>
+double greatestOf(const std::vector<RankedCandidate>& ranked, Value value) {
+  double greatest = value(ranked.front());
+  for (const RankedCandidate& candidate : ranked) greatest = std::max(greatest, value(candidate));
+  return greatest;
+}
+
+double relativeTo(double value, double greatest) { return greatest > 0.0 ? value / greatest : 0.0; }
+
+void fillContext(const std::vector<RankedCandidate>& ranked, std::size_t a, double topPif, double topShare,
+                 double* context) {
   const RankedCandidate& candidate = ranked[a];
   const ExplainedCandidateSettings echo = defaultExplainedCandidateSettings();
   bool isotopeOfBetter = false;
@@ -38,21 +49,22 @@ void fillContext(const std::vector<RankedCandidate>& ranked, std::size_t a, doub
   context[kContextRank] = static_cast<double>(a);
   context[kContextScoreBelowBest] = candidate.score - ranked.front().score;
   context[kContextCandidatesInScan] = static_cast<double>(ranked.size());
-  context[kContextRelativePif] = topPif > 0.0 ? pif / topPif : 0.0;
+  context[kContextRelativePif] = relativeTo(pif, topPif);
   context[kContextIsotopeOfBetter] = isotopeOfBetter ? 1.0 : 0.0;
   context[kContextOtherChargeOfBetter] = otherChargeOfBetter ? 1.0 : 0.0;
   context[kContextBetterIsItsIsotope] = betterIsItsIsotope ? 1.0 : 0.0;
+  context[kContextRelativeWindowShare] = relativeTo(candidate.windowShare, topShare);
 }
 
 }  // namespace
 
 const std::vector<std::string>& classifierInputNames() {
   static const std::vector<std::string> names = {
-      "f_charge", "f_max_similarity", "f_mz_spread", "f_mono_plus_one_cosine", "f_isotope_share",
+      "f_charge", "f_max_similarity", "f_mono_plus_one_cosine", "f_isotope_share",
       "f_minus_one_mono_cosine", "f_isotope_peaks_in_window", "f_isotope_length", "f_charge_times_mz",
       "f_elution_boundaries", "f_precursor_ion_fraction", "f_shifted_similarity_one", "f_shifted_similarity_two",
-      "score", "rank", "score_below_best", "candidates_in_scan", "relative_pif", "isotope_of_better",
-      "other_charge_of_better", "better_is_its_isotope"};
+      "f_window_share", "score", "rank", "score_below_best", "candidates_in_scan", "relative_pif",
+      "isotope_of_better", "other_charge_of_better", "better_is_its_isotope", "relative_window_share"};
   return names;
 }
 
@@ -65,14 +77,15 @@ void requireClassifierInputs(const BoostedTrees& model, const std::string& origi
 std::vector<CandidateJudgement> judgeCandidates(const BoostedTrees& model, const std::vector<RankedCandidate>& ranked) {
   std::vector<CandidateJudgement> judgements(ranked.size());
   if (ranked.empty()) return judgements;
-  double topPif = ranked.front().features[kFeaturePif];
-  for (const RankedCandidate& candidate : ranked) topPif = std::max(topPif, candidate.features[kFeaturePif]);
+  const double topPif = greatestOf(ranked, [](const RankedCandidate& c) { return c.features[kFeaturePif]; });
+  const double topShare = greatestOf(ranked, [](const RankedCandidate& c) { return c.windowShare; });
   double inputs[kClassifierInputCount];
-  double* const context = inputs + kDetectedFeatureCount + 1;
+  double* const context = inputs + kClassifierFeatureCount + 2;
   for (std::size_t a = 0; a < ranked.size(); ++a) {
-    std::copy_n(ranked[a].features.begin(), kDetectedFeatureCount, inputs);
-    inputs[kDetectedFeatureCount] = ranked[a].score;
-    fillContext(ranked, a, topPif, context);
+    for (std::size_t f = 0; f < kClassifierFeatureCount; ++f) inputs[f] = ranked[a].features[kClassifierFeatures[f]];
+    inputs[kClassifierFeatureCount] = ranked[a].windowShare;
+    inputs[kClassifierFeatureCount + 1] = ranked[a].score;
+    fillContext(ranked, a, topPif, topShare, context);
     judgements[a].probability = treeEnsembleProbability(model, inputs);
     judgements[a].clearCoIsolated = ranked[a].score > kCoIsolatedScore && context[kContextIsotopeOfBetter] == 0.0 &&
                                     context[kContextOtherChargeOfBetter] == 0.0 &&
@@ -84,21 +97,23 @@ std::vector<CandidateJudgement> judgeCandidates(const BoostedTrees& model, const
 std::vector<std::size_t> chosenCandidates(const BoostedTrees& model, const std::vector<RankedCandidate>& ranked,
                                           const std::vector<CandidateJudgement>& judgements) {
   std::vector<std::size_t> kept;
-  for (std::size_t i = 0; i < ranked.size(); ++i) {
-    if (judgements[i].probability > model.keepProbability || judgements[i].clearCoIsolated) kept.push_back(i);
-  }
   const auto probability = [&](std::size_t i) { return judgements[i].probability; };
+  for (std::size_t i = 0; i < ranked.size(); ++i) {
+    if (probability(i) > model.keepProbability || (judgements[i].clearCoIsolated && probability(i) > kLeastProbability)) {
+      kept.push_back(i);
+    }
+  }
+  // Probability times share of the window's current: the likely dominant precursor first.
+  const auto carried = [&](std::size_t i) { return probability(i) * ranked[i].windowShare; };
   if (kept.empty() && !ranked.empty()) {
-    // The scan's spectrum is exported anyway; its likeliest candidate beats the recorded
-    // precursor, which is rarely monoisotopic.
+    // Nothing sure: the candidate that most likely carries the most current, unless even that one
+    // is improbable.
     std::size_t likeliest = 0;
     for (std::size_t i = 1; i < ranked.size(); ++i) {
-      if (probability(i) > probability(likeliest)) likeliest = i;
+      if (carried(i) > carried(likeliest)) likeliest = i;
     }
-    kept.push_back(likeliest);
+    if (probability(likeliest) > kLeastProbability) kept.push_back(likeliest);
   }
-  // Probability times share of the precursor current: the likely dominant precursor first.
-  const auto carried = [&](std::size_t i) { return probability(i) * ranked[i].features[kFeaturePif]; };
   std::stable_sort(kept.begin(), kept.end(), [&](std::size_t a, std::size_t b) { return carried(a) > carried(b); });
   return kept;
 }
@@ -112,13 +127,14 @@ std::size_t selectPrecisePrecursors(const BoostedTrees& model, const std::vector
   kept.reserve(records.size());
   std::vector<double> scores(records.size());
   for (std::size_t i = 0; i < records.size(); ++i) {
-    if (features[i].size() < kDetectedFeatureCount) {
-      throw RunFailure("a candidate has fewer than 13 features", FailureKind::kOutOfBounds);
+    if (features[i].size() <= kFeatureWindowShare) {
+      throw RunFailure("a candidate lacks its score or window share", FailureKind::kOutOfBounds);
     }
     scores[i] = scoreByChoice(kScoreModel, std::span<const double>(features[i].data(), kDetectedFeatureCount));
   }
   std::vector<std::size_t> order;
   std::vector<RankedCandidate> ranked;
+  const ExplainedCandidateSettings echo = defaultExplainedCandidateSettings();
   std::size_t start = 0;
   while (start < records.size()) {
     std::size_t end = start + 1;
@@ -129,8 +145,14 @@ std::size_t selectPrecisePrecursors(const BoostedTrees& model, const std::vector
     }
     // Descending score, equal scores in detection order: the order the model was trained on.
     std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return scores[a] > scores[b]; });
+    // One precursor found twice (from near start peaks) is judged once, as its better-ranked copy.
     ranked.clear();
-    for (const std::size_t i : order) ranked.push_back({records[i], features[i], scores[i]});
+    for (const std::size_t i : order) {
+      const bool repeated = std::any_of(ranked.begin(), ranked.end(), [&](const RankedCandidate& earlier) {
+        return isSamePrecursor(records[i], earlier.record, echo);
+      });
+      if (!repeated) ranked.push_back({records[i], features[i], scores[i], features[i][kFeatureWindowShare]});
+    }
     for (const std::size_t k : chosenCandidates(model, ranked, judgeCandidates(model, ranked))) {
       kept.push_back(ranked[k].record);
     }

@@ -6,7 +6,7 @@
 
 namespace corvid {
 
-// 13 values after detection, 14 after scoring (the score is appended last).
+// 13 values after detection, 14 after scoring (the score is appended last), 15 in precision mode.
 using PrecursorFeatures = std::vector<double>;
 
 enum FeaturePosition : std::size_t {
@@ -24,6 +24,9 @@ enum FeaturePosition : std::size_t {
   kFeatureShiftedSimilarityOne = 11,  // one leading zero
   kFeatureShiftedSimilarityTwo = 12,  // two leading zeros
   kFeatureScore = 13,
+  // Precision mode only, appended after the score: the share of the window's current in the MS1
+  // scan before the MS2 scan that lies on the candidate's isotopes 0..3.
+  kFeatureWindowShare = 14,
 };
 
 inline constexpr std::size_t kDetectedFeatureCount = 13;

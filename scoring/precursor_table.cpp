@@ -67,13 +67,14 @@ bool isRecordedPrecursor(const MS2Spectrum& spectrum, const PrecursorRecord& row
 
 }  // namespace
 
-std::string precursorTableHeader() {
+std::string precursorTableHeader(bool withWindowShare) {
   std::string header =
       "native_id\tscan\tretention_time_s\tactivation\tanalyzer\trecorded_mz\trecorded_charge\trank\tmz\tcharge\tscore";
   for (const char* name : kFeatureNames) {
     header += '\t';
     header += name;
   }
+  if (withWindowShare) header += "\tf_window_share";
   header += "\trecorded_precursor_kept\n";
   return header;
 }
@@ -119,7 +120,7 @@ std::unordered_map<std::uint32_t, std::string> readNativeIds(const std::string& 
 void appendPrecursorTableRows(GroupExport group, const MS2File& ms2File,
                               const std::vector<PrecursorFeatures>& keptFeatures,
                               const std::unordered_map<std::uint32_t, std::string>& nativeIds,
-                              std::string& table) {
+                              std::string& table, bool withWindowShare) {
   const PrecursorRecord* first = group.accepted.data();
   // Whether a scan's exported precursors include the recorded one, known once its rows are seen:
   // rows are gathered per scan and written when the scan changes.
@@ -164,6 +165,7 @@ void appendPrecursorTableRows(GroupExport group, const MS2File& ms2File,
       appendInteger(line, spectrum.charge);
       line += '\t';
       for (std::size_t f = 0; f < kDetectedFeatureCount; ++f) line += '\t';
+      if (withWindowShare) line += '\t';
       line += '\t';
       recordedKept = true;
     } else {
@@ -178,6 +180,10 @@ void appendPrecursorTableRows(GroupExport group, const MS2File& ms2File,
       for (std::size_t f = 0; f < kDetectedFeatureCount; ++f) {
         line += '\t';
         if (f < features.size()) appendNumber(line, features[f]);
+      }
+      if (withWindowShare) {
+        line += '\t';
+        if (features.size() > kFeatureWindowShare) appendNumber(line, features[kFeatureWindowShare]);
       }
       line += '\t';
       if (isRecordedPrecursor(spectrum, *row)) recordedKept = true;

@@ -16,8 +16,9 @@ namespace corvid {
 
 inline constexpr const char* kPrecursorTableSuffix = ".precursors.tsv";
 
-// The header line, with its line end.
-std::string precursorTableHeader();
+// The header line, with its line end. Precision mode adds the column f_window_share after the 13
+// features.
+std::string precursorTableHeader(bool withWindowShare = false);
 
 // The features of each kept record: kept is a subset of candidates (exact copies, as the
 // threshold filter and the precision drop leave them); features[i] belongs to candidates[i].
@@ -35,7 +36,7 @@ std::unordered_map<std::uint32_t, std::string> readNativeIds(const std::string& 
 void appendPrecursorTableRows(GroupExport group, const MS2File& ms2File,
                               const std::vector<PrecursorFeatures>& keptFeatures,
                               const std::unordered_map<std::uint32_t, std::string>& nativeIds,
-                              std::string& table);
+                              std::string& table, bool withWindowShare = false);
 
 // Writes the table as bytes (LF line ends) through a pending file; an "Error" line and false when
 // it cannot be written.

@@ -187,7 +187,9 @@ struct PairRun {
   std::vector<PrecursorFeatures> keptFeatures;
   std::unordered_map<std::uint32_t, std::string> nativeIds;
   CorrectionsByScan* corrections = nullptr;  // the corrected mzML's precursors, when asked for
-  const BoostedTrees* precisionModel = nullptr;  // precision_mode's classifier, when the mode is on
+  // precision_mode's classifier, when the mode chooses the precursors (not when every candidate is
+  // kept).
+  const BoostedTrees* precisionModel = nullptr;
 };
 
 // The group's exported precursors in MGF block order, with their scores, for the corrected mzML.
@@ -253,6 +255,17 @@ void scoreWithProbabilities(const SvmJob& job, std::vector<PrecursorFeatures>& f
   for (std::size_t i = 0; i < features.size(); ++i) features[i].push_back(scores[i]);
 }
 
+// Precision mode: each scored candidate's window share goes after its score.
+void appendWindowShares(DetectionContext& context) {
+  if (context.windowShares.size() != context.features.size()) {
+    throw RunFailure("window shares and candidates differ in number", FailureKind::kOutOfBounds);
+  }
+  for (std::size_t i = 0; i < context.features.size(); ++i) {
+    context.features[i].resize(kFeatureWindowShare, std::nan(""));
+    context.features[i].push_back(context.windowShares[i]);
+  }
+}
+
 // Scores the group's candidates and keeps those above the threshold, with the reference-list
 // reports before and after scoring.
 void scoreAndFilterGroup(PairRun& run, int group) {
@@ -279,6 +292,7 @@ void scoreAndFilterGroup(PairRun& run, int group) {
   std::vector<PrecursorRecord> candidates;
   const bool keepFeatures = run.writeTable || run.corrections != nullptr;
   if (keepFeatures) candidates = run.context.records;
+  if (settings.precisionMode) appendWindowShares(run.context);
   if (run.precisionModel != nullptr) {
     const std::size_t candidateCount = run.context.records.size();
     const std::size_t dropped = selectPrecisePrecursors(*run.precisionModel, run.context.features, run.context.records);
@@ -288,6 +302,15 @@ void scoreAndFilterGroup(PairRun& run, int group) {
     filterByThreshold(settings.threshold, scores, run.context.records);
   }
   if (keepFeatures) run.keptFeatures = featuresOfKept(candidates, run.context.features, run.context.records);
+}
+
+// The number of scans of the group that kept no precursor.
+std::size_t scansWithoutKept(const std::vector<std::size_t>& positions, const std::vector<PrecursorRecord>& kept) {
+  std::size_t scansWithKept = 0;
+  for (std::size_t i = 0; i < kept.size(); ++i) {
+    if (i == 0 || kept[i].scan != kept[i - 1].scan) ++scansWithKept;
+  }
+  return positions.size() > scansWithKept ? positions.size() - scansWithKept : 0;
 }
 
 // Writes the group's spectra and appends its report rows.
@@ -303,13 +326,22 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
       run.outputsIncomplete = true;
     }
   }
-  if (run.writeTable) appendPrecursorTableRows(exported, run.ms2File, run.keptFeatures, run.nativeIds, run.table);
+  if (run.writeTable) appendPrecursorTableRows(exported, run.ms2File, run.keptFeatures, run.nativeIds, run.table, run.settings.precisionMode);
   if (run.corrections != nullptr) collectCorrections(exported, run.ms2File, run.keptFeatures, *run.corrections);
   if (reference != nullptr) resetFound(*reference);
   logMessage(LogLabel::kNote, "Writing CSV...");
   const std::vector<std::uint32_t>* listed = run.debug.mode == DebugMode::kScanList ? &run.debug.scans : nullptr;
   const std::size_t scansWithoutPrecursor =
-      writeReportRows(run.ms2File, positions, run.context.records, group, listed, reference, run.report);
+      writeReportRows(run.ms2File, positions, run.context.records, group, listed, reference, run.report,
+                      !run.settings.precisionMode);
+  if (run.settings.precisionMode && !positions.empty()) {
+    const std::size_t none = scansWithoutKept(positions, run.context.records);
+    if (none > 0) {
+      logMessage(LogLabel::kNote, "Precision mode found no precursor in " + std::to_string(none) +
+                                      " MS2 scans: their report rows list none, and their spectra keep the "
+                                      "recorded precursor.");
+    }
+  }
   if (scansWithoutPrecursor > 0) {
     logMessage(LogLabel::kAlert, std::to_string(scansWithoutPrecursor) +
                             " MS2 scans were reported with 0 precursors: their kept precursors were out of scan order.");
@@ -326,6 +358,7 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
 void processGroup(PairRun& run, int group) {
   run.context.features.clear();
   run.context.records.clear();
+  run.context.windowShares.clear();
   const std::vector<std::size_t> positions = groupPositions(run.ms2File, group);
   detectScans(run.context, groupScanTasks(run.ms2File, positions, group, run.debug, run.scans), run.settings.threads);
   std::printf("\n");
@@ -448,11 +481,11 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   }
 
   PairRun run{settings, parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}, !kx1Written, false, {}, {}, {}, corrections};
-  if (settings.precisionMode) run.precisionModel = &loadPrecisionModel(parameters);
+  if (settings.precisionMode && !settings.keepEveryCandidate) run.precisionModel = &loadPrecisionModel(parameters);
   startReportText(run.report);
   if (settings.writeTable) {
     run.writeTable = true;
-    run.table = precursorTableHeader();
+    run.table = precursorTableHeader(run.settings.precisionMode);
     run.nativeIds = readNativeIds(extractionSummaryFor(ms2Path));
   }
   for (int group = 0; group < kActivationGroupCount; ++group) {

@@ -272,7 +272,10 @@ void runOnce(ParameterTable& table) {
   if (isOn(valueOrEmpty(table, "strict_exit"))) requestStrictExit();
   validatePaths(table);
   checkParameterValues(table);
-  if (isOn(valueOrEmpty(table, "precision_mode"))) loadPrecisionModel(table);
+  // The classifier is read before any file is touched, unless every candidate is kept anyway.
+  if (isOn(valueOrEmpty(table, "precision_mode")) && valueOrEmpty(table, "output_all_mars_y") != "1") {
+    loadPrecisionModel(table);
+  }
   dispatchRun(table);
   if (table["Resetpath"] == "1") table["outputpath"] = std::string(kEmptyPath);
 }

@@ -1,7 +1,7 @@
 // precision_mode through the real binary on the fixture pair (two co-eluting peptides, 500.25 2+
-// and 500.90 3+, in every CID scan's window). Every candidate is kept (output_all_mars_y), so
-// that isotopes and charge harmonics of the two peptides reach the report; the mode must drop
-// them and keep both peptides.
+// and 500.90 3+, in every CID scan's window). The default run keeps every candidate
+// (output_all_mars_y), so that isotopes and charge harmonics of the two peptides reach its report;
+// the mode must drop them and keep both peptides.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -32,7 +32,7 @@ struct ModeRun {
     fs::copy_file(folder / (stem + ".ms1"), data / (stem + ".ms1"));
     fs::copy_file(folder / (stem + ".ms2"), data / (stem + ".ms2"));
     writeFile(dir.path() / "run.para",
-              "datapath = " + data.string() + "/\ninput_format = ms1\noutput_all_mars_y = 1\n" + extra);
+              "datapath = " + data.string() + "/\ninput_format = ms1\n" + extra);
     result = runCorvid(dir.path(), {(dir.path() / "run.para").string()});
     csv = readFile(data / (stem + ".csv"));
     mgf = readFile(data / (stem + "_CIDIT.mgf"));
@@ -61,7 +61,7 @@ std::vector<std::string> precursorsOf(const std::string& row) {
 
 TEST(PrecisionModeEndToEnd, DropsIsotopesAndHarmonicsButKeepsBothPeptides) {
   ModeRun plain;
-  plain.run("");
+  plain.run("output_all_mars_y = 1\n");
   ModeRun precise;
   precise.run("precision_mode = 1\n");
   ASSERT_EQ(plain.result.status, 0) << plain.result.out;
@@ -79,10 +79,50 @@ TEST(PrecisionModeEndToEnd, DropsIsotopesAndHarmonicsButKeepsBothPeptides) {
   EXPECT_LT(precise.mgf.size(), plain.mgf.size());
 }
 
+TEST(PrecisionModeEndToEnd, AScanWithoutAFoundPrecursorListsNoneButKeepsItsSpectrum) {
+  // Scan 5 isolates 900.50, where no MS1 peak lies.
+  for (const std::string mode : {"0", "1"}) {
+    ModeRun run;
+    const fs::path data = run.dir.path() / "data";
+    fs::create_directories(data);
+    fs::copy_file(kFixture / "run1.ms1", data / "run1.ms1");
+    std::string ms2 = readFile(kFixture / "run1.ms2");
+    const std::size_t scan5 = ms2.find("S\t000005\t000005");
+    const std::size_t center = ms2.find("I\tActivationCenter\t500.50", scan5);
+    ASSERT_NE(center, std::string::npos);
+    ms2.replace(center, std::string("I\tActivationCenter\t500.50").size(), "I\tActivationCenter\t900.50");
+    writeFile(data / "run1.ms2", ms2);
+    writeFile(run.dir.path() / "run.para",
+              "datapath = " + data.string() + "/\ninput_format = ms1\nprecision_mode = " + mode + "\n");
+    run.result = runCorvid(run.dir.path(), {(run.dir.path() / "run.para").string()});
+    ASSERT_EQ(run.result.status, 0) << run.result.out;
+    run.csv = readFile(data / "run1.csv");
+    run.mgf = readFile(data / "run1_CIDIT.mgf");
+    const std::string row = run.rowOf(5);
+    if (mode == "0") {
+      // The recorded precursor stands in.
+      EXPECT_EQ(row, "CID, IT, 5, 500.250000, 2, 1, 1, 500.250000, 2, ");
+      EXPECT_EQ(run.result.out.find("Precision mode found no precursor"), std::string::npos);
+    } else {
+      EXPECT_EQ(row, "CID, IT, 5, 500.250000, 2, 0, ");
+      EXPECT_NE(run.result.out.find("Precision mode found no precursor in 1 MS2 scans: their report rows list "
+                                    "none, and their spectra keep the recorded precursor."),
+                std::string::npos)
+          << run.result.out;
+      EXPECT_EQ(run.result.out.find("out of scan order"), std::string::npos) << run.result.out;
+      // The other scans keep both peptides.
+      EXPECT_EQ(precursorsOf(run.rowOf(8)).size(), 2u) << run.rowOf(8);
+    }
+    // Nothing is lost: the spectrum is exported with its recorded precursor.
+    EXPECT_NE(run.mgf.find("TITLE=run1.5.5.2.0.dta"), std::string::npos) << run.mgf.substr(0, 400);
+  }
+}
+
 // The planted cases: one CID scan after each of 12 MS1 scans, scans 2, 4, ..., 24.
 std::vector<std::vector<std::string>> plantedRows(const std::string& stem, const std::string& mode) {
   ModeRun run;
-  run.run("precision_mode = " + mode + "\n", kPlanted, stem);
+  // The default run keeps every candidate, to show the echoes the mode must drop.
+  run.run("precision_mode = " + mode + "\n" + (mode == "0" ? "output_all_mars_y = 1\n" : ""), kPlanted, stem);
   EXPECT_EQ(run.result.status, 0) << run.result.out;
   std::vector<std::vector<std::string>> rows;
   for (long scan = 2; scan <= 24; scan += 2) rows.push_back(precursorsOf(run.rowOf(scan)));

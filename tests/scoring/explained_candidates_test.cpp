@@ -37,6 +37,15 @@ void expectSame(const std::vector<PrecursorRecord>& actual, const std::vector<Pr
   }
 }
 
+TEST(ExplainedCandidates, ThePrecursorFoundTwiceIsTheSameWithinTwentyPpm) {
+  const ExplainedCandidateSettings settings = defaultExplainedCandidateSettings();
+  const PrecursorRecord found{5, 2, 500.0};
+  EXPECT_TRUE(isSamePrecursor({5, 2, 500.0 * (1 + 19.9e-6)}, found, settings));
+  EXPECT_TRUE(isSamePrecursor({5, 2, 500.0 * (1 - 19.9e-6)}, found, settings));
+  EXPECT_FALSE(isSamePrecursor({5, 2, 500.0 * (1 + 20.1e-6)}, found, settings));
+  EXPECT_FALSE(isSamePrecursor({5, 3, 500.0}, found, settings));  // another charge is no copy
+}
+
 TEST(ExplainedCandidates, IsotopesOfABetterCandidateAreDropped) {
   const PrecursorRecord best{100, 2, 600.3000};
   for (int k = 1; k <= 3; ++k) {

@@ -20,30 +20,33 @@ constexpr double kSpacing = 1.00286;
 
 // A one-tree model over the classifier's inputs: `tree` is the node lines after "tree N".
 BoostedTrees modelOf(const std::string& tree, int nodes) {
-  std::string text = "corvid-boosted-trees 1\ninputs 21";
+  std::string text = "corvid-boosted-trees 1\ninputs " + std::to_string(kClassifierInputCount);
   for (const std::string& name : classifierInputNames()) text += " " + name;
   text += "\nkeep_probability 0.5\nbaseline 0\ntrees 1\ntree " + std::to_string(nodes) + "\n" + tree;
   return parseBoostedTrees(text, "planted model");
 }
 
+// The position of a context value among the classifier's inputs.
+std::string contextInput(ContextPosition position) { return std::to_string(kClassifierFeatureCount + 2 + position); }
+
 // A candidate on a better one's isotopes or at another charge of it gets log-odds -5, every
 // other one +5.
 BoostedTrees echoModel() {
-  const std::string isotope = std::to_string(kDetectedFeatureCount + 1 + kContextIsotopeOfBetter);
-  const std::string other = std::to_string(kDetectedFeatureCount + 1 + kContextOtherChargeOfBetter);
+  const std::string isotope = contextInput(kContextIsotopeOfBetter);
+  const std::string other = contextInput(kContextOtherChargeOfBetter);
   return modelOf("split " + isotope + " 0.5 0 1 4\nsplit " + other + " 0.5 0 2 3\nleaf 5\nleaf -5\nleaf -5\n", 5);
 }
 
 struct Planted {
   std::vector<std::vector<double>> features;
   std::vector<RankedCandidate> ranked;
-  // Candidates must be added best first; pif is the precursor ion fraction.
-  void add(double mz, int charge, double score, double pif = 0.5) {
+  // Candidates must be added best first; share is the window share.
+  void add(double mz, int charge, double score, double share = 0.5) {
     std::vector<double> f(kDetectedFeatureCount, 0.0);
     f[kFeatureCharge] = charge;
-    f[kFeaturePif] = pif;
+    f[kFeaturePif] = 1.0 - share;  // the order must follow the window share, not the PIF
     features.push_back(f);
-    ranked.push_back({{1.0, static_cast<double>(charge), mz}, {}, score});
+    ranked.push_back({{1.0, static_cast<double>(charge), mz}, {}, score, share});
   }
   std::vector<std::string> kept(const BoostedTrees& model) {
     for (std::size_t i = 0; i < ranked.size(); ++i) ranked[i].features = features[i];
@@ -87,7 +90,7 @@ TEST(PreciseSelection, ShippedModelGivesTheProbabilitiesOfItsTraining) {
     Row row;
     std::string field;
     while (std::getline(fields, field, '\t')) row.values.push_back(std::stod(field));
-    ASSERT_EQ(row.values.size(), 4 + kDetectedFeatureCount + 2) << line;
+    ASSERT_EQ(row.values.size(), 4 + kDetectedFeatureCount + 3) << line;
     const long scan = static_cast<long>(row.values[0]);
     if (scans.find(scan) == scans.end()) order.push_back(scan);
     scans[scan].push_back(row);
@@ -100,11 +103,12 @@ TEST(PreciseSelection, ShippedModelGivesTheProbabilitiesOfItsTraining) {
     std::vector<RankedCandidate> ranked;
     for (const Row& row : rows) {
       ranked.push_back({{row.values[0], row.values[2], row.values[1]},
-                        std::span<const double>(row.values.data() + 4, kDetectedFeatureCount), row.values[3]});
+                        std::span<const double>(row.values.data() + 4, kDetectedFeatureCount), row.values[3],
+                        row.values[4 + kDetectedFeatureCount]});
     }
     const std::vector<CandidateJudgement> judged = judgeCandidates(model, ranked);
     for (std::size_t i = 0; i < rows.size(); ++i) {
-      const double expected = rows[i].values[4 + kDetectedFeatureCount];
+      const double expected = rows[i].values[4 + kDetectedFeatureCount + 1];
       EXPECT_NEAR(judged[i].probability, expected, 1e-12) << "scan " << scan << " candidate " << i;
     }
     const std::vector<std::size_t> kept = chosenCandidates(model, ranked, judged);
@@ -153,22 +157,39 @@ TEST(PreciseSelection, TheDominantShareComesFirst) {
   EXPECT_EQ(scan.kept(echoModel()), (std::vector<std::string>{"651.9 3", "649.1 2", "650.3 2"}));
 }
 
-TEST(PreciseSelection, AScanWithNothingKeptKeepsItsLikeliest) {
-  // The first-ranked candidate is the least likely; nothing reaches the keep probability and no
-  // score passes the default threshold.
-  const std::string rank = std::to_string(kDetectedFeatureCount + 1 + kContextRank);
-  const BoostedTrees model = modelOf("split " + rank + " 0.5 0 1 2\nleaf -3\nleaf -1\n", 3);
+TEST(PreciseSelection, AScanWithNothingSureKeepsTheLikeliestCarrierOfCurrent) {
+  // The first-ranked candidate is the least likely (p 0.05); the others have p 0.27, below the
+  // keep probability, and no score passes the default threshold.
+  const BoostedTrees model = modelOf("split " + contextInput(kContextRank) + " 0.5 0 1 2\nleaf -3\nleaf -1\n", 3);
   Planted scan;
-  scan.add(550.28, 2, -0.5);
-  scan.add(720.36, 3, -0.6);
-  scan.add(810.44, 2, -0.7);
-  EXPECT_EQ(scan.kept(model), (std::vector<std::string>{"720.36 3"}));
+  scan.add(550.28, 2, -0.5, 0.9);
+  scan.add(720.36, 3, -0.6, 0.3);
+  scan.add(810.44, 2, -0.7, 0.4);
+  EXPECT_EQ(scan.kept(model), (std::vector<std::string>{"810.44 2"}));
+  // Equal products: the better-ranked one.
+  Planted tie;
+  tie.add(550.28, 2, -0.5);
+  tie.add(720.36, 3, -0.6);
+  tie.add(810.44, 2, -0.7);
+  EXPECT_EQ(tie.kept(model), (std::vector<std::string>{"720.36 3"}));
   Planted empty;
   EXPECT_TRUE(empty.kept(model).empty());
 }
 
-TEST(PreciseSelection, AClearCoIsolatedCandidateIsKeptWhateverTheClassifierSays) {
-  const BoostedTrees doubtful = modelOf("leaf -5\n", 1);
+TEST(PreciseSelection, AScanOfImprobableCandidatesKeepsNone) {
+  // p = 1 / (1 + e^2.2) = 0.0998, just below one chance in ten; a clear co-isolated candidate is
+  // no exception.
+  const BoostedTrees model = modelOf("leaf -2.2\n", 1);
+  Planted scan;
+  scan.add(600.30, 2, 1.0, 0.6);
+  scan.add(600.55, 3, 0.5, 0.4);
+  EXPECT_TRUE(scan.kept(model).empty());
+  // p = 0.1002: the likelier carrier of current is kept after all.
+  EXPECT_EQ(scan.kept(modelOf("leaf -2.196\n", 1)), (std::vector<std::string>{"600.3 2", "600.55 3"}));
+}
+
+TEST(PreciseSelection, AClearCoIsolatedCandidateIsKeptUnlessTheClassifierAllButRulesItOut) {
+  const BoostedTrees doubtful = modelOf("leaf -1.5\n", 1);  // p 0.18: below the keep probability
   Planted scan;
   scan.add(600.30, 2, 1.0, 0.6);
   scan.add(600.55, 3, 0.5, 0.4);                  // kept
@@ -182,7 +203,7 @@ TEST(PreciseSelection, AClearCoIsolatedCandidateIsKeptWhateverTheClassifierSays)
 
 TEST(PreciseSelection, ScansStayApartAndInOrder) {
   const BoostedTrees model = echoModel();
-  std::vector<PrecursorFeatures> features(5, PrecursorFeatures(kDetectedFeatureCount + 1, 0.0));
+  std::vector<PrecursorFeatures> features(5, PrecursorFeatures(kFeatureWindowShare + 1, 0.0));
   std::vector<PrecursorRecord> records = {
       {7, 2, 500.0}, {7, 2, 500.0 + kSpacing / 2}, {3, 3, 400.0}, {9, 2, 800.0}, {9, 3, 801.0}};
   // Identical features give equal scores: nothing is better than anything, all stay.
@@ -191,6 +212,30 @@ TEST(PreciseSelection, ScansStayApartAndInOrder) {
   EXPECT_EQ(records[0].scan, 7);
   EXPECT_EQ(records[2].scan, 3);
   EXPECT_EQ(records[4].scan, 9);
+}
+
+TEST(PreciseSelection, APrecursorFoundTwiceIsReportedOnce) {
+  // Scan 7: the same 2+ ion started from two peaks 3 ppm apart, and a 3+ ion; scan 9: one ion.
+  std::vector<PrecursorFeatures> features(4, PrecursorFeatures(kFeatureWindowShare + 1, 0.0));
+  features[0][kFeatureMaxSim] = 0.9;  // the first start scores better than its copy
+  std::vector<PrecursorRecord> records = {{7, 2, 500.0}, {7, 2, 500.0015}, {7, 3, 500.4}, {9, 2, 800.0}};
+  EXPECT_EQ(selectPrecisePrecursors(echoModel(), features, records), 1u);
+  ASSERT_EQ(records.size(), 3u);
+  EXPECT_EQ(records[0].mz, 500.0);
+  EXPECT_EQ(records[0].charge, 2.0);
+  EXPECT_EQ(records[1].charge, 3.0);
+  EXPECT_EQ(records[2].scan, 9.0);
+}
+
+TEST(PreciseSelection, ACandidateWithoutItsWindowShareIsOutOfBounds) {
+  std::vector<PrecursorFeatures> features(1, PrecursorFeatures(kFeatureWindowShare, 0.0));
+  std::vector<PrecursorRecord> records = {{1, 2, 500.0}};
+  try {
+    selectPrecisePrecursors(echoModel(), features, records);
+    FAIL() << "no failure";
+  } catch (const RunFailure& failure) {
+    EXPECT_EQ(failure.kind, FailureKind::kOutOfBounds);
+  }
 }
 
 TEST(PreciseSelection, ListsOfDifferentLengthsAreOutOfBounds) {

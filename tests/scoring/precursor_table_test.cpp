@@ -99,6 +99,32 @@ TEST(PrecursorTable, RowsFollowTheMgfBlocks) {
   EXPECT_EQ(table, expected);
 }
 
+TEST(PrecursorTable, PrecisionModeAddsTheWindowShareColumn) {
+  const std::string header = precursorTableHeader(true);
+  EXPECT_TRUE(header.ends_with("\tf_shifted_similarity_two\tf_window_share\trecorded_precursor_kept\n")) << header;
+  MS2File file;
+  file.spectra = {spectrumAt(3, 500.25, 2), spectrumAt(4, 700.0, 3)};
+  GroupExport group;
+  group.spectrumPositions = {0, 1};
+  group.accepted = {{3, 3, 500.9}};
+  PrecursorFeatures features = featuresWithScore(1, 0.75);
+  features.push_back(0.125);  // the window share, after the score
+  std::string table;
+  StdoutCapture capture;
+  appendPrecursorTableRows(group, file, {features}, {}, table, true);
+  capture.text();
+  const std::string expected =
+      "\t3\t63.500000\tCID\tIT\t500.250000\t2\t1\t500.900000\t3\t0.750000\t1.000000\t2.000000\t3.000000\t"
+      "4.000000\t5.000000\t6.000000\t7.000000\t8.000000\t9.000000\t10.000000\t11.000000\t12.000000\t13.000000\t"
+      "0.125000\t0\n"
+      "\t4\t64.500000\tCID\tIT\t700.000000\t3\t0\t700.000000\t3\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t\t1\n";
+  EXPECT_EQ(table, expected);
+  // Every row has as many fields as the header.
+  const auto fields = [](std::string_view line) { return std::count(line.begin(), line.end(), '\t'); };
+  EXPECT_EQ(fields(table.substr(0, table.find('\n'))), fields(header));
+  EXPECT_EQ(fields(table.substr(table.find('\n') + 1)), fields(header));
+}
+
 TEST(PrecursorTable, RecordedPrecursorNotAmongTheExported) {
   MS2File file;
   file.spectra = {spectrumAt(3, 500.25, 2)};

@@ -4,16 +4,18 @@
 Usage: train_precision_model.py OUT_MODEL RUN_DIR:TABLE [RUN_DIR:TABLE ...] [--check FIXTURE_TSV SCANS]
 
 RUN_DIR holds NAME.truth.tsv (one row per MS2 scan and ion really in its isolation window);
-TABLE is Corvid's NAME.precursors.tsv of that run written with every candidate kept
-(output_table = 1, a threshold far below every score). A candidate is labelled real when a true
-ion of charge 2 or more lies within 10 ppm of its m/z with the same charge.
+TABLE is Corvid's NAME.precursors.tsv of that run written in precision mode with every candidate
+kept (precision_mode = 1, output_all_mars_y = 1, output_table = 1). A candidate is labelled real
+when a true ion of charge 2 or more lies within 10 ppm of its m/z with the same charge.
 
-The classifier sees the 13 detection features, the default model's score and seven values that
+The classifier sees 12 of the 13 detection features (not the m/z spread, which measures the
+instrument's calibration), the window share, the default model's score and eight values that
 compare the candidate with the others of its scan (see context_values). It is a gradient-boosted
 tree ensemble (scikit-learn's HistGradientBoostingClassifier, fixed seed, no early stopping), so
 the same runs give the same file. The probability to keep a candidate is chosen by leaving each
 run out in turn: the highest one at which recall over the ions with at least 10 % of the window's
-current stays within one point of what the plain threshold keeps.
+current stays within one point of what the plain threshold keeps. A scan whose candidates are all
+improbable reports none (the yardstick counts such a scan as reporting nothing).
 
 With --check, the first SCANS scans of the first table and their probabilities are written to
 FIXTURE_TSV with their probabilities and places among the kept ones (0: dropped), for the C++ test
@@ -29,13 +31,17 @@ from sklearn.ensemble import HistGradientBoostingClassifier
 PPM = 10.0
 ISOTOPE_SPACING = 1.00286  # Corvid's spacing for isotope echoes
 ECHO_PPM = 20.0
-FEATURES = ['f_charge', 'f_max_similarity', 'f_mz_spread', 'f_mono_plus_one_cosine', 'f_isotope_share',
+DETECTED = ['f_charge', 'f_max_similarity', 'f_mz_spread', 'f_mono_plus_one_cosine', 'f_isotope_share',
             'f_minus_one_mono_cosine', 'f_isotope_peaks_in_window', 'f_isotope_length', 'f_charge_times_mz',
             'f_elution_boundaries', 'f_precursor_ion_fraction', 'f_shifted_similarity_one',
             'f_shifted_similarity_two']
+# The m/z spread is left out: it measures the instrument's calibration (the simulator's m/z error
+# here), which another instrument does not share.
+FEATURES = [name for name in DETECTED if name != 'f_mz_spread'] + ['f_window_share']
 PIF = FEATURES.index('f_precursor_ion_fraction')
+SHARE = FEATURES.index('f_window_share')
 CONTEXT = ['rank', 'score_below_best', 'candidates_in_scan', 'relative_pif', 'isotope_of_better',
-           'other_charge_of_better', 'better_is_its_isotope']
+           'other_charge_of_better', 'better_is_its_isotope', 'relative_window_share']
 SETTINGS = dict(max_iter=100, max_leaf_nodes=15, learning_rate=0.1, early_stopping=False, random_state=1)
 THRESHOLDS = [round(0.05 * k, 2) for k in range(2, 15)]
 
@@ -56,15 +62,29 @@ def load_truth(path, zmin=2):
     return scans
 
 
+def same_precursor(a, b):
+    """Same charge and m/z within ECHO_PPM (Corvid's isSamePrecursor)."""
+    mz_a, mz_b = float(a['mz']), float(b['mz'])
+    return int(a['charge']) == int(b['charge']) and abs(mz_a - mz_b) <= mz_b * ECHO_PPM * 1e-6
+
+
 def load_table(path):
     """Rows of Corvid's candidates (rank 0 rows: recorded precursors, no candidate) and each scan's
-    recorded precursor."""
+    recorded precursor. A candidate that is the same precursor as an earlier one of its scan (the
+    table lists a scan's candidates best first) is left out, as Corvid leaves it out."""
     rows, recorded = [], {}
+    scan_rows = []
     with open(path) as f:
         for row in csv.DictReader(f, delimiter='\t'):
             recorded[int(row['scan'])] = (float(row['recorded_mz']), int(row['recorded_charge']))
-            if row['rank'] != '0':
-                rows.append(row)
+            if row['rank'] == '0':
+                continue
+            if scan_rows and scan_rows[0]['scan'] != row['scan']:
+                scan_rows = []
+            if any(same_precursor(row, earlier) for earlier in scan_rows):
+                continue
+            scan_rows.append(row)
+            rows.append(row)
     return rows, recorded
 
 
@@ -104,6 +124,8 @@ def context_values(rows):
     for idx in scans_of(rows).values():
         score = [float(rows[i]['score']) for i in idx]
         pif = [float(rows[i]['f_precursor_ion_fraction']) for i in idx]
+        share = [float(rows[i]['f_window_share']) for i in idx]
+        top_share = max(share)
         mz = [float(rows[i]['mz']) for i in idx]
         z = [int(rows[i]['charge']) for i in idx]
         top_pif = max(pif)
@@ -118,7 +140,7 @@ def context_values(rows):
                 else:
                     other |= explained(mz[a], z[a], mz[b], z[b])
             out[idx[a]] = [a, score[a] - score[0], len(idx), pif[a] / top_pif if top_pif > 0 else 0.0,
-                           int(isotope), int(other), int(below)]
+                           int(isotope), int(other), int(below), share[a] / top_share if top_share > 0 else 0.0]
     return out
 
 
@@ -133,12 +155,13 @@ def labels(rows, truth):
 
 
 CO_ISOLATED_SCORE = -0.34
+LEAST_PROBABILITY = 0.1  # never reported at or below this
 SCORE = len(FEATURES)
 
 
 def clear_co_isolated(x):
     """Passes the default threshold and lies on no better candidate's envelope, nor a better one on
-    its own: always kept."""
+    its own: kept unless improbable."""
     context = x[SCORE + 1:]
     return (x[SCORE] > CO_ISOLATED_SCORE and context[CONTEXT.index('isotope_of_better')] == 0 and
             context[CONTEXT.index('other_charge_of_better')] == 0 and
@@ -146,22 +169,30 @@ def clear_co_isolated(x):
 
 
 def select(rows, X, probability, keep):
-    """Corvid's rule: keep p > keep and clear co-isolated candidates; a scan with none kept keeps
-    its most probable candidate; kept ones ordered by p times the precursor ion fraction. Returns
+    """Corvid's rule: keep p > keep, and clear co-isolated candidates with p > LEAST_PROBABILITY; a
+    scan with none kept keeps the candidate of greatest p times window share when its p is above
+    LEAST_PROBABILITY; kept ones ordered by p times window share (ties in table order). Returns
     scan -> [(mz, z)]."""
     chosen = {}
     for scan, idx in scans_of(rows).items():
-        kept = [i for i in idx if probability[i] > keep or clear_co_isolated(X[i])]
+        carried = {i: probability[i] * X[i][SHARE] for i in idx}
+        kept = [i for i in idx
+                if probability[i] > keep or (clear_co_isolated(X[i]) and probability[i] > LEAST_PROBABILITY)]
         if not kept:
-            kept = [max(idx, key=lambda i: probability[i])]
-        kept.sort(key=lambda i: -probability[i] * float(rows[i]['f_precursor_ion_fraction']))
+            likeliest = idx[0]
+            for i in idx[1:]:
+                if carried[i] > carried[likeliest]:
+                    likeliest = i
+            if probability[likeliest] > LEAST_PROBABILITY:
+                kept = [likeliest]
+        kept.sort(key=lambda i: -carried[i])
         chosen[int(scan)] = [(float(rows[i]['mz']), int(rows[i]['charge'])) for i in kept]
     return chosen
 
 
 def figures(truth, chosen, recorded):
     """R_10, P, top1, reports per scan, as the yardstick counts them (the recorded precursor stands
-    for a scan with nothing chosen)."""
+    for a scan with nothing chosen when recorded has it: the default mode's report)."""
     n10 = hit10 = reports = good = top = top_ok = 0
     for scan, ions in truth.items():
         reported = chosen.get(scan) or ([recorded[scan]] if scan in recorded else [])
@@ -233,7 +264,7 @@ def main(argv):
         others = [r for j, r in enumerate(runs) if j != k]
         model = train(np.vstack([r[4] for r in others]), np.concatenate([r[5] for r in others]))
         probability = model.predict_proba(X)[:, 1]
-        held[name] = {t: figures(truth, select(rows, X, probability, t), recorded) for t in THRESHOLDS}
+        held[name] = {t: figures(truth, select(rows, X, probability, t), {}) for t in THRESHOLDS}
         held[name]['plain'] = plain_figures(truth, rows, recorded)
     mean = lambda key, i: sum(held[n][key][i] for n in held) / len(held)
     keep = THRESHOLDS[0]
@@ -255,13 +286,15 @@ def main(argv):
         probability = model.predict_proba(X)[:, 1]
         chosen = select(rows, X, probability, keep)
         with open(path, 'w', newline='\n') as out:
-            out.write('\t'.join(['scan', 'mz', 'charge', 'score'] + FEATURES + ['probability', 'kept_as']) + '\n')
+            out.write('\t'.join(['scan', 'mz', 'charge', 'score'] + DETECTED + ['f_window_share', 'probability',
+                                                                                'kept_as']) + '\n')
             for i, r in enumerate(rows):
                 if int(r['scan']) in first:
                     mine = (float(r['mz']), int(r['charge']))
                     kept = chosen[int(r['scan'])]
                     place = kept.index(mine) + 1 if mine in kept else 0
-                    out.write('\t'.join([r['scan'], r['mz'], r['charge'], r['score']] + [r[f] for f in FEATURES] +
+                    out.write('\t'.join([r['scan'], r['mz'], r['charge'], r['score']] + [r[f] for f in DETECTED] +
+                                        [r['f_window_share']] +
                                         [repr(float(probability[i])), str(place)]) + '\n')
         print('wrote %s (%d scans)' % (path, count))
 
