@@ -7,6 +7,7 @@
 #include "detection/candidate_ranking.h"
 #include "detection/isotope_pattern_table.h"
 #include "detection/isotope_profile.h"
+#include "detection/ms1_peak_gathering.h"
 #include "detection/precursor_feature_vector.h"
 #include "scoring/reference_index.h"
 
@@ -85,12 +86,20 @@ ScanWindow makeScanWindow(DetectionContext& context, double center, std::int32_t
   if (context.settings.precisionCandidates) {
     std::vector<Peak>& related = context.relatedWindowPeaks;
     related.clear();
-    if (context.relatedScan >= 0 && static_cast<std::size_t>(context.relatedScan) < context.ms1->spectra.size()) {
-      for (const Peak& peak : context.ms1->spectra[static_cast<std::size_t>(context.relatedScan)].peaks) {
-        if (peak.mz >= low && peak.mz <= high) related.push_back(peak);
+    const auto scan = static_cast<std::size_t>(context.relatedScan);
+    if (context.relatedScan >= 0 && scan < context.ms1->spectra.size()) {
+      const std::vector<Peak>& scanPeaks = context.ms1->spectra[scan].peaks;
+      if (scan < context.ms1PeaksAscending.size() && context.ms1PeaksAscending[scan] != 0) {
+        const PeakRange range = peaksWithin(scanPeaks, low, high);
+        related.assign(scanPeaks.begin() + static_cast<std::ptrdiff_t>(range.first),
+                       scanPeaks.begin() + static_cast<std::ptrdiff_t>(range.last));
+      } else {
+        for (const Peak& peak : scanPeaks) {
+          if (peak.mz >= low && peak.mz <= high) related.push_back(peak);
+        }
+        sortByMz(related);
       }
     }
-    sortByMz(related);
     for (const Peak& peak : related) window.relatedTotal += peak.intensity;
     window.relatedPeaks = &related;
   }
