@@ -118,6 +118,26 @@ TEST(PrecisionModeEndToEnd, AScanWithoutAFoundPrecursorListsNoneButKeepsItsSpect
   }
 }
 
+TEST(PrecisionModeEndToEnd, KeepingEveryCandidateWritesTheTrainingTableWithoutReadingTheModel) {
+  // How the classifier's training tables are written: no model is needed, and none is read (a
+  // damaged one beside the program does not matter), every candidate is kept, and the table
+  // carries the window share.
+  ProgramCopy program;
+  writeFile(program.bin / "precision_model.txt", "not a model\n");
+  fs::copy_file(kFixture / "run1.ms1", program.data / "run1.ms1");
+  fs::copy_file(kFixture / "run1.ms2", program.data / "run1.ms2");
+  const RunResult result = program.run({"--datapath=" + program.data.string() + "/", "--input_format=ms1",
+                                        "--precision_mode=1", "--output_all_mars_y=1", "--output_table=1"});
+  ASSERT_EQ(result.status, 0) << result.out;
+  const std::string table = readFile(program.data / "run1.precursors.tsv");
+  EXPECT_NE(table.find("\tf_shifted_similarity_two\tf_window_share\trecorded_precursor_kept\n"), std::string::npos);
+  const std::string csv = readFile(program.data / "run1.csv");
+  const std::size_t at = csv.find("CID, IT, 5, ");
+  ASSERT_NE(at, std::string::npos);
+  // Scan 5 keeps its six candidates, as the default mode keeps them with every candidate kept.
+  EXPECT_EQ(precursorsOf(csv.substr(at, csv.find("\r\n", at) - at)).size(), 6u);
+}
+
 // The planted cases: one CID scan after each of 12 MS1 scans, scans 2, 4, ..., 24.
 std::vector<std::vector<std::string>> plantedRows(const std::string& stem, const std::string& mode) {
   ModeRun run;

@@ -1,8 +1,11 @@
 // The threads key through the real binary: every output file and the console are byte-identical
-// for 1, 2 and 8 threads, on BSA1, on a run generated from it and on the co-eluting fixture.
+// for 1, 2 and 8 threads, on BSA1 (in both detection modes), on a run generated from it and on the
+// co-eluting fixture.
 #include <gtest/gtest.h>
 
 #include <map>
+#include <string>
+#include <vector>
 
 #include "tests/support/test_support.h"
 
@@ -26,8 +29,9 @@ std::map<std::string, std::string> filesOf(const fs::path& folder) {
 }
 
 // Runs input once per thread count into its own folder (the extraction made once, shared) and
-// compares everything with the single-threaded run.
-void expectSameForAnyThreadCount(const fs::path& input, const TempDir& dir, std::size_t expectedFiles) {
+// compares everything with the single-threaded run. `extra`: more options for every run.
+void expectSameForAnyThreadCount(const fs::path& input, const TempDir& dir, std::size_t expectedFiles,
+                                 const std::vector<std::string>& extra = {}) {
   const std::string extract = dir.folder() + "extract";
   // The extraction is made once beforehand, so every compared run reuses it alike.
   ASSERT_EQ(runCorvid(dir.path(), {"-D", input.string(), "-O", dir.folder(), "--extract_path=" + extract}).status, 0);
@@ -35,9 +39,11 @@ void expectSameForAnyThreadCount(const fs::path& input, const TempDir& dir, std:
   for (int threads : {1, 2, 8}) {
     const fs::path out = dir.path() / ("threads" + std::to_string(threads));
     fs::create_directories(out);
-    const RunResult result = runCorvid(out, {"-D", input.string(), "-O", out.string(), "-L", out.string(),
-                                             "--extract_path=" + extract, "--threads=" + std::to_string(threads),
-                                             "--output_table=1", "--output_mzml=1", "--output_ms2=1"});
+    std::vector<std::string> arguments = {"-D", input.string(), "-O", out.string(), "-L", out.string(),
+                                          "--extract_path=" + extract, "--threads=" + std::to_string(threads),
+                                          "--output_table=1", "--output_mzml=1", "--output_ms2=1"};
+    arguments.insert(arguments.end(), extra.begin(), extra.end());
+    const RunResult result = runCorvid(out, arguments);
     ASSERT_EQ(result.status, 0) << result.out;
     std::map<std::string, std::string> files = filesOf(out);
     files["console"] = withoutElapsedSeconds(result.out);
@@ -55,6 +61,12 @@ TEST(ThreadsEndToEnd, Bsa1OutputsAreIdenticalForAnyThreadCount) {
   if (!fs::exists(bsa1MzmlPath())) GTEST_SKIP() << "BSA1.mzML not cached at " << bsa1MzmlPath();
   TempDir dir;
   expectSameForAnyThreadCount(bsa1MzmlPath(), dir, 8);
+}
+
+TEST(ThreadsEndToEnd, Bsa1PrecisionModeOutputsAreIdenticalForAnyThreadCount) {
+  if (!fs::exists(bsa1MzmlPath())) GTEST_SKIP() << "BSA1.mzML not cached at " << bsa1MzmlPath();
+  TempDir dir;
+  expectSameForAnyThreadCount(bsa1MzmlPath(), dir, 8, {"--precision_mode=1"});
 }
 
 TEST(ThreadsEndToEnd, GeneratedRunOutputsAreIdenticalForAnyThreadCount) {
