@@ -266,7 +266,8 @@ void evaluatePair(DetectionContext& context, const ScanWindow& window, const std
   }
   const bool quarterException = charge == 2 && mz <= window.center + window.width * 0.25;
   const bool singleAllowed = context.settings.precisionCandidates && isoPeakInWindow >= 1;
-  if (rejectedBy(window, isoPeakInWindow < 2 && !quarterException && !singleAllowed, isoPeakInWindow, " IsoPeakInwindow  ")) return;
+  const bool tooFewInWindow = isoPeakInWindow < 2 && !quarterException && !singleAllowed;
+  if (rejectedBy(window, tooFewInWindow, isoPeakInWindow, " IsoPeakInwindow  ")) return;
   if (rejectedBy(window, maxSim < kMinimumMaxSim, maxSim, " MaxSim<0.5 ")) return;
   measureCandidate(context, window, mz, charge, maxSim, pif, isoLen, isoPeakInWindow, pattern);
 }

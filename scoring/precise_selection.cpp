@@ -99,9 +99,9 @@ std::vector<std::size_t> chosenCandidates(const BoostedTrees& model, const std::
   std::vector<std::size_t> kept;
   const auto probability = [&](std::size_t i) { return judgements[i].probability; };
   for (std::size_t i = 0; i < ranked.size(); ++i) {
-    if (probability(i) > model.keepProbability || (judgements[i].clearCoIsolated && probability(i) > kLeastProbability)) {
-      kept.push_back(i);
-    }
+    const bool sure = probability(i) > model.keepProbability;
+    const bool coIsolated = judgements[i].clearCoIsolated && probability(i) > kLeastProbability;
+    if (sure || coIsolated) kept.push_back(i);
   }
   // Probability times share of the window's current: the likely dominant precursor first.
   const auto carried = [&](std::size_t i) { return probability(i) * ranked[i].windowShare; };

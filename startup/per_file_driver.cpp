@@ -326,7 +326,10 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
       run.outputsIncomplete = true;
     }
   }
-  if (run.writeTable) appendPrecursorTableRows(exported, run.ms2File, run.keptFeatures, run.nativeIds, run.table, run.settings.precisionMode);
+  if (run.writeTable) {
+    appendPrecursorTableRows(exported, run.ms2File, run.keptFeatures, run.nativeIds, run.table,
+                             run.settings.precisionMode);
+  }
   if (run.corrections != nullptr) collectCorrections(exported, run.ms2File, run.keptFeatures, *run.corrections);
   if (reference != nullptr) resetFound(*reference);
   logMessage(LogLabel::kNote, "Writing CSV...");
@@ -481,7 +484,7 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   }
 
   PairRun run{settings, parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}, !kx1Written, false, {}, {}, {}, corrections};
-  if (settings.precisionMode && !settings.keepEveryCandidate) run.precisionModel = &loadPrecisionModel(parameters);
+  if (precisionModelChooses(parameters)) run.precisionModel = &loadPrecisionModel(parameters);
   startReportText(run.report);
   if (settings.writeTable) {
     run.writeTable = true;

@@ -18,6 +18,7 @@
 #include "startup/parameter_checks.h"
 #include "startup/per_file_driver.h"
 #include "startup/pipelines.h"
+#include "startup/run_settings.h"
 
 namespace corvid {
 namespace {
@@ -272,10 +273,8 @@ void runOnce(ParameterTable& table) {
   if (isOn(valueOrEmpty(table, "strict_exit"))) requestStrictExit();
   validatePaths(table);
   checkParameterValues(table);
-  // The classifier is read before any file is touched, unless every candidate is kept anyway.
-  if (isOn(valueOrEmpty(table, "precision_mode")) && valueOrEmpty(table, "output_all_mars_y") != "1") {
-    loadPrecisionModel(table);
-  }
+  // The classifier is read before any file is touched.
+  if (precisionModelChooses(table)) loadPrecisionModel(table);
   dispatchRun(table);
   if (table["Resetpath"] == "1") table["outputpath"] = std::string(kEmptyPath);
 }

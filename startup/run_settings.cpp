@@ -44,9 +44,17 @@ ThresholdSettings thresholdSettingsFrom(const ParameterTable& parameters) {
     settings.wideWindow = true;
     settings.threshold = kWideWindowThreshold;
   }
-  if (valueOrEmpty(parameters, "output_all_mars_y") == "1") settings.threshold = kKeepAllThreshold;
+  if (keepsEveryCandidate(parameters)) settings.threshold = kKeepAllThreshold;
   settings.debug = valueOrEmpty(parameters, "debug_mode") == "1";
   return settings;
+}
+
+bool keepsEveryCandidate(const ParameterTable& parameters) {
+  return valueOrEmpty(parameters, "output_all_mars_y") == "1";
+}
+
+bool precisionModelChooses(const ParameterTable& parameters) {
+  return flag(parameters, "precision_mode") && !keepsEveryCandidate(parameters);
 }
 
 MarsModelChoice marsModelFrom(const ParameterTable& parameters) {
@@ -79,7 +87,6 @@ PairSettings pairSettingsFrom(const ParameterTable& parameters) {
   settings.writeTrainingData = flag(parameters, "output_trainingdata");
   settings.exportUnchecked = flag(parameters, "export_unchecked_mono");
   settings.precisionMode = flag(parameters, "precision_mode");
-  settings.keepEveryCandidate = valueOrEmpty(parameters, "output_all_mars_y") == "1";
   settings.deleteSpectrumFiles = flag(parameters, "delete_msn");
   settings.debugOff = valueOrEmpty(parameters, "debug_mode") == "0";
   settings.rewriteFiles = valueOrEmpty(parameters, "rewrite_files") != "0";

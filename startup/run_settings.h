@@ -32,6 +32,11 @@ ThresholdSettings thresholdSettingsFrom(const ParameterTable& parameters);
 MarsModelChoice marsModelFrom(const ParameterTable& parameters);
 // SVMlight files in outputpath with samplenumberinsvmlight and svmlight_charge_range.
 SvmLightSetup svmLightSetupFrom(const ParameterTable& parameters);
+// output_all_mars_y is exactly "1": every candidate is kept, by the threshold and in precision mode.
+bool keepsEveryCandidate(const ParameterTable& parameters);
+// precision_mode's classifier chooses the precursors: the mode is on and not every candidate is
+// kept, so its model must be read.
+bool precisionModelChooses(const ParameterTable& parameters);
 // Worker threads: `threads` when it is a positive number, otherwise every core.
 unsigned threadsFrom(const ParameterTable& parameters);
 // Scans per MS2 part: the WIFF size when input_format is exactly "wiff".
@@ -50,9 +55,6 @@ struct PairSettings {
   bool writeTrainingData = false;  // output_trainingdata
   bool exportUnchecked = false;    // export_unchecked_mono
   bool precisionMode = false;      // precision_mode
-  // output_all_mars_y "1": every candidate is kept, in precision mode too (the classifier's
-  // training tables are written so).
-  bool keepEveryCandidate = false;
   bool deleteSpectrumFiles = false;  // delete_msn
   bool debugOff = true;            // debug_mode is exactly "0"
   bool rewriteFiles = false;       // rewrite_files is not "0"
