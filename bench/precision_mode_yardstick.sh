@@ -6,14 +6,14 @@
 # CORVID_BINARY defaults to build/corvid (IPV.txt and precision_model.txt must lie beside it);
 # CACHE (default ~/.cache/corvid-sim, outside the repository) keeps the simulated runs, which take
 # several minutes each to make and are made only once: dev1, dev2 (the yardstick's defaults) and
-# dev3, the classifier's training runs, and held4, a seed it never saw.
+# dev3, the classifier's training runs, and held4 and held5, seeds it never saw.
 set -euo pipefail
 HERE="$(cd "$(dirname "$0")/.." && pwd)"
 BIN="$(realpath "${1:-$HERE/build/corvid}")"
 CACHE="${2:-${HOME:-/root}/.cache/corvid-sim}"
 SIM=/work/shared/yardsticks/simulated-truth
 SEARCH=/work/shared/yardsticks/search-check
-RUNS="dev1:300:101 dev2:300:202 dev3:300:303 held4:300:404"
+RUNS="dev1:300:101 dev2:300:202 dev3:300:303 held4:300:404 held5:300:505"
 mkdir -p "$CACHE"
 [ -x "$BIN" ] && [ -s "$(dirname "$BIN")/IPV.txt" ] && [ -s "$(dirname "$BIN")/precision_model.txt" ] ||
   { echo "no corvid with IPV.txt and precision_model.txt at $BIN" >&2; exit 2; }
