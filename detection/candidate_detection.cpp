@@ -115,8 +115,8 @@ double windowShare(const ScanWindow& window, double mz, std::int32_t charge) {
   double matched = 0.0;
   for (int k = 0; k < kWindowShareIsotopes; ++k) {
     const double isotopeMz = mz + k * kCarbonIsotopeSpacing / charge;
-    auto peak = std::lower_bound(peaks.begin(), peaks.end(), isotopeMz - window.tolerance, mzBelow);
-    for (; peak != peaks.end() && peak->mz <= isotopeMz + window.tolerance; ++peak) matched += peak->intensity;
+    const PeakRange range = peaksWithin(peaks, isotopeMz - window.tolerance, isotopeMz + window.tolerance);
+    for (std::size_t i = range.first; i < range.last; ++i) matched += peaks[i].intensity;
   }
   return matched / window.relatedTotal;
 }

@@ -29,9 +29,8 @@ double greatestOf(const std::vector<RankedCandidate>& ranked, Value value) {
 double relativeTo(double value, double greatest) { return greatest > 0.0 ? value / greatest : 0.0; }
 
 void fillContext(const std::vector<RankedCandidate>& ranked, std::size_t a, double topPif, double topShare,
-                 double* context) {
+                 const ExplainedCandidateSettings& echo, double* context) {
   const RankedCandidate& candidate = ranked[a];
-  const ExplainedCandidateSettings echo = defaultExplainedCandidateSettings();
   bool isotopeOfBetter = false;
   bool otherChargeOfBetter = false;
   bool betterIsItsIsotope = false;
@@ -81,11 +80,12 @@ std::vector<CandidateJudgement> judgeCandidates(const BoostedTrees& model, const
   const double topShare = greatestOf(ranked, [](const RankedCandidate& c) { return c.windowShare; });
   double inputs[kClassifierInputCount];
   double* const context = inputs + kClassifierFeatureCount + 2;
+  const ExplainedCandidateSettings echo = defaultExplainedCandidateSettings();
   for (std::size_t a = 0; a < ranked.size(); ++a) {
     for (std::size_t f = 0; f < kClassifierFeatureCount; ++f) inputs[f] = ranked[a].features[kClassifierFeatures[f]];
     inputs[kClassifierFeatureCount] = ranked[a].windowShare;
     inputs[kClassifierFeatureCount + 1] = ranked[a].score;
-    fillContext(ranked, a, topPif, topShare, context);
+    fillContext(ranked, a, topPif, topShare, echo, context);
     judgements[a].probability = treeEnsembleProbability(model, inputs);
     judgements[a].clearCoIsolated = ranked[a].score > kCoIsolatedScore && context[kContextIsotopeOfBetter] == 0.0 &&
                                     context[kContextOtherChargeOfBetter] == 0.0 &&
