@@ -26,6 +26,18 @@ double greatestOf(const std::vector<RankedCandidate>& ranked, Value value) {
   return greatest;
 }
 
+// The readings of one precursor: the candidate judged for it and its copies.
+struct Sightings {
+  std::size_t position = 0;  // of the judged candidate in the input
+  double mzSum = 0.0;
+  int count = 0;
+};
+
+// A single reading stays exactly as detected.
+double meanMz(const Sightings& sightings) {
+  return sightings.count == 1 ? sightings.mzSum : sightings.mzSum / sightings.count;
+}
+
 double relativeTo(double value, double greatest) { return greatest > 0.0 ? value / greatest : 0.0; }
 
 void fillContext(const std::vector<RankedCandidate>& ranked, std::size_t a, double topPif, double topShare,
@@ -119,7 +131,7 @@ std::vector<std::size_t> chosenCandidates(const BoostedTrees& model, const std::
 }
 
 std::size_t selectPrecisePrecursors(const BoostedTrees& model, const std::vector<PrecursorFeatures>& features,
-                                    std::vector<PrecursorRecord>& records) {
+                                    std::vector<PrecursorRecord>& records, std::vector<std::size_t>* keptPositions) {
   if (features.size() != records.size()) {
     throw RunFailure("feature list and precursor record list differ in length", FailureKind::kOutOfBounds);
   }
@@ -132,8 +144,10 @@ std::size_t selectPrecisePrecursors(const BoostedTrees& model, const std::vector
     }
     scores[i] = scoreByChoice(kScoreModel, std::span<const double>(features[i].data(), kDetectedFeatureCount));
   }
+  if (keptPositions != nullptr) keptPositions->clear();
   std::vector<std::size_t> order;
   std::vector<RankedCandidate> ranked;
+  std::vector<Sightings> sightings;  // parallel to ranked
   const ExplainedCandidateSettings echo = defaultExplainedCandidateSettings();
   std::size_t start = 0;
   while (start < records.size()) {
@@ -145,16 +159,27 @@ std::size_t selectPrecisePrecursors(const BoostedTrees& model, const std::vector
     }
     // Descending score, equal scores in detection order: the order the model was trained on.
     std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) { return scores[a] > scores[b]; });
-    // One precursor found twice (from near start peaks) is judged once, as its better-ranked copy.
+    // One precursor found twice (from near start peaks) is judged once, as its better-ranked copy,
+    // and reported at the mean m/z of its copies: each is a separate reading of the same ion.
     ranked.clear();
+    sightings.clear();
     for (const std::size_t i : order) {
-      const bool repeated = std::any_of(ranked.begin(), ranked.end(), [&](const RankedCandidate& earlier) {
-        return isSamePrecursor(records[i], earlier.record, echo);
+      const auto earlier = std::find_if(ranked.begin(), ranked.end(), [&](const RankedCandidate& candidate) {
+        return isSamePrecursor(records[i], candidate.record, echo);
       });
-      if (!repeated) ranked.push_back({records[i], features[i], scores[i], features[i][kFeatureWindowShare]});
+      if (earlier != ranked.end()) {
+        Sightings& same = sightings[static_cast<std::size_t>(earlier - ranked.begin())];
+        same.mzSum += records[i].mz;
+        ++same.count;
+        continue;
+      }
+      ranked.push_back({records[i], features[i], scores[i], features[i][kFeatureWindowShare]});
+      sightings.push_back({i, records[i].mz, 1});
     }
     for (const std::size_t k : chosenCandidates(model, ranked, judgeCandidates(model, ranked))) {
       kept.push_back(ranked[k].record);
+      kept.back().mz = meanMz(sightings[k]);
+      if (keptPositions != nullptr) keptPositions->push_back(sightings[k].position);
     }
     start = end;
   }

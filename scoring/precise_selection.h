@@ -87,9 +87,11 @@ std::vector<std::size_t> chosenCandidates(const BoostedTrees& model, const std::
 // records[i] belongs to features[i] (13 detection features, the score and the window share);
 // records of a scan are contiguous. Afterwards records holds each scan's chosen precursors, scans
 // in input order; a scan may keep none. A candidate whose default score is not a number is never
-// kept, nor one that is the same precursor as a better-ranked one (isSamePrecursor). Returns the
-// number dropped.
+// kept, nor one that is the same precursor as a better-ranked one (isSamePrecursor): a kept one
+// takes the mean m/z of itself and its copies. keptPositions, when given, receives the input index
+// of each kept candidate. Returns the number dropped.
 std::size_t selectPrecisePrecursors(const BoostedTrees& model, const std::vector<PrecursorFeatures>& features,
-                                    std::vector<PrecursorRecord>& records);
+                                    std::vector<PrecursorRecord>& records,
+                                    std::vector<std::size_t>* keptPositions = nullptr);
 
 }  // namespace corvid

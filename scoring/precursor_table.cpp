@@ -100,6 +100,15 @@ std::vector<PrecursorFeatures> featuresOfKept(const std::vector<PrecursorRecord>
   return result;
 }
 
+std::vector<PrecursorFeatures> featuresAt(const std::vector<PrecursorFeatures>& features,
+                                          const std::vector<std::size_t>& positions) {
+  std::vector<PrecursorFeatures> result(positions.size());
+  for (std::size_t k = 0; k < positions.size(); ++k) {
+    if (positions[k] < features.size()) result[k] = features[positions[k]];
+  }
+  return result;
+}
+
 std::unordered_map<std::uint32_t, std::string> readNativeIds(const std::string& summaryPath) {
   std::unordered_map<std::uint32_t, std::string> ids;
   std::ifstream in(summaryPath, std::ios::binary);

@@ -3,6 +3,7 @@
 // exported MGF block, i.e. per (MS2 scan, exported precursor), with the scan's identity, the
 // instrument's recorded precursor, Corvid's precursor, its score and its 13 features by name.
 // Tab-separated, LF line ends, one header line with unique names, numbers in plain decimal.
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -21,11 +22,16 @@ inline constexpr const char* kPrecursorTableSuffix = ".precursors.tsv";
 std::string precursorTableHeader(bool withWindowShare = false);
 
 // The features of each kept record: kept is a subset of candidates (exact copies, as the
-// threshold filter and the precision drop leave them); features[i] belongs to candidates[i].
-// Each kept record takes the first unused candidate equal to it.
+// threshold filter leaves them); features[i] belongs to candidates[i]. Each kept record takes the
+// first unused candidate equal to it.
 std::vector<PrecursorFeatures> featuresOfKept(const std::vector<PrecursorRecord>& candidates,
                                               const std::vector<PrecursorFeatures>& features,
                                               const std::vector<PrecursorRecord>& kept);
+
+// features[positions[k]] for each k: the features of kept records known by their candidate's
+// position. A position past the end gives empty features, as an unmatched record does above.
+std::vector<PrecursorFeatures> featuresAt(const std::vector<PrecursorFeatures>& features,
+                                          const std::vector<std::size_t>& positions);
 
 // Corvid's scan number -> the instrument's native id, from an extraction summary; empty when the
 // file cannot be read (inputs that were not extracted by Corvid).

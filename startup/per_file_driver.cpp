@@ -291,16 +291,21 @@ void scoreAndFilterGroup(PairRun& run, int group) {
   logMessage(LogLabel::kNote, "Filtering by the threshold...");
   std::vector<PrecursorRecord> candidates;
   const bool keepFeatures = run.writeTable || run.corrections != nullptr;
-  if (keepFeatures) candidates = run.context.records;
+  if (keepFeatures && run.precisionModel == nullptr) candidates = run.context.records;
   if (settings.precisionMode) appendWindowShares(run.context);
   if (run.precisionModel != nullptr) {
     const std::size_t candidateCount = run.context.records.size();
-    const std::size_t dropped = selectPrecisePrecursors(*run.precisionModel, run.context.features, run.context.records);
+    // The selection may move a kept precursor's m/z (the mean of its copies), so its features are
+    // found by position, not by m/z.
+    std::vector<std::size_t> keptPositions;
+    const std::size_t dropped =
+        selectPrecisePrecursors(*run.precisionModel, run.context.features, run.context.records, &keptPositions);
     logMessage(LogLabel::kNote, "Precision mode kept " + std::to_string(candidateCount - dropped) + " of " +
                                     std::to_string(candidateCount) + " candidates.");
-  } else {
-    filterByThreshold(settings.threshold, scores, run.context.records);
+    if (keepFeatures) run.keptFeatures = featuresAt(run.context.features, keptPositions);
+    return;
   }
+  filterByThreshold(settings.threshold, scores, run.context.records);
   if (keepFeatures) run.keptFeatures = featuresOfKept(candidates, run.context.features, run.context.records);
 }
 

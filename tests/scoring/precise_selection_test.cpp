@@ -219,12 +219,32 @@ TEST(PreciseSelection, APrecursorFoundTwiceIsReportedOnce) {
   std::vector<PrecursorFeatures> features(4, PrecursorFeatures(kFeatureWindowShare + 1, 0.0));
   features[0][kFeatureMaxSim] = 0.9;  // the first start scores better than its copy
   std::vector<PrecursorRecord> records = {{7, 2, 500.0}, {7, 2, 500.0015}, {7, 3, 500.4}, {9, 2, 800.0}};
-  EXPECT_EQ(selectPrecisePrecursors(echoModel(), features, records), 1u);
+  std::vector<std::size_t> positions;
+  EXPECT_EQ(selectPrecisePrecursors(echoModel(), features, records, &positions), 1u);
   ASSERT_EQ(records.size(), 3u);
-  EXPECT_EQ(records[0].mz, 500.0);
+  EXPECT_EQ(records[0].mz, (500.0 + 500.0015) / 2);  // both readings of the ion count
   EXPECT_EQ(records[0].charge, 2.0);
+  EXPECT_EQ(records[1].mz, 500.4);  // read once: exactly as detected
   EXPECT_EQ(records[1].charge, 3.0);
   EXPECT_EQ(records[2].scan, 9.0);
+  EXPECT_EQ(records[2].mz, 800.0);
+  // The kept ones are the better-ranked copy, the 3+ ion and scan 9's ion.
+  EXPECT_EQ(positions, (std::vector<std::size_t>{0, 2, 3}));
+}
+
+TEST(PreciseSelection, APrecursorReadFromThreeScansTakesTheMeanOfThreeReadings) {
+  // The judged copy is the best-scoring one, whichever place it has among the readings.
+  std::vector<PrecursorFeatures> features(4, PrecursorFeatures(kFeatureWindowShare + 1, 0.0));
+  features[1][kFeatureMaxSim] = 0.9;
+  features[3][kFeatureMaxSim] = 0.5;
+  std::vector<PrecursorRecord> records = {{4, 3, 700.0021}, {4, 3, 700.0}, {4, 3, 699.9972}, {4, 3, 700.5}};
+  std::vector<std::size_t> positions;
+  EXPECT_EQ(selectPrecisePrecursors(echoModel(), features, records, &positions), 2u);
+  ASSERT_EQ(records.size(), 2u);
+  // Readings are summed best-ranked first, the same order on every run.
+  EXPECT_EQ(records[0].mz, (700.0 + 700.0021 + 699.9972) / 3);
+  EXPECT_EQ(records[1].mz, 700.5);
+  EXPECT_EQ(positions, (std::vector<std::size_t>{1, 3}));
 }
 
 TEST(PreciseSelection, ACandidateWithoutItsWindowShareIsOutOfBounds) {

@@ -53,6 +53,16 @@ TEST(PrecursorTable, AKeptRecordWithoutCandidateGetsNoFeatures) {
   EXPECT_TRUE(found[0].empty());
 }
 
+TEST(PrecursorTable, FeaturesAtTheKeptPositions) {
+  const std::vector<PrecursorFeatures> features = {featuresWithScore(0, 0.1), featuresWithScore(100, 0.9),
+                                                   featuresWithScore(200, 0.5)};
+  const std::vector<PrecursorFeatures> found = featuresAt(features, {2, 0, 7});
+  ASSERT_EQ(found.size(), 3u);
+  EXPECT_EQ(found[0][0], 200.0);
+  EXPECT_EQ(found[1][0], 0.0);
+  EXPECT_TRUE(found[2].empty());  // no such candidate
+}
+
 TEST(PrecursorTable, NativeIdsFromTheSummaryIncludingQuotedOnes) {
   TempDir dir;
   writeFile(dir.path() / "s_scans.csv",

@@ -71,7 +71,8 @@ def same_precursor(a, b):
 def load_table(path):
     """Rows of Corvid's candidates (rank 0 rows: recorded precursors, no candidate) and each scan's
     recorded precursor. A candidate that is the same precursor as an earlier one of its scan (the
-    table lists a scan's candidates best first) is left out, as Corvid leaves it out."""
+    table lists a scan's candidates best first) is left out, as Corvid leaves it out; its m/z joins
+    the earlier one's 'readings', whose mean Corvid reports."""
     rows, recorded = [], {}
     scan_rows = []
     with open(path) as f:
@@ -81,11 +82,23 @@ def load_table(path):
                 continue
             if scan_rows and scan_rows[0]['scan'] != row['scan']:
                 scan_rows = []
-            if any(same_precursor(row, earlier) for earlier in scan_rows):
+            earlier = next((e for e in scan_rows if same_precursor(row, e)), None)
+            if earlier is not None:
+                earlier['readings'].append(float(row['mz']))
                 continue
+            row['readings'] = [float(row['mz'])]
             scan_rows.append(row)
             rows.append(row)
     return rows, recorded
+
+
+def reported_mz(row):
+    """The mean of the candidate's readings, summed in the table's order as Corvid sums them."""
+    readings = row['readings']
+    total = 0.0
+    for mz in readings:
+        total += mz
+    return readings[0] if len(readings) == 1 else total / len(readings)
 
 
 def matches(mz, z, ion):
@@ -169,10 +182,16 @@ def clear_co_isolated(x):
 
 
 def select(rows, X, probability, keep):
+    """The precursors Corvid reports: scan -> [(mean m/z of the readings, z)], best first."""
+    return {scan: [(reported_mz(rows[i]), int(rows[i]['charge'])) for i in kept]
+            for scan, kept in choose(rows, X, probability, keep).items()}
+
+
+def choose(rows, X, probability, keep):
     """Corvid's rule: keep p > keep, and clear co-isolated candidates with p > LEAST_PROBABILITY; a
     scan with none kept keeps the candidate of greatest p times window share when its p is above
     LEAST_PROBABILITY; kept ones ordered by p times window share (ties in table order). Returns
-    scan -> [(mz, z)]."""
+    scan -> [row index]."""
     chosen = {}
     for scan, idx in scans_of(rows).items():
         carried = {i: probability[i] * X[i][SHARE] for i in idx}
@@ -186,7 +205,7 @@ def select(rows, X, probability, keep):
             if probability[likeliest] > LEAST_PROBABILITY:
                 kept = [likeliest]
         kept.sort(key=lambda i: -carried[i])
-        chosen[int(scan)] = [(float(rows[i]['mz']), int(rows[i]['charge'])) for i in kept]
+        chosen[int(scan)] = kept
     return chosen
 
 
@@ -284,15 +303,14 @@ def main(argv):
         name, truth, rows, recorded, X, y = runs[0]
         first = sorted({int(r['scan']) for r in rows})[:count]
         probability = model.predict_proba(X)[:, 1]
-        chosen = select(rows, X, probability, keep)
+        chosen = choose(rows, X, probability, keep)
         with open(path, 'w', newline='\n') as out:
             out.write('\t'.join(['scan', 'mz', 'charge', 'score'] + DETECTED + ['f_window_share', 'probability',
                                                                                 'kept_as']) + '\n')
             for i, r in enumerate(rows):
                 if int(r['scan']) in first:
-                    mine = (float(r['mz']), int(r['charge']))
                     kept = chosen[int(r['scan'])]
-                    place = kept.index(mine) + 1 if mine in kept else 0
+                    place = kept.index(i) + 1 if i in kept else 0
                     out.write('\t'.join([r['scan'], r['mz'], r['charge'], r['score']] + [r[f] for f in DETECTED] +
                                         [r['f_window_share']] +
                                         [repr(float(probability[i])), str(place)]) + '\n')
