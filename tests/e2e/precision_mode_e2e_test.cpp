@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <string>
 #include <vector>
 
@@ -178,6 +179,52 @@ TEST(PrecisionModeEndToEnd, TheDominantPrecursorComesFirst) {
     ASSERT_FALSE(row.empty());
     EXPECT_EQ(row[0], "700.400000 2");
   }
+}
+
+TEST(PrecisionModeEndToEnd, AnIonReadInSeveralScansIsReportedAtTheMeanOfItsReadings) {
+  // 720.40 2+ alone, read 0.0058 Th (8 ppm) low, right and high in turn from one MS1 scan to the
+  // next. The default reports the related scan's reading; the mode pools the readings of the
+  // scans on both sides.
+  const auto reported = [](const std::vector<std::string>& row) {
+    EXPECT_EQ(row.size(), 1u);
+    return row.empty() ? 0.0 : std::stod(row[0]);
+  };
+  const auto rowsOf = [](const std::string& mode) {
+    ModeRun run;
+    run.run("precision_mode = " + mode + "\noutput_table = 1\n", kPlanted, "mean_readings");
+    EXPECT_EQ(run.result.status, 0) << run.result.out;
+    std::vector<std::vector<std::string>> rows;
+    for (long scan = 2; scan <= 24; scan += 2) rows.push_back(precursorsOf(run.rowOf(scan)));
+    // The table row of a pooled precursor still carries its candidate's features (score first).
+    const std::string table = readFile(run.dir.path() / "data" / "mean_readings.precursors.tsv");
+    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 13) << table;
+    EXPECT_EQ(table.find("\t\t"), std::string::npos) << table;
+    return rows;
+  };
+  const std::vector<std::vector<std::string>> plain = rowsOf("0");
+  const std::vector<std::vector<std::string>> precise = rowsOf("1");
+  const std::vector<double> readings = {720.3942, 720.40, 720.4058};
+  double plainError = 0.0;
+  double preciseError = 0.0;
+  int pooled = 0;
+  for (std::size_t i = 0; i < plain.size(); ++i) {
+    const double recorded = reported(plain[i]);
+    const double mean = reported(precise[i]);
+    EXPECT_NEAR(recorded, readings[i % 3], 1e-6) << "scan " << 2 * (i + 1);
+    // Within the readings, and closer to the ion than a reading that is off.
+    EXPECT_GT(mean, readings[0]);
+    EXPECT_LT(mean, readings[2]);
+    if (i % 3 != 1) {
+      EXPECT_LT(std::fabs(mean - 720.40), std::fabs(recorded - 720.40)) << "scan " << 2 * (i + 1);
+    }
+    const bool isAReading = std::any_of(readings.begin(), readings.end(),
+                                        [&](double reading) { return std::fabs(mean - reading) < 1e-6; });
+    if (!isAReading) ++pooled;
+    plainError += std::fabs(recorded - 720.40);
+    preciseError += std::fabs(mean - 720.40);
+  }
+  EXPECT_GE(pooled, 6);
+  EXPECT_LT(preciseError, plainError * 0.6);
 }
 
 // A program copy whose precision_model.txt is `model`: the run must stop before writing results.

@@ -8,6 +8,8 @@ envelopes follow a Poisson law in the peptide mass (averagine-like). Determinist
   keep_charges   600.30 2+ and 600.55 3+: different charges whose envelopes interleave
   keep_isotope   700.40 2+ and 700.90 2+: the second starts one isotope above the first
   keep_shares    650.30 2+ (95 % of the current) and 650.90 3+ (5 %)
+  mean_readings  720.40 2+ alone, its centroids 0.0021 Th low, right and high in turn from one MS1
+                 scan to the next: any three neighbouring scans read it right on average
 """
 import math
 import sys
@@ -18,7 +20,13 @@ CASES = {
     'keep_charges': (600.80, [(600.30, 2, 2.0e6), (600.55, 3, 1.5e6)]),
     'keep_isotope': (701.00, [(700.40, 2, 2.0e6), (700.90151, 2, 1.6e6)]),
     'keep_shares': (650.70, [(650.30, 2, 3.8e6), (650.90, 3, 0.2e6)]),
+    'mean_readings': (720.90, [(720.40, 2, 2.0e6)], 0.0058),
 }
+
+
+def reading_offset(index, jitter):
+    """How far scan `index` reads the peptides off: -jitter, 0, +jitter in turn."""
+    return jitter * (index % 3 - 1)
 
 
 def envelope(mono, charge, height):
@@ -29,11 +37,11 @@ def envelope(mono, charge, height):
     return [(mono + k * SPACING / charge, height * s / top) for k, s in enumerate(shares)]
 
 
-def ms1_peaks(index, peptides, centre):
+def ms1_peaks(index, peptides, centre, jitter=0.0):
     elution = math.exp(-((index - 6) ** 2) / 8.0)
     peaks = {}
     for mono, charge, height in peptides:
-        for mz, intensity in envelope(mono, charge, height * elution):
+        for mz, intensity in envelope(mono + reading_offset(index, jitter), charge, height * elution):
             key = round(mz, 4)
             peaks[key] = peaks.get(key, 0.0) + intensity
     for j in range(24):  # sparse noise across and beside the window
@@ -41,7 +49,7 @@ def ms1_peaks(index, peptides, centre):
     return sorted((mz, i) for mz, i in peaks.items() if i > 1.0)
 
 
-def write_case(folder, name, centre, peptides):
+def write_case(folder, name, centre, peptides, jitter=0.0):
     ms1 = ["H\tExtractor\tCorvid test fixture"]
     ms2 = ["H\tExtractor\tCorvid test fixture"]
     scan = 0
@@ -49,7 +57,7 @@ def write_case(folder, name, centre, peptides):
     for index in range(12):
         scan += 1
         ms1 += ["S\t%06d\t%06d" % (scan, scan), "I\tRetTime\t%.4f" % (60.0 + 2.0 * index), "I\tInstrumentType\tFTMS"]
-        ms1 += ["%.6f %.1f" % p for p in ms1_peaks(index, peptides, centre)]
+        ms1 += ["%.6f %.1f" % p for p in ms1_peaks(index, peptides, centre, jitter)]
         precursor = scan
         scan += 1
         mh = charge * mono - (charge - 1) * PROTON
@@ -65,8 +73,8 @@ def write_case(folder, name, centre, peptides):
 
 def main():
     folder = sys.argv[1] if len(sys.argv) > 1 else "."
-    for name, (centre, peptides) in CASES.items():
-        write_case(folder, name, centre, peptides)
+    for name, (centre, peptides, *jitter) in CASES.items():
+        write_case(folder, name, centre, peptides, *jitter)
 
 
 if __name__ == "__main__":
