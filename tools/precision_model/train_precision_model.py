@@ -93,12 +93,9 @@ def load_table(path):
 
 
 def reported_mz(row):
-    """The mean of the candidate's readings, summed in the table's order as Corvid sums them."""
+    """The mean of the candidate's readings, summed best first as Corvid sums them."""
     readings = row['readings']
-    total = 0.0
-    for mz in readings:
-        total += mz
-    return readings[0] if len(readings) == 1 else total / len(readings)
+    return sum(readings) / len(readings)
 
 
 def matches(mz, z, ion):
