@@ -173,7 +173,8 @@ double treeEnsembleProbability(const BoostedTrees& model, std::span<const double
     while (tree[at].feature >= 0) {
       const TreeNode& node = tree[at];
       const double x = inputs[static_cast<std::size_t>(node.feature)];
-      const bool goLeft = std::isnan(x) ? node.missingGoesLeft : x <= node.threshold;
+      // One branch per split, on the side taken: testing for NaN first would add a second.
+      const bool goLeft = (x <= node.threshold) | (std::isnan(x) & node.missingGoesLeft);
       at = static_cast<std::size_t>(goLeft ? node.left : node.right);
     }
     logOdds += tree[at].value;
