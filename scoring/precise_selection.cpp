@@ -33,10 +33,8 @@ struct Sightings {
   int count = 0;
 };
 
-// A single reading stays exactly as detected.
-double meanMz(const Sightings& sightings) {
-  return sightings.count == 1 ? sightings.mzSum : sightings.mzSum / sightings.count;
-}
+// A single reading stays exactly as detected (x / 1 is x).
+double meanMz(const Sightings& sightings) { return sightings.mzSum / sightings.count; }
 
 double relativeTo(double value, double greatest) { return greatest > 0.0 ? value / greatest : 0.0; }
 

@@ -289,9 +289,7 @@ void scoreAndFilterGroup(PairRun& run, int group) {
   }
   if (reference != nullptr) writeTrainingSet(run, group);
   logMessage(LogLabel::kNote, "Filtering by the threshold...");
-  std::vector<PrecursorRecord> candidates;
   const bool keepFeatures = run.writeTable || run.corrections != nullptr;
-  if (keepFeatures && run.precisionModel == nullptr) candidates = run.context.records;
   if (settings.precisionMode) appendWindowShares(run.context);
   if (run.precisionModel != nullptr) {
     const std::size_t candidateCount = run.context.records.size();
@@ -305,6 +303,8 @@ void scoreAndFilterGroup(PairRun& run, int group) {
     if (keepFeatures) run.keptFeatures = featuresAt(run.context.features, keptPositions);
     return;
   }
+  std::vector<PrecursorRecord> candidates;
+  if (keepFeatures) candidates = run.context.records;
   filterByThreshold(settings.threshold, scores, run.context.records);
   if (keepFeatures) run.keptFeatures = featuresOfKept(candidates, run.context.features, run.context.records);
 }

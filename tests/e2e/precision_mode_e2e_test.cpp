@@ -140,14 +140,18 @@ TEST(PrecisionModeEndToEnd, KeepingEveryCandidateWritesTheTrainingTableWithoutRe
 }
 
 // The planted cases: one CID scan after each of 12 MS1 scans, scans 2, 4, ..., 24.
+std::vector<std::vector<std::string>> plantedRowsOf(const ModeRun& run) {
+  std::vector<std::vector<std::string>> rows;
+  for (long scan = 2; scan <= 24; scan += 2) rows.push_back(precursorsOf(run.rowOf(scan)));
+  return rows;
+}
+
 std::vector<std::vector<std::string>> plantedRows(const std::string& stem, const std::string& mode) {
   ModeRun run;
   // The default run keeps every candidate, to show the echoes the mode must drop.
   run.run("precision_mode = " + mode + "\n" + (mode == "0" ? "output_all_mars_y = 1\n" : ""), kPlanted, stem);
   EXPECT_EQ(run.result.status, 0) << run.result.out;
-  std::vector<std::vector<std::string>> rows;
-  for (long scan = 2; scan <= 24; scan += 2) rows.push_back(precursorsOf(run.rowOf(scan)));
-  return rows;
+  return plantedRowsOf(run);
 }
 
 TEST(PrecisionModeEndToEnd, KeepsCoIsolatedChargesAndDropsTheirHarmonic) {
@@ -193,8 +197,7 @@ TEST(PrecisionModeEndToEnd, AnIonReadInSeveralScansIsReportedAtTheMeanOfItsReadi
     ModeRun run;
     run.run("precision_mode = " + mode + "\noutput_table = 1\n", kPlanted, "mean_readings");
     EXPECT_EQ(run.result.status, 0) << run.result.out;
-    std::vector<std::vector<std::string>> rows;
-    for (long scan = 2; scan <= 24; scan += 2) rows.push_back(precursorsOf(run.rowOf(scan)));
+    const std::vector<std::vector<std::string>> rows = plantedRowsOf(run);
     // The table row of a pooled precursor still carries its candidate's features (score first).
     const std::string table = readFile(run.dir.path() / "data" / "mean_readings.precursors.tsv");
     EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 13) << table;
