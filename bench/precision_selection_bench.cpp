@@ -10,7 +10,7 @@
 
 #include "scoring/boosted_trees.h"
 #include "scoring/precise_selection.h"
-#include "scoring/precursor_features.h"
+#include "spectra/precursor_features.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "detection/isotope_profile.h"
 #include "detection/ms1_peak_gathering.h"
 #include "detection/precursor_feature_vector.h"
-#include "scoring/reference_index.h"
+#include "spectra/reference_index.h"
 
 namespace corvid {
 namespace {

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "detection/isotope_pattern_table.h"
-#include "scoring/precursor_features.h"
-#include "scoring/reference_precursor_list.h"
+#include "spectra/precursor_features.h"
+#include "spectra/reference_precursor_list.h"
 #include "spectra/precursor_record.h"
 #include "spectra/spectrum_records.h"
 

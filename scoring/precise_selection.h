@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "scoring/boosted_trees.h"
-#include "scoring/precursor_features.h"
+#include "spectra/precursor_features.h"
 #include "spectra/precursor_record.h"
 
 namespace corvid {

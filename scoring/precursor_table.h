@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "scoring/precursor_features.h"
+#include "spectra/precursor_features.h"
 #include "spectra/group_export.h"
 
 namespace corvid {

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "scoring/reference_precursor_list.h"
+#include "spectra/reference_precursor_list.h"
 
 namespace corvid {
 

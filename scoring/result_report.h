@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "scoring/reference_precursor_list.h"
+#include "spectra/reference_precursor_list.h"
 #include "spectra/precursor_record.h"
 #include "spectra/spectrum_records.h"
 

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "scoring/mars_model.h"
-#include "scoring/precursor_features.h"
+#include "spectra/precursor_features.h"
 
 namespace corvid {
 

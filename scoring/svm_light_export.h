@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "scoring/precursor_features.h"
+#include "spectra/precursor_features.h"
 #include "spectra/precursor_record.h"
 
 namespace corvid {

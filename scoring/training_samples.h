@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "scoring/precursor_features.h"
-#include "scoring/reference_index.h"
-#include "scoring/reference_precursor_list.h"
+#include "spectra/precursor_features.h"
+#include "spectra/reference_index.h"
+#include "spectra/reference_precursor_list.h"
 #include "spectra/precursor_record.h"
 
 namespace corvid {

@@ -8,7 +8,7 @@
 
 #include "detection/detection_context.h"
 #include "scoring/mars_model.h"
-#include "scoring/precursor_features.h"
+#include "spectra/precursor_features.h"
 #include "scoring/score_candidates.h"
 #include "scoring/svm_light_export.h"
 #include "scoring/threshold_filter.h"

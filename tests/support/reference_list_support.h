@@ -4,7 +4,7 @@
 #include <initializer_list>
 #include <tuple>
 
-#include "scoring/reference_precursor_list.h"
+#include "spectra/reference_precursor_list.h"
 
 namespace corvid::testing {
 

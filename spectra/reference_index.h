@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "scoring/reference_precursor_list.h"
+#include "spectra/reference_precursor_list.h"
 
 namespace corvid {
 

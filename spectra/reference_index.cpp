@@ -1,4 +1,4 @@
-#include "scoring/reference_index.h"
+#include "spectra/reference_index.h"
 
 #include <algorithm>
 
