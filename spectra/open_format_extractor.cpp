@@ -33,10 +33,6 @@ namespace {
 constexpr std::size_t kProgressEvery = 1000;
 
 
-constexpr std::array<std::string_view, 3> kMzMLSpellings = {kOpenFormatSpellings[0], kOpenFormatSpellings[1],
-                                                            kOpenFormatSpellings[2]};
-constexpr std::array<std::string_view, 3> kMzXMLSpellings = {kOpenFormatSpellings[3], kOpenFormatSpellings[4],
-                                                             kOpenFormatSpellings[5]};
 
 // Output is handed to the system in blocks of this size: few, large writes.
 constexpr std::size_t kOutputBlock = 1 << 20;
@@ -112,18 +108,6 @@ void removeWorkFiles(const OutputPaths& paths) {
 void removeOutputs(const OutputPaths& paths) {
   removeFile(paths.marker);
   removeWorkFiles(paths);
-}
-
-bool containsAny(std::string_view text, const std::array<std::string_view, 3>& spellings) {
-  for (std::string_view spelling : spellings)
-    if (text.find(spelling) != std::string_view::npos) return true;
-  return false;
-}
-
-bool endsWithAny(std::string_view text, const std::array<std::string_view, 3>& spellings) {
-  for (std::string_view spelling : spellings)
-    if (text.ends_with(spelling)) return true;
-  return false;
 }
 
 // Everything one extraction keeps while the spectra stream past. Per spectrum only its ScanKey
@@ -439,16 +423,6 @@ bool hasMS1Spectra(Extraction& x) {
 
 }  // namespace
 
-bool isOpenFormatPath(std::string_view path) {
-  return containsAny(path, kMzMLSpellings) || containsAny(path, kMzXMLSpellings);
-}
-
-bool isOpenFormatName(std::string_view name) {
-  return endsWithAny(name, kMzMLSpellings) || endsWithAny(name, kMzXMLSpellings);
-}
-
-bool isMzXMLName(std::string_view name) { return endsWithAny(name, kMzXMLSpellings); }
-
 bool openFormatAlreadyExtracted(const std::string& inputPath, const std::string& folder,
                                 const std::string& stem) {
   OutputPaths paths = outputPathsOf(folder, stem);
@@ -494,7 +468,7 @@ bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
       std::fflush(stdout);
     }
   };
-  const bool mzXML = containsAny(fileNameOf(inputPath), kMzXMLSpellings);
+  const bool mzXML = containsExtension(fileNameOf(inputPath), InputFormat::kMzXML);
   // The progress is counted where the file is read, so it prints the same for any thread count.
   const SpectrumReader readFile = [&inputPath, mzXML, &counted](const SpectrumSink& sink, std::string& error) {
     const SpectrumSink countedSink = [&sink, &counted](const OpenSpectrum& spectrum, std::string& reason) {

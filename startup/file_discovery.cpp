@@ -7,16 +7,14 @@
 #include <string_view>
 #include <system_error>
 
+#include "spectra/input_formats.h"
+
 namespace corvid {
 namespace {
 
-struct AcceptedEnding {
-  std::size_t minimumLength;
-  std::string_view ending;
-};
-
-std::vector<std::string> listByEnding(const std::string& folder,
-                                      std::initializer_list<AcceptedEnding> accepted) {
+// The names of the folder's entries that end with one of the formats' spellings and are longer
+// than it: exact, case-sensitive endings; the entry's kind is deliberately not tested.
+std::vector<std::string> listByExtension(const std::string& folder, std::initializer_list<InputFormat> formats) {
   std::optional<DirectoryReader> reader = openDirectory(folder);
   if (!reader) {
     std::printf("[Error] Fail to get directory. \n");
@@ -25,11 +23,9 @@ std::vector<std::string> listByEnding(const std::string& folder,
   }
   std::vector<std::string> names;
   while (std::optional<DirectoryEntry> entry = readDirectory(*reader)) {
-    const std::string& name = entry->name;
-    // Exact, case-sensitive endings; the entry's kind is deliberately not tested.
-    for (const AcceptedEnding& rule : accepted) {
-      if (name.size() >= rule.minimumLength && std::string_view(name).ends_with(rule.ending)) {
-        names.push_back(name);
+    for (InputFormat format : formats) {
+      if (hasExtension(entry->name, format)) {
+        names.push_back(entry->name);
         break;
       }
     }
@@ -84,21 +80,12 @@ bool isDirectory(const std::string& path) {
   return closeDirectory(reader) == 0;
 }
 
-std::vector<std::string> listMGFFiles(const std::string& folder) {
-  return listByEnding(folder, {{5, ".mgf"}, {5, ".MGF"}});
-}
-std::vector<std::string> listRawFiles(const std::string& folder) {
-  return listByEnding(folder, {{5, ".raw"}, {5, ".Raw"}, {5, ".RAW"}});
-}
-std::vector<std::string> listMS1Files(const std::string& folder) {
-  return listByEnding(folder, {{5, ".ms1"}, {5, ".MS1"}, {5, ".Ms1"}});
-}
-std::vector<std::string> listWiffFiles(const std::string& folder) {
-  return listByEnding(folder, {{6, ".wiff"}, {6, ".Wiff"}, {6, ".WIFF"}});
-}
+std::vector<std::string> listMGFFiles(const std::string& folder) { return listByExtension(folder, {InputFormat::kMGF}); }
+std::vector<std::string> listRawFiles(const std::string& folder) { return listByExtension(folder, {InputFormat::kRaw}); }
+std::vector<std::string> listMS1Files(const std::string& folder) { return listByExtension(folder, {InputFormat::kMS1}); }
+std::vector<std::string> listWiffFiles(const std::string& folder) { return listByExtension(folder, {InputFormat::kWiff}); }
 std::vector<std::string> listOpenFormatFiles(const std::string& folder) {
-  return listByEnding(folder, {{6, ".mzML"}, {6, ".mzml"}, {6, ".MZML"},
-                               {7, ".mzXML"}, {7, ".mzxml"}, {7, ".MZXML"}});
+  return listByExtension(folder, {InputFormat::kMzML, InputFormat::kMzXML});
 }
 
 }  // namespace corvid
