@@ -9,12 +9,6 @@
 namespace corvid {
 namespace {
 
-struct FileStamp {
-  std::filesystem::path path;
-  std::uintmax_t size = 0;
-  std::filesystem::file_time_type modified;
-};
-
 std::optional<FileStamp> stampOf(const std::string& path) {
   std::error_code code;
   FileStamp stamp;
@@ -32,17 +26,6 @@ bool sameFile(const FileStamp& stamp, const std::string& path) {
   if (!std::filesystem::equivalent(stamp.path, path, code) || code) return false;
   const std::optional<FileStamp> now = stampOf(path);
   return now && now->size == stamp.size && now->modified == stamp.modified;
-}
-
-// The pair waiting for the driver, with the files it stands for.
-struct HeldPair {
-  FileStamp ms1, ms2;
-  LoadedPair pair;
-};
-
-std::optional<HeldPair>& heldPair() {
-  static std::optional<HeldPair> held;
-  return held;
 }
 
 // Frees the spectra: the pair will not be used.
@@ -92,20 +75,21 @@ bool loadsLikeTheFiles(const LoadedPair& pair) {
          ms2ScanLength(pair.ms2Bytes) == pair.ms2Bytes;
 }
 
-void offerLoadedPair(const std::string& ms1Path, const std::string& ms2Path, LoadedPair pair) {
-  heldPair().reset();
+std::optional<HandedOverPair> handOverPair(const std::string& ms1Path, const std::string& ms2Path, LoadedPair pair) {
   const std::optional<FileStamp> ms1 = stampOf(ms1Path);
   const std::optional<FileStamp> ms2 = stampOf(ms2Path);
-  if (!ms1 || !ms2 || !loadsLikeTheFiles(pair)) return;
-  if (static_cast<std::int64_t>(ms1->size) != pair.ms1Bytes || static_cast<std::int64_t>(ms2->size) != pair.ms2Bytes) return;
-  heldPair() = HeldPair{*ms1, *ms2, std::move(pair)};
+  if (!ms1 || !ms2 || !loadsLikeTheFiles(pair)) return std::nullopt;
+  if (static_cast<std::int64_t>(ms1->size) != pair.ms1Bytes || static_cast<std::int64_t>(ms2->size) != pair.ms2Bytes) {
+    return std::nullopt;
+  }
+  return HandedOverPair{*ms1, *ms2, std::move(pair)};
 }
 
-std::optional<LoadedPair> takeLoadedPair(const std::string& ms1Path, const std::string& ms2Path) {
-  std::optional<HeldPair>& held = heldPair();
+std::optional<LoadedPair> takeHandedOverPair(std::optional<HandedOverPair>& handed, const std::string& ms1Path,
+                                             const std::string& ms2Path) {
   std::optional<LoadedPair> taken;
-  if (held && sameFile(held->ms1, ms1Path) && sameFile(held->ms2, ms2Path)) taken = std::move(held->pair);
-  held.reset();
+  if (handed && sameFile(handed->ms1, ms1Path) && sameFile(handed->ms2, ms2Path)) taken = std::move(handed->pair);
+  handed.reset();
   return taken;
 }
 

@@ -5,6 +5,7 @@
 // files would give; files the loaders would read differently (beyond their size limits) are not
 // loaded here and are read from disk as before.
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -44,13 +45,27 @@ void addMS2Text(LoadedPair& pair, std::string_view piece);
 // pieces were scanned: in one chunk each, within the MS2 scanner's length limit.
 bool loadsLikeTheFiles(const LoadedPair& pair);
 
-// Hands the pair of the files ms1Path and ms2Path (as written just now) to the per-file driver of
-// this run. One pair is held at a time; a new offer replaces the previous one.
-void offerLoadedPair(const std::string& ms1Path, const std::string& ms2Path, LoadedPair pair);
+// A file as it was when a pair was handed over: where, how large, when last written.
+struct FileStamp {
+  std::filesystem::path path;
+  std::uintmax_t size = 0;
+  std::filesystem::file_time_type modified;
+};
 
-// The pair offered for exactly these files, when they are still the files it was made from (same
-// size and modification time); otherwise nothing, and the files are to be loaded from disk.
-// Either way the held pair is released.
-std::optional<LoadedPair> takeLoadedPair(const std::string& ms1Path, const std::string& ms2Path);
+// A loaded pair on its way from the extraction to the per-file driver, with the files it stands for.
+struct HandedOverPair {
+  FileStamp ms1, ms2;
+  LoadedPair pair;
+};
+
+// The pair of the files ms1Path and ms2Path (as written just now), to go with the job that
+// processes them; nothing when the pair does not read like the files (see loadsLikeTheFiles).
+std::optional<HandedOverPair> handOverPair(const std::string& ms1Path, const std::string& ms2Path, LoadedPair pair);
+
+// The handed-over pair when it stands for exactly these files and they are still the files it
+// was made from (same size and modification time); otherwise nothing, and the files are to be
+// loaded from disk. Either way `handed` is released.
+std::optional<LoadedPair> takeHandedOverPair(std::optional<HandedOverPair>& handed, const std::string& ms1Path,
+                                             const std::string& ms2Path);
 
 }  // namespace corvid

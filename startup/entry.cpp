@@ -13,7 +13,7 @@
 #include "platform/run_log.h"
 #include "platform/run_outcome.h"
 #include "platform/steady_clock.h"
-#include "spectra/open_format_extractor.h"
+#include "spectra/input_formats.h"
 #include "startup/command_line.h"
 #include "startup/parameter_file.h"
 #include "startup/program_texts.h"
@@ -46,7 +46,8 @@ bool onlyLongOptionsFrom(int first, int argc, char** argv) {
 
 // A first argument naming one input file: every argument is then a data path of its own.
 bool namesInputFile(const char* argument) {
-  return endsWith(argument, ".raw", false) || endsWith(argument, ".wiff", false) || isOpenFormatName(argument);
+  return hasExtensionInAnyCase(argument, InputFormat::kRaw) || hasExtensionInAnyCase(argument, InputFormat::kWiff) ||
+         isOpenFormatName(argument);
 }
 
 void chooseRoute(int argc, char** argv) {
@@ -60,10 +61,11 @@ void chooseRoute(int argc, char** argv) {
     runFromParameterFile(argc, arguments);
   } else if (namesInputFile(argv[1])) {
     runEachAsDataPath(argc, arguments);
-  } else if (endsWith(argv[1], ".mgf", true) || endsWith(argv[1], ".MGF", true)) {
+  } else if (hasExtension(argv[1], InputFormat::kMGF)) {
     runMGFConversion(argc, arguments);
   } else {
-    runFromOptions(argc, arguments);
+    RunResources resources;
+    runFromOptions(argc, arguments, resources);
   }
 }
 

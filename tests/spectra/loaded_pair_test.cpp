@@ -70,8 +70,7 @@ TEST(LoadedPair, ALargeRunIsGivenUpAndItsMemoryFreed) {
   EXPECT_TRUE(pair.ms1.spectra.empty());
   EXPECT_TRUE(pair.ms2.spectra.empty());
   EXPECT_FALSE(loadsLikeTheFiles(pair));
-  offerLoadedPair(temp.folder() + "run.ms1", temp.folder() + "run.ms2", pair);
-  EXPECT_FALSE(takeLoadedPair(temp.folder() + "run.ms1", temp.folder() + "run.ms2").has_value());
+  EXPECT_FALSE(handOverPair(temp.folder() + "run.ms1", temp.folder() + "run.ms2", pair).has_value());
 }
 
 TEST(LoadedPair, IsHandedOnlyForTheFilesItWasMadeFrom) {
@@ -81,22 +80,23 @@ TEST(LoadedPair, IsHandedOnlyForTheFilesItWasMadeFrom) {
   const std::string ms1Path = temp.folder() + "run.ms1";
   const std::string ms2Path = temp.folder() + "run.ms2";
   const std::size_t spectra = pair.ms1.spectra.size();
-  offerLoadedPair(ms1Path, ms2Path, pair);
-  EXPECT_FALSE(takeLoadedPair(ms2Path, ms1Path).has_value());  // other files: released
-  EXPECT_FALSE(takeLoadedPair(ms1Path, ms2Path).has_value());  // nothing held any more
-  offerLoadedPair(ms1Path, ms2Path, pair);
-  const std::optional<LoadedPair> taken = takeLoadedPair(temp.folder() + "./run.ms1", ms2Path);
+  std::optional<HandedOverPair> handed = handOverPair(ms1Path, ms2Path, pair);
+  ASSERT_TRUE(handed.has_value());
+  EXPECT_FALSE(takeHandedOverPair(handed, ms2Path, ms1Path).has_value());  // other files: released
+  EXPECT_FALSE(handed.has_value());
+  EXPECT_FALSE(takeHandedOverPair(handed, ms1Path, ms2Path).has_value());  // nothing held any more
+  handed = handOverPair(ms1Path, ms2Path, pair);
+  const std::optional<LoadedPair> taken = takeHandedOverPair(handed, temp.folder() + "./run.ms1", ms2Path);
   ASSERT_TRUE(taken.has_value());
   EXPECT_EQ(taken->ms1.spectra.size(), spectra);
   // A file changed since it was written is read again from disk.
-  offerLoadedPair(ms1Path, ms2Path, pair);
+  handed = handOverPair(ms1Path, ms2Path, pair);
   writeFile(ms2Path, readFile(ms2Path) + "\r\n");
-  EXPECT_FALSE(takeLoadedPair(ms1Path, ms2Path).has_value());
-  // A pair whose byte counts do not match the files is never held.
+  EXPECT_FALSE(takeHandedOverPair(handed, ms1Path, ms2Path).has_value());
+  // A pair whose byte counts do not match the files is never handed over.
   LoadedPair wrong = pair;
   wrong.ms1Bytes += 1;
-  offerLoadedPair(ms1Path, ms2Path, wrong);
-  EXPECT_FALSE(takeLoadedPair(ms1Path, ms2Path).has_value());
+  EXPECT_FALSE(handOverPair(ms1Path, ms2Path, wrong).has_value());
 }
 
 }  // namespace
