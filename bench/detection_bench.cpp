@@ -16,7 +16,7 @@
 #include "detection/isotope_pattern_table.h"
 #include "detection/ms1_peak_gathering.h"
 #include "startup/parallel_detection.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "detection/isotope_pattern_table.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 
 namespace {
 

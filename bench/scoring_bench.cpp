@@ -8,7 +8,7 @@
 #include "scoring/mars_model.h"
 #include "scoring/score_candidates.h"
 #include "scoring/threshold_filter.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "spectra/ms2_splitter.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 
 namespace {
 

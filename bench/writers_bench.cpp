@@ -13,7 +13,7 @@
 #include "spectra/mgf_reader.h"
 #include "spectra/mgf_writer.h"
 #include "spectra/ms2_writer.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 
 namespace {
 

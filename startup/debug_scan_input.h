@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "detection/detection_context.h"
-#include "startup/parameter_table.h"
 
 namespace corvid {
 

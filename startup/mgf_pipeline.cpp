@@ -7,9 +7,7 @@
 
 namespace corvid {
 
-void runMGFPipeline(const ParameterTable& parameters, const std::vector<std::string>& mgfNames) {
-  auto found = parameters.find("datapath");
-  const std::string folder = found == parameters.end() ? std::string() : found->second;
+void runMGFPipeline(const std::string& folder, const std::vector<std::string>& mgfNames) {
   for (const std::string& name : mgfNames) {
     logMessage(LogLabel::kState, "Processing " + name);
     logMessage(LogLabel::kNote, "Loading MGF...");
@@ -20,6 +18,15 @@ void runMGFPipeline(const ParameterTable& parameters, const std::vector<std::str
     writeKX2FromMGF(mgfFile);
     noteMS2ScansProcessed(static_cast<long long>(mgfFile.spectra.size()));
   }
+}
+
+void convertMGFToKX2(const std::string& mgfPath) {
+  MGFFile mgfFile;
+  mgfFile.path = mgfPath;
+  readMGF(mgfFile);
+  logMessage(LogLabel::kNote, "Printing KX2...");
+  writeKX2FromMGF(mgfFile);
+  noteMS2ScansProcessed(static_cast<long long>(mgfFile.spectra.size()));
 }
 
 }  // namespace corvid

@@ -1,14 +1,14 @@
 #pragma once
-// MGF input: each MGF file of the data folder is read and converted to KX2 beside it; no
-// precursor detection runs.
+// MGF input: each MGF file is read and converted to KX2 beside it; no precursor detection runs.
 #include <string>
 #include <vector>
 
-#include "startup/parameter_table.h"
-
 namespace corvid {
 
-// mgfNames are bare file names in discovery order; the folder is the value of `datapath`.
-void runMGFPipeline(const ParameterTable& parameters, const std::vector<std::string>& mgfNames);
+// mgfNames are bare file names of `folder` (ending with a separator) in discovery order.
+void runMGFPipeline(const std::string& folder, const std::vector<std::string>& mgfNames);
+
+// The MGF-to-KX2 conversion route of the command line, for one MGF path.
+void convertMGFToKX2(const std::string& mgfPath);
 
 }  // namespace corvid

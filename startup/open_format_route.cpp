@@ -14,7 +14,6 @@
 #include "spectra/mzxml_as_mzml.h"
 #include "spectra/open_format_extractor.h"
 #include "startup/pipelines.h"
-#include "startup/run_settings.h"
 
 namespace corvid {
 
@@ -27,9 +26,9 @@ void sayWaiting(const std::string& lockPath) {
 
 // Results made from an earlier extraction of another or a changed input are not this input's:
 // the report would end the run early as "Complete", so it goes.
-void dropStaleReport(ParameterTable& parameters, const std::string& stem) {
-  if (parameters["rewrite_files"] != "0") return;
-  const std::string report = parameters["outputpath"] + stem + ".csv";
+void dropStaleReport(const RunSettings& settings, const std::string& stem) {
+  if (settings.rewriteFiles) return;
+  const std::string report = settings.paths.output + stem + ".csv";
   std::error_code code;
   if (!std::filesystem::is_regular_file(report, code)) return;
   if (std::filesystem::remove(report, code)) {
@@ -45,8 +44,8 @@ bool sameFolder(const std::string& first, const std::string& second) {
 
 // The summary maps Corvid's scan numbers back to the instrument's native ids: results in another
 // folder than the extraction get their own copy, so they can always be traced.
-void copySummaryToOutputs(ParameterTable& parameters, const std::string& extractFolder, const std::string& stem) {
-  const std::string outputFolder = parameters["outputpath"];
+void copySummaryToOutputs(const RunSettings& settings, const std::string& extractFolder, const std::string& stem) {
+  const std::string& outputFolder = settings.paths.output;
   if (sameFolder(extractFolder, outputFolder)) return;
   const std::string name = stem + std::string(kExtractionSummarySuffix);
   std::string error;
@@ -58,54 +57,55 @@ void copySummaryToOutputs(ParameterTable& parameters, const std::string& extract
 
 }  // namespace
 
-std::string extractionFolder(ParameterTable& parameters) {
-  const std::string chosen = valueOrEmpty(parameters, "extract_path");
-  return chosen.empty() ? parameters["datapath"] : withTrailingSeparator(chosen);
+std::string extractionFolder(const RunSettings& settings, const std::string& inputFolder) {
+  const std::string& chosen = settings.paths.extraction;
+  return chosen.empty() ? inputFolder : withTrailingSeparator(chosen);
 }
 
 // Each mzML/mzXML file is extracted in-process into <stem>.ms1/.ms2 in the extraction folder (an
 // earlier extraction of the same input is reused); the MS1 names of the files extracted are
-// handed to the common tail of the run driver. Runs that extract the same input take turns: the
-// second one waits and then reuses the first one's extraction.
-std::vector<std::string> extractOpenFormatFiles(ParameterTable parameters, const std::vector<std::string>& names) {
-  const std::string inputFolder = parameters["datapath"];
-  const std::string folder = extractionFolder(parameters);
-  std::vector<std::string> ms1Names;
+// handed to the common tail of the run driver as jobs. Runs that extract the same input take turns:
+// the second one waits and then reuses the first one's extraction.
+std::vector<InputJob> extractOpenFormatFiles(const RunSettings& settings, const std::string& inputFolder,
+                                             const std::vector<std::string>& names) {
+  const std::string folder = extractionFolder(settings, inputFolder);
+  std::vector<InputJob> jobs;
   std::error_code code;
   if (folder != inputFolder && !std::filesystem::is_directory(folder, code) &&
       !std::filesystem::create_directories(folder, code)) {
     logMessage(LogLabel::kError, "Fail to create the extraction folder " + folder + ": " + code.message());
     noteRunProblem(RunProblem::kOutputUnwritable);
-    return ms1Names;
+    return jobs;
   }
   // One file (the usual pipeline job): its spectra go to the driver from memory as well, so the
   // text just written is not read back. With more files each would wait in memory for its turn.
   const bool handOver = names.size() == 1;
   for (const std::string& name : names) {
     const std::string stem = name.substr(0, name.rfind('.'));
+    InputJob job{.folder = folder, .ms1Name = stem + ".ms1", .openFormatFolder = inputFolder};
     FileLock lock = acquireFileLock(folder + stem + ".quarry.lock", sayWaiting);
     if (openFormatAlreadyExtracted(inputFolder + name, folder, stem)) {
       logMessage(LogLabel::kState, "Reusing the earlier extraction of " + name);
     } else {
       logMessage(LogLabel::kState, "Extracting MS1 and MS2 from " + name + "...");
       LoadedPair loaded;
-      if (!extractOpenFormat(inputFolder + name, folder, stem, threadsFrom(parameters), handOver ? &loaded : nullptr)) {
+      if (!extractOpenFormat(inputFolder + name, folder, stem, settings.threads, handOver ? &loaded : nullptr)) {
         continue;
       }
-      if (handOver) offerLoadedPair(folder + stem + ".ms1", folder + stem + ".ms2", std::move(loaded));
-      dropStaleReport(parameters, stem);
+      if (handOver) job.loaded = handOverPair(folder + stem + ".ms1", folder + stem + ".ms2", std::move(loaded));
+      dropStaleReport(settings, stem);
     }
-    copySummaryToOutputs(parameters, folder, stem);
-    ms1Names.push_back(stem + ".ms1");
+    copySummaryToOutputs(settings, folder, stem);
+    jobs.push_back(std::move(job));
   }
-  return ms1Names;
+  return jobs;
 }
 
-void writeCorrectedMzMLFor(ParameterTable& parameters, const std::string& stem,
+void writeCorrectedMzMLFor(const RunSettings& settings, const InputJob& job, const std::string& stem,
                            const CorrectionsByScan& corrections, bool processed) {
-  const std::string inputFolder = valueOrEmpty(parameters, kOpenFormatFolderKey);
+  const std::string& inputFolder = job.openFormatFolder;
   std::string input;
-  for (std::string_view spelling : kOpenFormatSpellings) {
+  for (std::string_view spelling : openFormatSpellings()) {
     if (!inputFolder.empty() && canOpenForReading(inputFolder + stem + std::string(spelling))) {
       input = inputFolder + stem + std::string(spelling);
       break;
@@ -116,14 +116,14 @@ void writeCorrectedMzMLFor(ParameterTable& parameters, const std::string& stem,
     return;
   }
   const bool fromMzXML = isMzXMLName(input);
-  const std::string target = parameters["outputpath"] + stem + ".corrected.mzML";
+  const std::string target = settings.paths.output + stem + ".corrected.mzML";
   if (!processed) {
     logMessage(LogLabel::kAlert, "output_mzml: " + target + " is not written because the results of " + stem +
                             " already existed and nothing was processed; give -r 1 to redo them.");
     return;
   }
   logMessage(LogLabel::kNote, "Writing corrected mzML...");
-  const auto nativeIds = readNativeIds(parameters["datapath"] + stem + std::string(kExtractionSummarySuffix));
+  const auto nativeIds = readNativeIds(job.folder + stem + std::string(kExtractionSummarySuffix));
   CorrectionsByNativeId byNativeId;
   for (const auto& [scan, precursors] : corrections) {
     const auto id = nativeIds.find(scan);

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "platform/run_log.h"
+#include "platform/lenient_numbers.h"
 
 namespace corvid {
 namespace {
@@ -52,16 +52,9 @@ std::string alertText(const std::string& key, const std::string& value, std::str
   return key + " = " + value + " " + std::string(problem) + ": the run uses " + used;
 }
 
-// A real setting that must be finite and lie in [lowest, +inf) (above lowest when open).
-struct RealRule {
-  const char* key;
-  double lowest;
-  bool openAtLowest;
-  const char* range;  // how the range reads in the alert, empty when any finite value is fine
-};
+}  // namespace
 
-void checkReal(const ParameterTable& table, const RealRule& rule, std::vector<std::string>& alerts) {
-  const std::string& value = valueOrEmpty(table, rule.key);
+void checkReal(const std::string& value, const RealRule& rule, std::vector<std::string>& alerts) {
   const double used = readReal(value);
   std::string_view problem;
   std::string outOfRange;
@@ -78,14 +71,7 @@ void checkReal(const ParameterTable& table, const RealRule& rule, std::vector<st
   alerts.push_back(alertText(rule.key, value, problem, formatReal(used)));
 }
 
-// isolation_width "4" replaces the threshold by -0.68 and output_all_mars_y "1" by -10000: the
-// value given is then not used at all.
-bool thresholdIsUsed(const ParameterTable& table) {
-  return valueOrEmpty(table, "output_all_mars_y") != "1" && valueOrEmpty(table, "isolation_width") != "4";
-}
-
-void checkCoElute(const ParameterTable& table, std::vector<std::string>& alerts) {
-  const std::string& value = valueOrEmpty(table, "co-elute");
+void checkCoElute(const std::string& value, std::vector<std::string>& alerts) {
   const int used = readInteger(value);
   const std::string usedText = std::to_string(used) + (used == 0 ? " (a single precursor per scan)"
                                                                  : " (all co-eluting precursors)");
@@ -96,11 +82,12 @@ void checkCoElute(const ParameterTable& table, std::vector<std::string>& alerts)
   }
 }
 
+namespace {
 // The model names that select a model of their own; anything else scores with the fallback.
 constexpr std::string_view kMarsModelNames[] = {"1", "2", "3", "4", "5", "15", "250", "1024"};
+}  // namespace
 
-void checkMarsModel(const ParameterTable& table, std::vector<std::string>& alerts) {
-  const std::string& value = valueOrEmpty(table, "mars_model");
+void checkMarsModel(const std::string& value, std::vector<std::string>& alerts) {
   for (std::string_view name : kMarsModelNames) {
     if (value == name) return;
   }
@@ -109,10 +96,7 @@ void checkMarsModel(const ParameterTable& table, std::vector<std::string>& alert
                              "the fallback model"));
 }
 
-// samplenumberinsvmlight: the text "-1" draws every scan, a count of 1 or more that many scans;
-// anything else draws none.
-void checkSampleNumber(const ParameterTable& table, std::vector<std::string>& alerts) {
-  const std::string& value = valueOrEmpty(table, "samplenumberinsvmlight");
+void checkSampleNumber(const std::string& value, std::vector<std::string>& alerts) {
   if (value == "-1") return;
   const int used = readInteger(value);
   const std::string usedText = used >= 1 ? std::to_string(used) : std::to_string(used) + " (no scan is drawn)";
@@ -124,10 +108,7 @@ void checkSampleNumber(const ParameterTable& table, std::vector<std::string>& al
   }
 }
 
-// svmlight_charge_range: two whole numbers joined by "-". Without a "-" the export fails with its
-// own message, so only the numbers are looked at here.
-void checkChargeRange(const ParameterTable& table, std::vector<std::string>& alerts) {
-  const std::string& value = valueOrEmpty(table, "svmlight_charge_range");
+void checkChargeRange(const std::string& value, std::vector<std::string>& alerts) {
   const std::size_t dash = value.find('-');
   if (value.empty() || dash == std::string::npos) return;
   const std::string low = value.substr(0, dash);
@@ -145,38 +126,13 @@ void checkChargeRange(const ParameterTable& table, std::vector<std::string>& ale
   }
 }
 
-}  // namespace
-
-std::vector<std::string> parameterValueAlerts(const ParameterTable& table) {
-  std::vector<std::string> alerts;
-  checkReal(table, {"isolation_width", 0.0, true, "above 0"}, alerts);
-  checkCoElute(table, alerts);
-  checkMarsModel(table, alerts);
-  if (thresholdIsUsed(table)) {
-    checkReal(table, {"mars_threshold", -HUGE_VAL, false, ""}, alerts);
-  }
-  checkReal(table, {"recalibrate_window", 0.0, false, "0 or more"}, alerts);
-  if (isOn(valueOrEmpty(table, "outputsvmlight"))) {
-    checkSampleNumber(table, alerts);
-    checkChargeRange(table, alerts);
-  }
-  return alerts;
-}
-
 std::string dataCountAlert(const std::string& value, int count) {
   if (!readsWholeAsInteger(value)) {
     return alertText("datanum", value, integerProblem(value),
                      count == 0 ? std::string("0 (datapath)") : std::to_string(count));
   }
-  if (count < 0) {
-    return alertText("datanum", value, "is out of range (0 or more)",
-                     std::to_string(count) + " (no data path is processed)");
-  }
+  // A negative count is a documented value: no data path is processed, and nothing is wrong.
   return {};
-}
-
-void checkParameterValues(const ParameterTable& table) {
-  for (const std::string& alert : parameterValueAlerts(table)) logMessage(LogLabel::kAlert, alert);
 }
 
 }  // namespace corvid

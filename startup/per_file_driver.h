@@ -1,32 +1,31 @@
 #pragma once
 // The whole detection job for one extracted MS1/MS2 pair: load, walk every MS2 scan per
 // activation group, gather MS1 signal, detect, score, filter, write spectra and the CSV report.
-#include <cstdint>
+#include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
-#include "scoring/boosted_trees.h"
-#include "spectra/corrected_mzml.h"
-#include "startup/parameter_table.h"
+#include "spectra/loaded_pair.h"
+#include "startup/pair_run.h"
+#include "startup/run_resources.h"
+#include "startup/run_settings.h"
 
 namespace corvid {
 
-// Corvid's scan number -> the precursors exported for it, best first (scans exported with the
-// instrument's precursor are absent).
-using CorrectionsByScan = std::unordered_map<std::uint32_t, std::vector<CorrectedPrecursor>>;
+// The files of one pair and where the job found them.
+struct PairFiles {
+  std::string ms1Path;
+  std::string ms2Path;
+  std::string folder;  // the pair's folder: debug peak files are read from there
+};
 
-// precision_mode's classifier, found like the isotope pattern table and checked to read the
-// inputs Corvid computes; a missing, damaged or foreign model throws RunFailure. Read once per
-// process and path: runs check it before any work, so a bad model costs no extraction, and every
-// file pair of a batch then uses the same model.
-const BoostedTrees& loadPrecisionModel(ParameterTable& parameters);
-
-// Outputs go to `outputpath` named after the MS2 file; `outputList` collects the spectrum files
-// written. When `corrections` is given, the exported precursors are added to it. Returns false
-// when the pair's results already existed and nothing was processed. Failures (missing files,
-// unreadable data) are thrown as RunFailure.
-bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, const std::string& ms2Path,
-                         std::vector<std::string>& outputList, CorrectionsByScan* corrections = nullptr);
+// Outputs go to the run's output folder named after the MS2 file; `outputList` collects the
+// spectrum files written. `handedOver` is the pair as its extraction loaded it, used when it still
+// stands for these files (and released either way). When `corrections` is given, the exported
+// precursors are added to it. Returns false when the pair's results already existed and nothing
+// was processed. Failures (missing files, unreadable data) are thrown as RunFailure.
+bool processSpectrumPair(const RunSettings& settings, RunResources& resources, const PairFiles& files,
+                         std::optional<HandedOverPair>& handedOver, std::vector<std::string>& outputList,
+                         CorrectionsByScan* corrections = nullptr);
 
 }  // namespace corvid

@@ -1,34 +1,43 @@
 #include "startup/run_settings.h"
 
+#include <cmath>
+
 #include "startup/parallel_detection.h"
+#include "spectra/ms2_splitter.h"
+#include "startup/parameter_checks.h"
 
 namespace corvid {
 namespace {
 
-// A switch is on exactly when its value is the text "1"; a missing key is off.
-bool flag(const ParameterTable& parameters, const std::string& key) { return isOn(valueOrEmpty(parameters, key)); }
-
-}  // namespace
-
-IsotopePatternTable& runIsotopeTable() {
-  static IsotopePatternTable table;  // zero until the first load
-  return table;
+// The built-in internal split sizes are used when these keys are absent, empty or not positive.
+std::int64_t internalSize(const ParameterTable& table, const char* key, std::int64_t fallback) {
+  const auto entry = table.find(key);
+  if (entry == table.end() || entry->second.empty()) return fallback;
+  const long long value = readInteger64(entry->second);
+  return value > 0 ? value : fallback;
 }
 
-DetectionSettings detectionSettingsFrom(const ParameterTable& parameters) {
+// The reader of one table: a switch is on exactly when its value is the text "1"; a missing key
+// reads as empty text.
+struct TableReader {
+  const ParameterTable& table;
+  const std::string& text(const char* key) const { return valueOrEmpty(table, key); }
+  bool on(const char* key) const { return isOn(text(key)); }
+};
+
+DetectionSettings detectionSettingsFrom(const TableReader& read) {
   DetectionSettings settings;
-  const std::string& debug = valueOrEmpty(parameters, "debug_mode");
+  const std::string& debug = read.text("debug_mode");
   settings.debugMode = debug == "1"   ? DebugMode::kSingleScan
                        : debug == "2" ? DebugMode::kScanList
                                       : DebugMode::kOff;
-  settings.coElute = readInteger(valueOrEmpty(parameters, "co-elute"));
-  settings.cutSimilarMono = flag(parameters, "cut_similiar_mono");
-  settings.isolationWidth = readReal(valueOrEmpty(parameters, "isolation_width"));
-  settings.recalibrateWindow = readReal(valueOrEmpty(parameters, "recalibrate_window"));
-  settings.outputSvmLight = flag(parameters, "outputsvmlight");
-  settings.checkActivationCenter = flag(parameters, "check_activationcenter");
-  settings.dataPath = valueOrEmpty(parameters, "datapath");
-  if (flag(parameters, "precision_mode")) {
+  settings.coElute = readInteger(read.text("co-elute"));
+  settings.cutSimilarMono = read.on("cut_similiar_mono");
+  settings.isolationWidth = readReal(read.text("isolation_width"));
+  settings.recalibrateWindow = readReal(read.text("recalibrate_window"));
+  settings.outputSvmLight = read.on("outputsvmlight");
+  settings.checkActivationCenter = read.on("check_activationcenter");
+  if (read.on("precision_mode")) {
     // A precursor's monoisotopic peak may be missing from the scan just before the MS2 scan and
     // present in the next one: precision mode starts candidates from both neighbours as well.
     settings.checkActivationCenter = false;
@@ -37,65 +46,112 @@ DetectionSettings detectionSettingsFrom(const ParameterTable& parameters) {
   return settings;
 }
 
-ThresholdSettings thresholdSettingsFrom(const ParameterTable& parameters) {
+// mars_threshold (lenient real conversion, "abc" is 0.0), -0.68 when isolation_width is exactly
+// "4", -10000.0 when output_all_mars_y is "1" (this wins); debug with debug_mode "1".
+ThresholdSettings thresholdSettingsFrom(const TableReader& read) {
   ThresholdSettings settings;
-  settings.threshold = readReal(valueOrEmpty(parameters, "mars_threshold"));
-  if (valueOrEmpty(parameters, "isolation_width") == "4") {
+  settings.threshold = readReal(read.text("mars_threshold"));
+  if (read.text("isolation_width") == "4") {
     settings.wideWindow = true;
     settings.threshold = kWideWindowThreshold;
   }
-  if (keepsEveryCandidate(parameters)) settings.threshold = kKeepAllThreshold;
-  settings.debug = valueOrEmpty(parameters, "debug_mode") == "1";
+  if (read.text("output_all_mars_y") == "1") settings.threshold = kKeepAllThreshold;
+  settings.debug = read.text("debug_mode") == "1";
   return settings;
 }
 
-bool keepsEveryCandidate(const ParameterTable& parameters) {
-  return valueOrEmpty(parameters, "output_all_mars_y") == "1";
+RunPaths pathsFrom(const TableReader& read) {
+  RunPaths paths;
+  paths.data = read.text("datapath");
+  paths.output = read.text("outputpath");
+  paths.log = read.text("logfilepath");
+  paths.extraction = read.text("extract_path");
+  paths.program = read.text("binpath");
+  paths.isotopeTable = read.text("ipv_file");
+  const std::string& trainingSet = read.text("trainingset");
+  if (trainingSet != kEmptyPath) paths.trainingSet = trainingSet;
+  return paths;
 }
 
-bool precisionModelChooses(const ParameterTable& parameters) {
-  return flag(parameters, "precision_mode") && !keepsEveryCandidate(parameters);
+OutputSwitches outputSwitchesFrom(const TableReader& read) {
+  OutputSwitches outputs;
+  outputs.mgf = read.on("output_mgf");
+  outputs.ms2 = read.on("output_ms2");
+  outputs.kx = read.on("output_kx");
+  outputs.precursorTable = read.on("output_table");
+  outputs.correctedMzML = read.on("output_mzml");
+  outputs.trainingData = read.on("output_trainingdata");
+  outputs.uncheckedLists = read.on("export_unchecked_mono");
+  outputs.deleteSpectrumFiles = read.on("delete_msn");
+  outputs.peakDifferences = read.on("output_freq");
+  return outputs;
 }
 
-MarsModelChoice marsModelFrom(const ParameterTable& parameters) {
-  return selectMarsModel(valueOrEmpty(parameters, "mars_model"));
+InputFormatChoice inputFormatFrom(const TableReader& read) {
+  InputFormatChoice choice;
+  choice.givenText = read.text("input_format");
+  choice.folderFormat = formatFromOption(choice.givenText);
+  choice.exactlyWiff = choice.givenText == "wiff";
+  return choice;
 }
 
-SvmLightSetup svmLightSetupFrom(const ParameterTable& parameters) {
-  return makeSvmLightPaths(valueOrEmpty(parameters, "outputpath"), valueOrEmpty(parameters, "samplenumberinsvmlight"),
-                           valueOrEmpty(parameters, "svmlight_charge_range"));
-}
+}  // namespace
 
-unsigned threadsFrom(const ParameterTable& parameters) {
-  return threadCountFor(readInteger(valueOrEmpty(parameters, "threads")));
-}
-
-std::int64_t ms2PartSizeFrom(const ParameterTable& parameters) {
-  return ms2PartSize(valueOrEmpty(parameters, "input_format") == "wiff");
-}
-
-PairSettings pairSettingsFrom(const ParameterTable& parameters) {
-  PairSettings settings;
-  settings.detection = detectionSettingsFrom(parameters);
-  settings.threshold = thresholdSettingsFrom(parameters);
-  settings.model = marsModelFrom(parameters);
-  settings.useSvm = flag(parameters, "outputsvmlight");
-  settings.exportMGF = flag(parameters, "output_mgf");
-  settings.exportMS2 = flag(parameters, "output_ms2");
-  settings.exportKX = flag(parameters, "output_kx");
-  settings.writeTable = flag(parameters, "output_table");
-  settings.writeTrainingData = flag(parameters, "output_trainingdata");
-  settings.exportUnchecked = flag(parameters, "export_unchecked_mono");
-  settings.precisionMode = flag(parameters, "precision_mode");
-  settings.deleteSpectrumFiles = flag(parameters, "delete_msn");
-  settings.debugOff = valueOrEmpty(parameters, "debug_mode") == "0";
-  settings.rewriteFiles = valueOrEmpty(parameters, "rewrite_files") != "0";
-  settings.peakDifferences = flag(parameters, "output_freq");
-  settings.threads = threadsFrom(parameters);
-  settings.outputFolder = valueOrEmpty(parameters, "outputpath");
-  const std::string& trainingSet = valueOrEmpty(parameters, "trainingset");
-  if (trainingSet != kEmptyPath) settings.trainingSet = trainingSet;
+RunSettings readRunSettings(const ParameterTable& table) {
+  const TableReader read{table};
+  RunSettings settings;
+  settings.paths = pathsFrom(read);
+  settings.inputFormat = inputFormatFrom(read);
+  settings.detection = detectionSettingsFrom(read);
+  settings.threshold = thresholdSettingsFrom(read);
+  settings.model = selectMarsModel(read.text("mars_model"));
+  settings.useSvm = read.on("outputsvmlight");
+  settings.svmSampleNumber = read.text("samplenumberinsvmlight");
+  settings.svmChargeRange = read.text("svmlight_charge_range");
+  settings.precisionMode = read.on("precision_mode");
+  settings.keepEveryCandidate = read.text("output_all_mars_y") == "1";
+  settings.outputs = outputSwitchesFrom(read);
+  settings.split.thresholdBytes = internalSize(table, "ms2_split_threshold", kMS2SplitThreshold);
+  settings.split.partScans = internalSize(table, "ms2_part_scans", ms2PartSize(settings.inputFormat.exactlyWiff));
+  settings.debugOff = read.text("debug_mode") == "0";
+  settings.rewriteFiles = read.text("rewrite_files") != "0";
+  settings.threads = threadCountFor(readInteger(read.text("threads")));
+  settings.strictExit = read.on("strict_exit");
+  settings.extractorMz = read.text("m/z");
+  settings.extractorIntensity = read.text("Intensity");
+  settings.valueAlerts = parameterValueAlerts(table);
   return settings;
+}
+
+SvmLightSetup svmLightSetupOf(const RunSettings& settings) {
+  return makeSvmLightPaths(settings.paths.output, settings.svmSampleNumber, settings.svmChargeRange);
+}
+
+std::vector<std::string> parameterValueAlerts(const ParameterTable& table) {
+  const TableReader read{table};
+  std::vector<std::string> alerts;
+  checkReal(read.text("isolation_width"), {"isolation_width", 0.0, true, "above 0"}, alerts);
+  checkCoElute(read.text("co-elute"), alerts);
+  checkMarsModel(read.text("mars_model"), alerts);
+  // isolation_width "4" replaces the threshold by -0.68 and output_all_mars_y "1" by -10000: the
+  // value given is then not used at all.
+  if (read.text("output_all_mars_y") != "1" && read.text("isolation_width") != "4") {
+    checkReal(read.text("mars_threshold"), {"mars_threshold", -HUGE_VAL, false, ""}, alerts);
+  }
+  checkReal(read.text("recalibrate_window"), {"recalibrate_window", 0.0, false, "0 or more"}, alerts);
+  if (read.on("outputsvmlight")) {
+    checkSampleNumber(read.text("samplenumberinsvmlight"), alerts);
+    checkChargeRange(read.text("svmlight_charge_range"), alerts);
+  }
+  return alerts;
+}
+
+DataCount readDataCount(const ParameterTable& table) {
+  DataCount data;
+  const std::string& value = valueOrEmpty(table, "datanum");
+  data.count = readInteger(value);
+  data.alert = dataCountAlert(value, data.count);
+  return data;
 }
 
 }  // namespace corvid

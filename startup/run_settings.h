@@ -1,20 +1,18 @@
 #pragma once
-// Settings read once: the parameter table converted into the typed settings that detection,
-// scoring and the writers take. Every conversion of a key (its lenient number reading, its "1"
-// test, the threshold overrides) happens here and nowhere else.
+// Settings read once: one run's parameter table converted into typed values, with the alerts for
+// values that are no number or out of range. This is the only place that looks keys up and
+// converts their text (the lenient number reading, the "1" test, the threshold overrides); the
+// drivers, pipelines and the science below them take these fields.
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "detection/detection_context.h"
 #include "scoring/mars_model.h"
-#include "spectra/precursor_features.h"
-#include "scoring/score_candidates.h"
 #include "scoring/svm_light_export.h"
 #include "scoring/threshold_filter.h"
-#include "spectra/mgf_writer.h"
-#include "spectra/ms2_splitter.h"
-#include "spectra/ms2_writer.h"
+#include "spectra/input_formats.h"
 #include "startup/parameter_table.h"
 
 namespace corvid {
@@ -24,75 +22,85 @@ inline constexpr double kWideWindowThreshold = -0.68;
 // With output_all_mars_y every candidate is kept: no model scores this low.
 inline constexpr double kKeepAllThreshold = -10000.0;
 
-DetectionSettings detectionSettingsFrom(const ParameterTable& parameters);
-// mars_threshold (lenient real conversion, "abc" is 0.0), -0.68 when isolation_width is exactly
-// "4", -10000.0 when output_all_mars_y is "1" (this wins); debug with debug_mode "1".
-ThresholdSettings thresholdSettingsFrom(const ParameterTable& parameters);
-// The model mars_model names (a missing key reads as empty text: the fallback model).
-MarsModelChoice marsModelFrom(const ParameterTable& parameters);
-// SVMlight files in outputpath with samplenumberinsvmlight and svmlight_charge_range.
-SvmLightSetup svmLightSetupFrom(const ParameterTable& parameters);
-// output_all_mars_y is exactly "1": every candidate is kept, by the threshold and in precision mode.
-bool keepsEveryCandidate(const ParameterTable& parameters);
-// precision_mode's classifier chooses the precursors: the mode is on and not every candidate is
-// kept, so its model must be read.
-bool precisionModelChooses(const ParameterTable& parameters);
-// Worker threads: `threads` when it is a positive number, otherwise every core.
-unsigned threadsFrom(const ParameterTable& parameters);
-// Scans per MS2 part: the WIFF size when input_format is exactly "wiff".
-std::int64_t ms2PartSizeFrom(const ParameterTable& parameters);
+// Where a run reads and writes. The texts are as given until resolveRunPaths has checked them.
+struct RunPaths {
+  std::string data;          // datapath: a folder (ending with a separator) or one input file
+  std::string dataFolder;    // the folder of `data`, once resolved
+  std::string output;        // outputpath, the data folder when not given
+  std::string log;           // logfilepath, the data folder when not given
+  std::string extraction;    // extract_path: where mzML/mzXML inputs are extracted; empty: beside them
+  std::string program;       // binpath: corvid's own folder, where its tools and support files are
+  std::string isotopeTable;  // ipv_file
+  std::string trainingSet;   // trainingset, empty when not given
+};
 
-// Everything one file pair's processing reads, converted when the pair starts.
-struct PairSettings {
+// What the outputs of one file pair are.
+struct OutputSwitches {
+  bool mgf = true;                 // output_mgf
+  bool ms2 = false;                // output_ms2
+  bool kx = true;                  // output_kx
+  bool precursorTable = false;     // output_table
+  bool correctedMzML = false;      // output_mzml
+  bool trainingData = false;       // output_trainingdata
+  bool uncheckedLists = false;     // export_unchecked_mono
+  bool deleteSpectrumFiles = false;  // delete_msn
+  bool peakDifferences = false;    // output_freq: the statistics only, then the run ends
+};
+
+// When an MS2 file is processed in parts. The two sizes come from the parameter file only
+// (`ms2_split_threshold`, `ms2_part_scans`), so that tests can split small files; they are no
+// options and are never written into templates.
+struct SplitSettings {
+  std::int64_t thresholdBytes = 0;  // larger MS2 files are split
+  std::int64_t partScans = 0;       // scans per part
+};
+
+struct RunSettings {
+  RunPaths paths;
+  InputFormatChoice inputFormat;   // input_format
   DetectionSettings detection;
   ThresholdSettings threshold;
   MarsModelChoice model = MarsModelChoice::kFallback;
-  bool useSvm = false;             // outputsvmlight
-  bool exportMGF = true;            // output_mgf
-  bool exportMS2 = false;           // output_ms2
-  bool exportKX = true;             // output_kx
-  bool writeTable = false;         // output_table
-  bool writeTrainingData = false;  // output_trainingdata
-  bool exportUnchecked = false;    // export_unchecked_mono
+  bool useSvm = false;             // outputsvmlight: SVM probabilities instead of the MARS scores
+  std::string svmSampleNumber;     // samplenumberinsvmlight, as the SVMlight export reads it
+  std::string svmChargeRange;      // svmlight_charge_range
   bool precisionMode = false;      // precision_mode
-  bool deleteSpectrumFiles = false;  // delete_msn
-  bool debugOff = true;            // debug_mode is exactly "0"
-  bool rewriteFiles = false;       // rewrite_files is not "0"
-  bool peakDifferences = false;    // output_freq
-  unsigned threads = 1;            // threads: detection workers
-  std::string outputFolder;        // outputpath
-  std::string trainingSet;         // trainingset, or empty when not given
+  bool keepEveryCandidate = false; // output_all_mars_y
+  OutputSwitches outputs;
+  SplitSettings split;
+  bool debugOff = true;            // debug_mode is exactly "0": spectrum files are written
+  bool rewriteFiles = false;       // rewrite_files is not "0": earlier results are redone
+  unsigned threads = 1;            // threads: detection workers and the extraction's second thread
+  bool strictExit = false;         // strict_exit: the exit status tells a failed run from a good one
+  std::string extractorMz;         // m/z and Intensity, handed to the vendor extractor as given
+  std::string extractorIntensity;
+  // One text per value that is no number or out of range, in table order, for the run's log.
+  std::vector<std::string> valueAlerts;
 };
 
-PairSettings pairSettingsFrom(const ParameterTable& parameters);
+RunSettings readRunSettings(const ParameterTable& table);
 
-// The library calls in their table form, for one-off callers (tests, benchmarks): each converts
-// the table and calls the typed function.
-// The run's isotope pattern table. It is loaded again for every file pair and rows a short file
-// does not reach keep the values of the previous load, so it lives as long as the run.
-IsotopePatternTable& runIsotopeTable();
+// precision_mode's classifier chooses the precursors: the mode is on and not every candidate is
+// kept, so its model must be read.
+inline bool precisionModelChooses(const RunSettings& settings) {
+  return settings.precisionMode && !settings.keepEveryCandidate;
+}
 
-inline DetectionContext makeDetectionContext(const ParameterTable& parameters, const MS1File& ms1) {
-  return makeDetectionContext(detectionSettingsFrom(parameters), ms1, runIsotopeTable());
-}
-inline double marsThreshold(const ParameterTable& parameters) { return thresholdSettingsFrom(parameters).threshold; }
-inline void filterByThreshold(const ParameterTable& parameters, const std::vector<double>& scores,
-                              std::vector<PrecursorRecord>& records) {
-  filterByThreshold(thresholdSettingsFrom(parameters), scores, records);
-}
-// The writers with their switch (`output_mgf`, `output_ms2`) read from the table: on exactly when "1".
-inline bool writeMGF(GroupExport& group, const MS2File& ms2File, const ParameterTable& parameters, const std::string& path) {
-  return writeMGF(group, ms2File, isOn(valueOrEmpty(parameters, "output_mgf")), path);
-}
-inline bool writeMS2(GroupExport& group, const MS2File& ms2File, const ParameterTable& parameters, const std::string& path) {
-  return writeMS2(group, ms2File, isOn(valueOrEmpty(parameters, "output_ms2")), path);
-}
-inline int splitMS2(const ParameterTable& parameters, const std::string& ms2Path, std::vector<std::string>& partPaths) {
-  return splitMS2(ms2Path, ms2PartSizeFrom(parameters), partPaths);
-}
-inline void scoreCandidates(const ParameterTable& parameters, std::vector<PrecursorFeatures>& features,
-                            std::vector<double>& scores) {
-  scoreCandidates(marsModelFrom(parameters), features, scores);
-}
+// The SVMlight files of the run's output folder with its sampling settings.
+SvmLightSetup svmLightSetupOf(const RunSettings& settings);
+
+// The alert texts for the settings that a run reads (datanum excepted), in table order: empty
+// when every value is a number in its range. Keys the run does not read with the current
+// switches (the SVMlight keys without outputsvmlight, a threshold that another setting replaces)
+// are not looked at. Nothing here changes a value: the run uses the lenient conversions.
+std::vector<std::string> parameterValueAlerts(const ParameterTable& table);
+
+// The `datanum` of a parameter file: the count of numbered data paths, 0 for `datapath` alone, and
+// below 0 for none (a documented value). The alert text is empty when the value is fine.
+struct DataCount {
+  int count = 0;
+  std::string alert;
+};
+DataCount readDataCount(const ParameterTable& table);
 
 }  // namespace corvid

@@ -5,11 +5,11 @@
 #include <vector>
 
 #include "platform/run_log.h"
+#include "spectra/input_formats.h"
 #include "platform/run_outcome.h"
 #include "startup/command_line.h"
-#include "startup/parameter_checks.h"
 #include "startup/parameter_file.h"
-#include "startup/pipelines.h"
+#include "startup/mgf_pipeline.h"
 #include "startup/run_driver.h"
 
 namespace corvid {
@@ -21,10 +21,6 @@ std::string lowerFromSecond(std::string_view text) {
     lowered[i] = static_cast<char>(std::tolower(static_cast<unsigned char>(lowered[i])));
   }
   return lowered;
-}
-
-void setResetPath(ParameterTable& table) {
-  table["Resetpath"] = table["outputpath"] == kEmptyPath ? "1" : "0";
 }
 
 }  // namespace
@@ -44,31 +40,32 @@ void runFromParameterFile(int count, const char* const* arguments) {
     applyOptions(static_cast<int>(options.size()), options.data(), table);
   }
   if (isOn(valueOrEmpty(table, "strict_exit"))) requestStrictExit();
-  const int dataCount = readInteger(table["datanum"]);
-  const std::string dataCountProblem = dataCountAlert(table["datanum"], dataCount);
-  if (!dataCountProblem.empty()) logMessage(LogLabel::kAlert, dataCountProblem);
-  setResetPath(table);
-  if (dataCount < 0) return;
-  if (dataCount == 0) {
+  const DataCount data = readDataCount(table);
+  if (!data.alert.empty()) logMessage(LogLabel::kAlert, data.alert);
+  if (data.count < 0) return;
+  RunResources resources;
+  if (data.count == 0) {
     setBinPath(arguments, table);
-    runOnce(table);
+    runOnce(readRunSettings(table), resources);
     return;
   }
-  for (int i = 1; i <= dataCount; ++i) {
+  for (int i = 1; i <= data.count; ++i) {
     table["datapath"] = table["datapath" + std::to_string(i)];
     setBinPath(arguments, table);
-    runOnce(table);
+    const RunSettings done = runOnce(readRunSettings(table), resources);
+    // The log folder of the first data path stays for the following ones (each output folder is
+    // its own data folder unless one was given).
+    table["logfilepath"] = done.paths.log;
   }
 }
 
-void runFromOptions(int count, const char* const* arguments) {
+void runFromOptions(int count, const char* const* arguments, RunResources& resources) {
   createRunLog();
   ParameterTable table;
   setDefaults(table);
   applyOptions(count, arguments, table);
-  setResetPath(table);
   setBinPath(arguments, table);
-  runOnce(table);
+  runOnce(readRunSettings(table), resources);
 }
 
 void runEachAsDataPath(int count, const char* const* arguments) {
@@ -84,17 +81,18 @@ void runEachAsDataPath(int count, const char* const* arguments) {
     longOptions.push_back(arguments[i]);
     if (longOptionWidth(argument) == 2 && i + 1 < count) longOptions.push_back(arguments[++i]);
   }
+  RunResources resources;
   for (const char* dataPath : dataPaths) {
     std::vector<const char*> single = {arguments[0], "-D", dataPath};
     single.insert(single.end(), longOptions.begin(), longOptions.end());
-    runFromOptions(static_cast<int>(single.size()), single.data());
+    runFromOptions(static_cast<int>(single.size()), single.data(), resources);
   }
 }
 
 void runMGFConversion(int count, const char* const* arguments) {
   for (int i = 1; i < count; ++i) {
     // Only the first argument chose this route; the others are converted whatever their names.
-    if (!endsWith(arguments[i], ".mgf", true) && !endsWith(arguments[i], ".MGF", true)) {
+    if (!hasExtension(arguments[i], InputFormat::kMGF)) {
       logMessage(LogLabel::kAlert, std::string("The argument ") + arguments[i] +
                               " is read as MGF because the first argument names an MGF file, not "
                               "because of its own extension.");

@@ -13,13 +13,14 @@ std::string stemOf(const std::string& fileName) { return fileName.substr(0, file
 
 }  // namespace
 
-ChildCommand rawExtractorCommand(ParameterTable& parameters, const std::string& rawName) {
-  return {toolPath(parameters["binpath"], "quarry_raw"),
-          {"-m", parameters["m/z"], "-i", parameters["Intensity"], "-a", "-ms", parameters["datapath"] + rawName}};
+ChildCommand rawExtractorCommand(const RunSettings& settings, const std::string& folder, const std::string& rawName) {
+  return {toolPath(settings.paths.program, "quarry_raw"),
+          {"-m", settings.extractorMz, "-i", settings.extractorIntensity, "-a", "-ms", folder + rawName}};
 }
 
-ChildCommand wiffExtractorCommand(ParameterTable& parameters, const std::string& wiffName) {
-  return {toolPath(parameters["binpath"], "quarry_wiff"), {"-ms", parameters["datapath"] + wiffName}};
+ChildCommand wiffExtractorCommand(const RunSettings& settings, const std::string& folder,
+                                  const std::string& wiffName) {
+  return {toolPath(settings.paths.program, "quarry_wiff"), {"-ms", folder + wiffName}};
 }
 
 void runExtractorTool(const ChildCommand& command) {
@@ -37,9 +38,8 @@ namespace {
 
 // Announces and runs an extractor unless an earlier extraction is complete: the file with
 // `firstDoneEnding` and the extractor's CSV (both named after the input's stem) already exist.
-void extractUnlessDone(ParameterTable& parameters, const std::string& fileName, const char* announcement,
+void extractUnlessDone(const std::string& folder, const std::string& fileName, const char* announcement,
                        const char* firstDoneEnding, const ChildCommand& command) {
-  const std::string folder = parameters["datapath"];
   if (!canOpenForReading(folder + fileName)) {
     logMessage(LogLabel::kError, "RAW file not exists! " + fileName);
     noteRunProblem(RunProblem::kInputUnreadable);
@@ -53,15 +53,15 @@ void extractUnlessDone(ParameterTable& parameters, const std::string& fileName, 
 
 }  // namespace
 
-void runRawExtractor(ParameterTable parameters, const std::string& rawName) {
-  extractUnlessDone(parameters, rawName, "Calling Quarry to export MS1 and MS2 files...", ".quarry",
-                    rawExtractorCommand(parameters, rawName));
+void runRawExtractor(const RunSettings& settings, const std::string& folder, const std::string& rawName) {
+  extractUnlessDone(folder, rawName, "Calling Quarry to export MS1 and MS2 files...", ".quarry",
+                    rawExtractorCommand(settings, folder, rawName));
 }
 
-void runWiffExtractor(ParameterTable parameters, const std::string& wiffName) {
+void runWiffExtractor(const RunSettings& settings, const std::string& folder, const std::string& wiffName) {
   // The WIFF tool leaves no marker: its MS1 file and CSV stand for a complete extraction.
-  extractUnlessDone(parameters, wiffName, " Converting to MS1 & MS2...", ".ms1",
-                    wiffExtractorCommand(parameters, wiffName));
+  extractUnlessDone(folder, wiffName, " Converting to MS1 & MS2...", ".ms1",
+                    wiffExtractorCommand(settings, folder, wiffName));
 }
 
 }  // namespace corvid

@@ -3,14 +3,14 @@
 #include <string>
 
 #include "platform/process.h"
-#include "startup/parameter_table.h"
+#include "startup/run_settings.h"
 
 namespace corvid {
 
-// "<binpath>quarry_raw -m <m/z> -i <Intensity> -a -ms <datapath><rawName>"
-ChildCommand rawExtractorCommand(ParameterTable& parameters, const std::string& rawName);
-// "<binpath>quarry_wiff -ms <datapath><wiffName>"
-ChildCommand wiffExtractorCommand(ParameterTable& parameters, const std::string& wiffName);
+// "<binpath>quarry_raw -m <m/z> -i <Intensity> -a -ms <folder><rawName>"
+ChildCommand rawExtractorCommand(const RunSettings& settings, const std::string& folder, const std::string& rawName);
+// "<binpath>quarry_wiff -ms <folder><wiffName>"
+ChildCommand wiffExtractorCommand(const RunSettings& settings, const std::string& folder, const std::string& wiffName);
 
 // Runs a tool and waits; a tool that cannot be started or that fails is reported in the log.
 void runExtractorTool(const ChildCommand& command);

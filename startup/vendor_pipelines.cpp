@@ -1,5 +1,5 @@
 #include <cstdio>
-#include <cstdlib>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -12,23 +12,12 @@
 #include "spectra/kx_format.h"
 #include "spectra/ms2_splitter.h"
 #include "spectra/spectrum_records.h"
+#include "startup/input_job.h"
 #include "startup/per_file_driver.h"
 #include "startup/pipelines.h"
-#include "startup/run_settings.h"
 
 namespace corvid {
 namespace {
-
-enum class VendorKind { Raw, Wiff };
-
-// Internal settings, for tests of the split path on small files: read from a parameter file
-// only, never listed as options; the built-in values apply when they are absent.
-std::int64_t internalSetting(const ParameterTable& parameters, const char* key, std::int64_t fallback) {
-  const auto entry = parameters.find(key);
-  if (entry == parameters.end() || entry->second.empty()) return fallback;
-  const long long value = std::atoll(entry->second.c_str());
-  return value > 0 ? value : fallback;
-}
 
 // Joins the part outputs "<stem>_ID_*<ending>" of the output folder into "<stem><ending>".
 void joinParts(const std::string& outputStem, const std::string& ending) {
@@ -56,24 +45,27 @@ void joinKX2PartsOfSplit(const std::string& outputStem, int partCount) {
   }
 }
 
-bool processSplit(ParameterTable& parameters, const std::string& ms1Path, const std::string& ms2Path,
+// The pair's MS2 file in parts of `split.partScans` scans, each processed as a pair of its own and
+// the parts' outputs joined.
+bool processSplit(const RunSettings& settings, RunResources& resources, const PairFiles& files,
                   const std::string& stem, CorrectionsByScan* corrections) {
   logMessage(LogLabel::kNote, "Start spliting MS2...");
   std::vector<std::string> partPaths;
-  const std::int64_t partSize = internalSetting(parameters, "ms2_part_scans", ms2PartSizeFrom(parameters));
-  const int partCount = splitMS2(ms2Path, partSize, partPaths);
+  const int partCount = splitMS2(files.ms2Path, settings.split.partScans, partPaths);
   std::vector<std::string> outputList;
+  std::optional<HandedOverPair> none;
   bool processed = false;
   for (const std::string& part : partPaths) {
-    processed = processSpectrumPair(parameters, ms1Path, part, outputList, corrections) || processed;
+    const PairFiles partFiles{files.ms1Path, part, files.folder};
+    processed = processSpectrumPair(settings, resources, partFiles, none, outputList, corrections) || processed;
     deleteMatching(part);
   }
   // Outputs of the parts are written to the output folder, named after each part.
-  const std::string outputStem = parameters["outputpath"] + stem;
-  if (isOn(parameters["output_mgf"])) {
+  const std::string outputStem = settings.paths.output + stem;
+  if (settings.outputs.mgf) {
     for (const char* suffix : kGroupSuffixes) joinParts(outputStem, std::string(suffix) + ".mgf");
   }
-  if (isOn(parameters["output_ms2"])) {
+  if (settings.outputs.ms2) {
     for (const char* suffix : kGroupSuffixes) joinParts(outputStem, std::string(suffix) + ".ms2");
   }
   // The reference lists of each part are joined first, so that the report join takes parts only.
@@ -81,52 +73,48 @@ bool processSplit(ParameterTable& parameters, const std::string& ms1Path, const 
   joinParts(outputStem, "_unchecked.csv");
   joinParts(outputStem, ".csv");
   joinPrecursorTableParts(outputStem);
-  if (isOn(parameters["output_kx"])) joinKX2PartsOfSplit(outputStem, partCount);
-  deleteMatching(parameters["datapath"] + stem + "_ID_*");
+  if (settings.outputs.kx) joinKX2PartsOfSplit(outputStem, partCount);
+  deleteMatching(files.folder + stem + "_ID_*");
   return processed;
 }
 
-void runVendorPipeline(ParameterTable& parameters, const std::string& ms1Name, VendorKind kind) {
-  logMessage(LogLabel::kState, "Processing " + ms1Name);
-  const std::string folder = parameters["datapath"];
-  const std::string stem = withoutExtension(ms1Name);
-  if (!canOpenForReading(folder + stem + ".quarry")) {
-    logMessage(LogLabel::kError, "MS1 Or MS2 files not completely extracted! " + stem);
-    noteRunProblem(RunProblem::kInputUnreadable);
-    if (kind == VendorKind::Raw) {
-      runRawExtractor(parameters, stem + ".raw");
-    } else {
-      runWiffExtractor(parameters, stem + ".wiff");
-    }
-  }
-  const std::string ms1Path = resolveLetterCase(folder + ms1Name);
-  const std::string ms2Path = resolveLetterCase(folder + stem + (kind == VendorKind::Raw ? ".ms2" : ".MS2"));
-  if (kind == VendorKind::Wiff) {
-    std::printf("-> hello, %s\n", ms2Path.c_str());
-    std::fflush(stdout);
-  }
-  // The corrected mzML collects the precursors of every part before it is written once.
-  const bool correctMzML = isOn(valueOrEmpty(parameters, "output_mzml"));
-  CorrectionsByScan corrections;
-  CorrectionsByScan* collected = correctMzML ? &corrections : nullptr;
-  bool processed = false;
-  if (fileSize(ms2Path) <= internalSetting(parameters, "ms2_split_threshold", kMS2SplitThreshold)) {
-    std::vector<std::string> outputList;
-    processed = processSpectrumPair(parameters, ms1Path, ms2Path, outputList, collected);
+// An extraction without its marker is reported and, for vendor files, tried again.
+void requireCompleteExtraction(const RunSettings& settings, const InputJob& job, const std::string& stem) {
+  if (canOpenForReading(job.folder + stem + ".quarry")) return;
+  logMessage(LogLabel::kError, "MS1 Or MS2 files not completely extracted! " + stem);
+  noteRunProblem(RunProblem::kInputUnreadable);
+  if (job.source == PairSource::kRaw) {
+    runRawExtractor(settings, job.folder, stem + ".raw");
   } else {
-    processed = processSplit(parameters, ms1Path, ms2Path, stem, collected);
+    runWiffExtractor(settings, job.folder, stem + ".wiff");
   }
-  if (correctMzML) writeCorrectedMzMLFor(parameters, stem, corrections, processed);
 }
 
 }  // namespace
 
-void runRawPipeline(ParameterTable parameters, const std::string& ms1Name) {
-  runVendorPipeline(parameters, ms1Name, VendorKind::Raw);
-}
-
-void runWiffPipeline(ParameterTable parameters, const std::string& ms1Name) {
-  runVendorPipeline(parameters, ms1Name, VendorKind::Wiff);
+void runPairJob(const RunSettings& settings, RunResources& resources, InputJob job) {
+  logMessage(LogLabel::kState, "Processing " + job.ms1Name);
+  const std::string stem = withoutExtension(job.ms1Name);
+  requireCompleteExtraction(settings, job, stem);
+  const PairFiles files{resolveLetterCase(job.folder + job.ms1Name),
+                        resolveLetterCase(job.folder + stem + (job.source == PairSource::kRaw ? ".ms2" : ".MS2")),
+                        job.folder};
+  if (job.source == PairSource::kWiff) {
+    std::printf("-> hello, %s\n", files.ms2Path.c_str());
+    std::fflush(stdout);
+  }
+  // The corrected mzML collects the precursors of every part before it is written once.
+  CorrectionsByScan corrections;
+  CorrectionsByScan* collected = settings.outputs.correctedMzML ? &corrections : nullptr;
+  bool processed = false;
+  if (fileSize(files.ms2Path) <= settings.split.thresholdBytes) {
+    std::vector<std::string> outputList;
+    processed = processSpectrumPair(settings, resources, files, job.loaded, outputList, collected);
+  } else {
+    job.loaded.reset();
+    processed = processSplit(settings, resources, files, stem, collected);
+  }
+  if (settings.outputs.correctedMzML) writeCorrectedMzMLFor(settings, job, stem, corrections, processed);
 }
 
 }  // namespace corvid

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "detection/ms1_peak_gathering.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 #include "tests/detection/detection_test_support.h"
 
 namespace corvid {

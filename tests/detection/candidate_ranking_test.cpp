@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 #include "tests/detection/detection_test_support.h"
 
 namespace corvid {

@@ -12,7 +12,7 @@
 #include "detection/detection_context.h"
 #include "detection/isotope_pattern_table.h"
 #include "startup/parameter_table.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 #include "tests/support/test_support.h"
 
 namespace corvid::testing {

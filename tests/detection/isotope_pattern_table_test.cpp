@@ -12,7 +12,7 @@
 
 #include "platform/run_failure.h"
 #include "platform/run_log.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 #include "tests/support/test_support.h"
 
 namespace corvid {

@@ -7,7 +7,7 @@
 #include <random>
 
 #include "platform/text_file.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 #include "tests/detection/detection_test_support.h"
 
 namespace corvid {

@@ -7,7 +7,7 @@
 
 #include "detection/candidate_detection.h"
 #include "detection/ms1_peak_gathering.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 #include "tests/detection/detection_test_support.h"
 
 namespace corvid {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "scoring/threshold_filter.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 
 namespace corvid {
 namespace {

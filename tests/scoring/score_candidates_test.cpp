@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "scoring/mars_model.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 
 namespace corvid {
 namespace {

@@ -10,7 +10,7 @@
 #include "scoring/score_candidates.h"
 #include "scoring/threshold_filter.h"
 #include "scoring/whole_number.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 
 namespace corvid {
 namespace {

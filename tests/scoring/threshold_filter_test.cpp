@@ -1,5 +1,5 @@
 #include "scoring/threshold_filter.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 #include "tests/support/failure_text.h"
 
 #include <gtest/gtest.h>

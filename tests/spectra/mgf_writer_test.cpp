@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "spectra/mgf_reader.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 #include "tests/spectra/spectra_test_support.h"
 
 namespace corvid {

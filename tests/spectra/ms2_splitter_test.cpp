@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/run_failure.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 #include "tests/spectra/spectra_test_support.h"
 
 namespace corvid {

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 #include "tests/spectra/spectra_test_support.h"
 
 namespace corvid {

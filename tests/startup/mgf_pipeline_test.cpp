@@ -34,9 +34,9 @@ TEST(RunMGFPipeline, TwoFilesGiveTwoKX2PairsNamedAfterThem) {
   TempDir folder;
   writeFile(folder.file("first.mgf"), blocksFor("first", {10, 11, 11}));
   writeFile(folder.file("SECOND.MGF"), blocksFor("second", {5}));
-  ParameterTable parameters{{"datapath", folder.path().string() + "/"}};
+  const std::string dataFolder = folder.path().string() + "/";
   ::testing::internal::CaptureStdout();
-  runMGFPipeline(parameters, {"first.mgf", "SECOND.MGF"});
+  runMGFPipeline(dataFolder, {"first.mgf", "SECOND.MGF"});
   EXPECT_EQ(
       ::testing::internal::GetCapturedStdout(),
       "[Corvid] Processing first.mgf \n[Corvid] Loading MGF... \n[Corvid] Writing KX2... \n"
@@ -64,13 +64,13 @@ TEST(RunMGFPipeline, TwoFilesGiveTwoKX2PairsNamedAfterThem) {
 TEST(RunMGFPipelineDeathTest, MissingFileEndsTheRunAndKeepsEarlierOutputs) {
   TempDir folder;
   writeFile(folder.file("a.mgf"), blocksFor("a", {1}));
-  ParameterTable parameters{{"datapath", folder.path().string() + "/"}};
+  const std::string dataFolder = folder.path().string() + "/";
   std::string consolePath = folder.file("console.txt");
   EXPECT_EXIT(
       {
         if (std::freopen(consolePath.c_str(), "w", stdout) == nullptr) std::exit(1);
         try {
-          runMGFPipeline(parameters, {"a.mgf", "b.mgf"});
+          runMGFPipeline(dataFolder, {"a.mgf", "b.mgf"});
         } catch (const RunFailure& failure) {
           std::fflush(stdout);
           std::exit(failure.kind == FailureKind::kEndedQuietly ? 255 : 1);

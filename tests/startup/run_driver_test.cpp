@@ -19,6 +19,19 @@ ParameterTable defaults() {
   return table;
 }
 
+// The run's paths as the table gives them, resolved.
+RunPaths resolvedPaths(const ParameterTable& table) {
+  RunPaths paths = readRunSettings(table).paths;
+  resolveRunPaths(paths);
+  return paths;
+}
+
+// Dispatches one run of the table (its paths taken as they are).
+void dispatch(const ParameterTable& table) {
+  RunResources resources;
+  dispatchRun(readRunSettings(table), resources);
+}
+
 TEST(EndsWith, StrictlyLongerThanTheSuffix) {
   EXPECT_FALSE(endsWith(".raw", ".raw", true));
   EXPECT_TRUE(endsWith("a.raw", ".raw", true));
@@ -35,20 +48,20 @@ TEST(ValidatePaths, FolderGetsTrailingSeparatorAndFillsLogAndOutput) {
   TempDir dir;
   ParameterTable table = defaults();
   table["datapath"] = dir.path().string();
-  validatePaths(table);
-  EXPECT_EQ(table["datapath"], dir.folder());
-  EXPECT_EQ(table["logfilepath"], dir.folder());
-  EXPECT_EQ(table["outputpath"], dir.folder());
+  const RunPaths paths = resolvedPaths(table);
+  EXPECT_EQ(paths.data, dir.folder());
+  EXPECT_EQ(paths.log, dir.folder());
+  EXPECT_EQ(paths.output, dir.folder());
   discardRunLog();
 }
 
 TEST(ValidatePaths, BareFileNameGetsDotPrefix) {
   ParameterTable table = defaults();
   table["datapath"] = "sample.raw";
-  validatePaths(table);
-  EXPECT_EQ(table["datapath"], "./sample.raw");
-  EXPECT_EQ(table["outputpath"], "./");
-  EXPECT_EQ(table["logfilepath"], "./");
+  const RunPaths paths = resolvedPaths(table);
+  EXPECT_EQ(paths.data, "./sample.raw");
+  EXPECT_EQ(paths.output, "./");
+  EXPECT_EQ(paths.log, "./");
   discardRunLog();
 }
 
@@ -57,17 +70,16 @@ TEST(ValidatePaths, GivenOutputFolderGetsSeparator) {
   table["datapath"] = "/data/run.WIFF";
   table["outputpath"] = "/results";
   table["logfilepath"] = "/logs\\";
-  validatePaths(table);
-  EXPECT_EQ(table["outputpath"], "/results/");
-  EXPECT_EQ(table["logfilepath"], "/logs\\");
+  const RunPaths paths = resolvedPaths(table);
+  EXPECT_EQ(paths.output, "/results/");
+  EXPECT_EQ(paths.log, "/logs\\");
   discardRunLog();
 }
 
 TEST(ValidatePaths, MzmlFileIsOneDataFile) {
   ParameterTable table = defaults();
   table["datapath"] = "/data/BSA1.mzML";
-  validatePaths(table);
-  EXPECT_EQ(table["outputpath"], "/data/");
+  EXPECT_EQ(resolvedPaths(table).output, "/data/");
   discardRunLog();
 }
 
@@ -76,24 +88,12 @@ TEST(ValidatePaths, InvalidDataPathAbortsTheTask) {
   table["datapath"] = "/nonexistent-corvid-folder/run.txt";
   StdoutCapture capture;
   try {
-    validatePaths(table);
+    resolvedPaths(table);
     FAIL() << "expected a failure";
   } catch (const RunFailure& failure) {
     EXPECT_EQ(failure.text, "Task abort!");
   }
   EXPECT_EQ(capture.text(), "[Corvid] Path Invalid! datapath = /nonexistent-corvid-folder/run.txt \n");
-  discardRunLog();
-}
-
-TEST(ValidatePaths, TouchesOutputsvmlight) {
-  TempDir dir;
-  ParameterTable table;
-  table["datapath"] = dir.path().string();
-  table["logfilepath"] = "EmptyPath";
-  table["outputpath"] = "EmptyPath";
-  validatePaths(table);
-  EXPECT_EQ(table.count("outputsvmlight"), 1u);
-  EXPECT_EQ(table["outputsvmlight"], "");
   discardRunLog();
 }
 
@@ -104,7 +104,7 @@ TEST(DispatchRun, MissingOutputFolderSkipsTheRun) {
   table["outputpath"] = dir.folder() + "missing/";
   table["logfilepath"] = dir.folder();
   StdoutCapture capture;
-  dispatchRun(table);
+  dispatch(table);
   EXPECT_EQ(capture.text(), "[Corvid] Invalid output path: " + dir.folder() + "missing/ \n");
   discardRunLog();
 }
@@ -116,7 +116,7 @@ TEST(DispatchRun, MissingLogFolderSkipsTheRun) {
   table["outputpath"] = dir.folder();
   table["logfilepath"] = dir.folder() + "nolog/";
   StdoutCapture capture;
-  dispatchRun(table);
+  dispatch(table);
   EXPECT_EQ(capture.text(), "[Corvid] Invalid log path: " + dir.folder() + "nolog/ \n");
   discardRunLog();
 }
@@ -128,7 +128,7 @@ TEST(DispatchRun, EmptyRawFolderIsReported) {
   table["outputpath"] = dir.folder();
   table["logfilepath"] = dir.folder();
   StdoutCapture capture;
-  dispatchRun(table);
+  dispatch(table);
   EXPECT_EQ(capture.text(), "[Corvid] No Raw files in datapath!\n" + dir.folder() + " \n");
   discardRunLog();
 }
@@ -141,7 +141,7 @@ TEST(DispatchRun, EmptyMs1FolderIsReported) {
   table["logfilepath"] = dir.folder();
   table["input_format"] = "ms1";
   StdoutCapture capture;
-  dispatchRun(table);
+  dispatch(table);
   EXPECT_EQ(capture.text(), "[Corvid] No MS1 files in datapath! Corvid exits! \n");
   discardRunLog();
 }
@@ -159,7 +159,7 @@ TEST(DispatchRun, EmptyWiffAndMgfAndMzmlFoldersAreReported) {
     table["logfilepath"] = dir.folder();
     table["input_format"] = format;
     StdoutCapture capture;
-    dispatchRun(table);
+    dispatch(table);
     EXPECT_EQ(capture.text(), "[Corvid] " + message + dir.folder() + " \n") << format;
   }
   discardRunLog();

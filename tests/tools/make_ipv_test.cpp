@@ -15,7 +15,7 @@
 #include "detection/isotope_pattern_table.h"
 #include "platform/process.h"
 #include "platform/text_file.h"
-#include "startup/run_settings.h"
+#include "tests/support/table_adapters.h"
 
 namespace corvid {
 namespace {
