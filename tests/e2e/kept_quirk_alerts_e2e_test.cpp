@@ -245,16 +245,22 @@ TEST(KeptQuirkAlerts, DefaultParametersGiveNoParameterAlert) {
   EXPECT_EQ(run.result.out.find(" is out of range"), std::string::npos) << run.result.out;
 }
 
-TEST(KeptQuirkAlerts, NegativeOrNonNumericDatanumIsReported) {
+// A negative datanum is a documented value ("process nothing"): no alert. A text that is no whole
+// number is reported.
+TEST(KeptQuirkAlerts, NonNumericDatanumIsReportedANegativeOneIsNot) {
   TempDir dir;
-  writeFile(dir.path() / "none.para", "datanum = -1\n");
-  RunResult run = runCorvid(dir.path(), {"none.para"});
-  EXPECT_EQ(run.status, 0);
-  EXPECT_NE(run.out.find(consoleLine("datanum = -1 is out of range (0 or more): the run uses -1 (no data path is "
-                                     "processed)")),
-            std::string::npos)
+  for (const char* value : {"-1", "-7"}) {
+    writeFile(dir.path() / "none.para", std::string("datanum = ") + value + "\n");
+    RunResult run = runCorvid(dir.path(), {"none.para"});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out.find("datanum"), std::string::npos) << run.out;
+    EXPECT_EQ(run.out.find("Alert"), std::string::npos) << run.out;
+    EXPECT_EQ(run.out.find("Path Invalid"), std::string::npos);
+  }
+  writeFile(dir.path() / "half.para", "datanum = -1.5\n");
+  RunResult run = runCorvid(dir.path(), {"half.para"});
+  EXPECT_NE(run.out.find(consoleLine("datanum = -1.5 is not a whole number: the run uses -1")), std::string::npos)
       << run.out;
-  EXPECT_EQ(run.out.find("Path Invalid"), std::string::npos);
 
   fs::create_directories(dir.path() / "data");
   fs::copy_file(kPair / "run1.ms1", dir.path() / "data" / "run1.ms1");
