@@ -192,6 +192,32 @@ TEST(TrainingEndToEnd, FewerProbabilitiesThanCandidatesDropsTheRestWithAnAlert) 
   const std::string csv = training.output("run1.csv");
   EXPECT_NE(csv.find("CID, IT, 2, "), std::string::npos) << csv;
 }
+
+// An output holding its header alone gives no score to filter by: every candidate stays, in
+// detection order, exactly as when every candidate gets the same probability (the filter's sort
+// is stable), and an Alert says so.
+TEST(TrainingEndToEnd, HeaderOnlyOutputKeepsEveryCandidateInDetectionOrder) {
+  const auto runWith = [](const std::string& predict) {
+    TrainingRun training;
+    writeFile(training.data / "run1.ms2", cidOnlyMs2());
+    writeFile(training.bin / "svmrunner", "#!/bin/sh\n[ \"$1\" = svm-predict ] || exit 0\n" + predict + "exit 0\n");
+    fs::permissions(training.bin / "svmrunner", fs::perms::owner_all);
+    RunResult run = training.run({"-v", "1"});
+    EXPECT_EQ(run.status, 0) << run.out;
+    return std::make_pair(run.out, training.output("run1.csv") + training.output("run1_CIDIT.mgf"));
+  };
+  const auto [headerOnlyLog, headerOnly] = runWith("printf 'labels 1 -1\\n' > \"$6\"\n");
+  const auto [equalLog, equal] =
+      runWith("printf 'labels 1 -1\\n' > \"$6\"\nwhile read -r line; do echo '1 1 0' >> \"$6\"; done < \"$4\"\n");
+  EXPECT_NE(headerOnlyLog.find("/SVMlightTrainingSet.Output.txt holds 0 probabilities for "), std::string::npos)
+      << headerOnlyLog;
+  EXPECT_NE(headerOnlyLog.find(" candidates: every candidate is kept unscored, in detection order. \n"),
+            std::string::npos)
+      << headerOnlyLog;
+  EXPECT_EQ(equalLog.find("Alert"), std::string::npos) << equalLog;
+  EXPECT_NE(headerOnly.find("CID, IT, 2, "), std::string::npos) << headerOnly;
+  EXPECT_EQ(headerOnly, equal);
+}
 #endif
 
 }  // namespace
