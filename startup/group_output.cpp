@@ -84,7 +84,7 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
   exported.rawName = run.rawName;
   exported.spectrumPositions = positions;
   exported.accepted = run.context.records;
-  if (run.settings.debugOff &&
+  if (run.settings.writeSpectrumFiles &&
       !writeGroupSpectra(run.settings, run.ms2File, exported, run.outputs.resultStem + kGroupSuffixes[group],
                          run.outputList)) {
     run.outputsIncomplete = true;

@@ -1,7 +1,9 @@
 #pragma once
-// The settings of one run: key text to value text. Values stay text; each user converts at the
-// point of use. Looking up a missing key with operator[] creates it empty, which the run driver
-// relies on (a datapath<i> that a parameter file lacks reads as an empty path).
+// The settings of one run as the user gave them: key text to value text. The command line and
+// the parameter file fill it; readRunSettings (startup/run_settings.h) converts it once into typed
+// values, and nothing else reads it. Looking up a missing key with operator[] creates it empty,
+// which the start-up routes rely on (a datapath<i> that a parameter file lacks reads as an empty
+// path).
 #include <map>
 #include <span>
 #include <string>

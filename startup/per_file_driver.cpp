@@ -151,7 +151,7 @@ bool processSpectrumPair(const RunSettings& settings, RunResources& resources, c
   DebugSelection debug;
   debug.mode = settings.detection.debugMode;
   if (debug.mode == DebugMode::kSingleScan) debug.scan = askDebugScan();
-  if (!settings.rewriteFiles && settings.debugOff && canOpenForReading(outputs.csvPath)) {
+  if (!settings.rewriteFiles && settings.writeSpectrumFiles && canOpenForReading(outputs.csvPath)) {
     logMessage(LogLabel::kNote, "CSV file already exists, Corvid Complete!");
     noteEarlierResultReused();
     return false;

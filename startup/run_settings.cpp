@@ -35,7 +35,6 @@ DetectionSettings detectionSettingsFrom(const TableReader& read) {
   settings.cutSimilarMono = read.on("cut_similiar_mono");
   settings.isolationWidth = readReal(read.text("isolation_width"));
   settings.recalibrateWindow = readReal(read.text("recalibrate_window"));
-  settings.outputSvmLight = read.on("outputsvmlight");
   settings.checkActivationCenter = read.on("check_activationcenter");
   if (read.on("precision_mode")) {
     // A precursor's monoisotopic peak may be missing from the scan just before the MS2 scan and
@@ -47,7 +46,7 @@ DetectionSettings detectionSettingsFrom(const TableReader& read) {
 }
 
 // mars_threshold (lenient real conversion, "abc" is 0.0), -0.68 when isolation_width is exactly
-// "4", -10000.0 when output_all_mars_y is "1" (this wins); debug with debug_mode "1".
+// "4", -10000.0 when output_all_mars_y is "1" (this wins).
 ThresholdSettings thresholdSettingsFrom(const TableReader& read) {
   ThresholdSettings settings;
   settings.threshold = readReal(read.text("mars_threshold"));
@@ -56,7 +55,6 @@ ThresholdSettings thresholdSettingsFrom(const TableReader& read) {
     settings.threshold = kWideWindowThreshold;
   }
   if (read.text("output_all_mars_y") == "1") settings.threshold = kKeepAllThreshold;
-  settings.debug = read.text("debug_mode") == "1";
   return settings;
 }
 
@@ -106,6 +104,10 @@ RunSettings readRunSettings(const ParameterTable& table) {
   settings.threshold = thresholdSettingsFrom(read);
   settings.model = selectMarsModel(read.text("mars_model"));
   settings.useSvm = read.on("outputsvmlight");
+  // Detection ranks and keeps at most six candidates per scan for the SVM, and the threshold
+  // prints each record in the single-scan debug mode: both follow from the settings read above.
+  settings.detection.outputSvmLight = settings.useSvm;
+  settings.threshold.debug = settings.detection.debugMode == DebugMode::kSingleScan;
   settings.svmSampleNumber = read.text("samplenumberinsvmlight");
   settings.svmChargeRange = read.text("svmlight_charge_range");
   settings.precisionMode = read.on("precision_mode");
@@ -113,7 +115,7 @@ RunSettings readRunSettings(const ParameterTable& table) {
   settings.outputs = outputSwitchesFrom(read);
   settings.split.thresholdBytes = internalSize(table, "ms2_split_threshold", kMS2SplitThreshold);
   settings.split.partScans = internalSize(table, "ms2_part_scans", ms2PartSize(settings.inputFormat.exactlyWiff));
-  settings.debugOff = read.text("debug_mode") == "0";
+  settings.writeSpectrumFiles = read.text("debug_mode") == "0";
   settings.rewriteFiles = read.text("rewrite_files") != "0";
   settings.threads = threadCountFor(readInteger(read.text("threads")));
   settings.strictExit = read.on("strict_exit");

@@ -68,7 +68,9 @@ struct RunSettings {
   bool keepEveryCandidate = false; // output_all_mars_y
   OutputSwitches outputs;
   SplitSettings split;
-  bool debugOff = true;            // debug_mode is exactly "0": spectrum files are written
+  // debug_mode is exactly "0": spectrum files are written. Any other value writes none, also one
+  // that selects no debug mode ("3").
+  bool writeSpectrumFiles = true;
   bool rewriteFiles = false;       // rewrite_files is not "0": earlier results are redone
   unsigned threads = 1;            // threads: detection workers and the extraction's second thread
   bool strictExit = false;         // strict_exit: the exit status tells a failed run from a good one
