@@ -15,6 +15,7 @@
 #include "detection/detection_context.h"
 #include "detection/isotope_pattern_table.h"
 #include "detection/ms1_peak_gathering.h"
+#include "detection/parallel_detection.h"
 #include "platform/msvc_random.h"
 #include "platform/paths.h"
 #include "platform/process.h"
@@ -42,7 +43,6 @@
 #include "spectra/ms2_writer.h"
 #include "spectra/open_format_extractor.h"
 #include "startup/debug_scan_input.h"
-#include "startup/parallel_detection.h"
 #include "startup/run_settings.h"
 
 namespace corvid {
@@ -175,7 +175,9 @@ struct PairRun {
   const MS2File& ms2File;
   const std::string& rawName;
   const DebugSelection& debug;
-  DetectionContext& context;
+  const DetectionInput& detectionInput;
+  DetectionOutput& detected;
+  ReferencePrecursorList* reference;  // the training reference list, when one is loaded
   std::vector<std::string>& outputList;
   ScanLoopState scans;
   std::string report;  // the CSV report text, written once after the last group
@@ -221,20 +223,20 @@ void alertOverwrittenTables(const std::string& folder, const std::string& source
 // Labels the group's candidates against the reference list (the tables with output_trainingdata)
 // and reports how many reference entries were found.
 void writeTrainingSet(PairRun& run, int group) {
-  ReferencePrecursorList& reference = *run.context.reference;
+  ReferencePrecursorList& reference = *run.reference;
   logMessage(LogLabel::kNote, "Writing TrainingSet...");
-  if (run.settings.writeTrainingData && !run.context.records.empty()) {
+  if (run.settings.writeTrainingData && !run.detected.records.empty()) {
     alertOverwrittenTables(run.settings.outputFolder, run.rawName + kGroupSuffixes[group]);
   }
   writeTrainingSamples(run.settings.outputFolder, run.settings.writeTrainingData, reference,
-                       run.context.features, run.context.records);
+                       run.detected.features, run.detected.records);
   reportFoundCount(reference, " Precursors. ");
 }
 
 // Writes the SVMlight files of the group and has svmrunner train on them and classify them.
 SvmJob runSvmClassifier(PairRun& run) {
   const SvmLightSetup setup = svmLightSetupFrom(run.parameters);
-  exportSvmLight(setup, run.context.features, run.context.records);
+  exportSvmLight(setup, run.detected.features, run.detected.records);
   const SvmJob job = makeSvmJob(setup.trainingPath, setup.testPath);
   trainSvm(job, valueOrEmpty(run.parameters, "binpath"));
   predictSvm(job, valueOrEmpty(run.parameters, "binpath"));
@@ -256,13 +258,13 @@ void scoreWithProbabilities(const SvmJob& job, std::vector<PrecursorFeatures>& f
 }
 
 // Precision mode: each scored candidate's window share goes after its score.
-void appendWindowShares(DetectionContext& context) {
-  if (context.windowShares.size() != context.features.size()) {
+void appendWindowShares(DetectionOutput& detected) {
+  if (detected.windowShares.size() != detected.features.size()) {
     throw RunFailure("window shares and candidates differ in number", FailureKind::kOutOfBounds);
   }
-  for (std::size_t i = 0; i < context.features.size(); ++i) {
-    context.features[i].resize(kFeatureWindowShare, std::nan(""));
-    context.features[i].push_back(context.windowShares[i]);
+  for (std::size_t i = 0; i < detected.features.size(); ++i) {
+    detected.features[i].resize(kFeatureWindowShare, std::nan(""));
+    detected.features[i].push_back(detected.windowShares[i]);
   }
 }
 
@@ -270,7 +272,7 @@ void appendWindowShares(DetectionContext& context) {
 // reports before and after scoring.
 void scoreAndFilterGroup(PairRun& run, int group) {
   const PairSettings& settings = run.settings;
-  ReferencePrecursorList* reference = run.context.reference;
+  ReferencePrecursorList* reference = run.reference;
   const bool useSvm = settings.useSvm;
   SvmJob job;
   if (useSvm) job = runSvmClassifier(run);
@@ -283,30 +285,30 @@ void scoreAndFilterGroup(PairRun& run, int group) {
   logMessage(LogLabel::kNote, "Evaluting by the classifier...");
   std::vector<double> scores;
   if (useSvm) {
-    scoreWithProbabilities(job, run.context.features, scores);
+    scoreWithProbabilities(job, run.detected.features, scores);
   } else {
-    scoreCandidates(settings.model, run.context.features, scores);
+    scoreCandidates(settings.model, run.detected.features, scores);
   }
   if (reference != nullptr) writeTrainingSet(run, group);
   logMessage(LogLabel::kNote, "Filtering by the threshold...");
   const bool keepFeatures = run.writeTable || run.corrections != nullptr;
-  if (settings.precisionMode) appendWindowShares(run.context);
+  if (settings.precisionMode) appendWindowShares(run.detected);
   if (run.precisionModel != nullptr) {
-    const std::size_t candidateCount = run.context.records.size();
+    const std::size_t candidateCount = run.detected.records.size();
     // The selection may move a kept precursor's m/z (the mean of its copies), so its features are
     // found by position, not by m/z.
     std::vector<std::size_t> keptPositions;
     const std::size_t dropped =
-        selectPrecisePrecursors(*run.precisionModel, run.context.features, run.context.records, &keptPositions);
+        selectPrecisePrecursors(*run.precisionModel, run.detected.features, run.detected.records, &keptPositions);
     logMessage(LogLabel::kNote, "Precision mode kept " + std::to_string(candidateCount - dropped) + " of " +
                                     std::to_string(candidateCount) + " candidates.");
-    if (keepFeatures) run.keptFeatures = featuresAt(run.context.features, keptPositions);
+    if (keepFeatures) run.keptFeatures = featuresAt(run.detected.features, keptPositions);
     return;
   }
   std::vector<PrecursorRecord> candidates;
-  if (keepFeatures) candidates = run.context.records;
-  filterByThreshold(settings.threshold, scores, run.context.records);
-  if (keepFeatures) run.keptFeatures = featuresOfKept(candidates, run.context.features, run.context.records);
+  if (keepFeatures) candidates = run.detected.records;
+  filterByThreshold(settings.threshold, scores, run.detected.records);
+  if (keepFeatures) run.keptFeatures = featuresOfKept(candidates, run.detected.features, run.detected.records);
 }
 
 // The number of scans of the group that kept no precursor.
@@ -320,11 +322,11 @@ std::size_t scansWithoutKept(const std::vector<std::size_t>& positions, const st
 
 // Writes the group's spectra and appends its report rows.
 void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positions) {
-  ReferencePrecursorList* reference = run.context.reference;
+  ReferencePrecursorList* reference = run.reference;
   GroupExport exported;
   exported.rawName = run.rawName;
   exported.spectrumPositions = positions;
-  exported.accepted = run.context.records;
+  exported.accepted = run.detected.records;
   if (run.settings.debugOff) {
     if (!writeGroupSpectra(run.settings, run.ms2File, exported, run.outputs.resultStem + kGroupSuffixes[group],
                            run.outputList)) {
@@ -340,10 +342,10 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
   logMessage(LogLabel::kNote, "Writing CSV...");
   const std::vector<std::uint32_t>* listed = run.debug.mode == DebugMode::kScanList ? &run.debug.scans : nullptr;
   const std::size_t scansWithoutPrecursor =
-      writeReportRows(run.ms2File, positions, run.context.records, group, listed, reference, run.report,
+      writeReportRows(run.ms2File, positions, run.detected.records, group, listed, reference, run.report,
                       !run.settings.precisionMode);
   if (run.settings.precisionMode && !positions.empty()) {
-    const std::size_t none = scansWithoutKept(positions, run.context.records);
+    const std::size_t none = scansWithoutKept(positions, run.detected.records);
     if (none > 0) {
       logMessage(LogLabel::kNote, "Precision mode found no precursor in " + std::to_string(none) +
                                       " MS2 scans: their report rows list none, and their spectra keep the "
@@ -364,11 +366,11 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
 
 // Detection, scoring, filtering and export of one activation group.
 void processGroup(PairRun& run, int group) {
-  run.context.features.clear();
-  run.context.records.clear();
-  run.context.windowShares.clear();
+  clearGroupCandidates(run.detected);
   const std::vector<std::size_t> positions = groupPositions(run.ms2File, group);
-  detectScans(run.context, groupScanTasks(run.ms2File, positions, group, run.debug, run.scans), run.settings.threads);
+  detectScans(run.detectionInput, groupScanTasks(run.ms2File, positions, group, run.debug, run.scans),
+              run.settings.threads, run.detected);
+  if (run.reference != nullptr) markFoundEntries(run.detected, *run.reference);
   std::printf("\n");
   scoreAndFilterGroup(run, group);
   exportGroup(run, group, positions);
@@ -471,13 +473,14 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
   }
   if (debug.mode == DebugMode::kScanList) debug.scans = askDebugScanList();
 
-  DetectionContext context = makeDetectionContext(settings.detection, ms1File, runIsotopeTable());
+  DetectionInput detectionInput = makeDetectionInput(settings.detection, ms1File, runIsotopeTable());
   ReferencePrecursorList reference;
   if (!settings.trainingSet.empty()) {
     reference = loadReferencePrecursorList(settings.trainingSet);
-    context.reference = &reference;
+    attachReferenceList(detectionInput, reference);
   }
-  context.debugScans.assign(debug.scans.begin(), debug.scans.end());
+  detectionInput.debugScans.assign(debug.scans.begin(), debug.scans.end());
+  DetectionOutput detected;
 
   loadIsotopePatternTable(locateSupportFile(parameters["binpath"], parameters["ipv_file"]), runIsotopeTable());
 
@@ -488,7 +491,9 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
     kx1Written = writeKX1(ms1File, settings.outputFolder + withoutExtension(fileNameOf(ms1Path)) + ".kx1");
   }
 
-  PairRun run{settings, parameters, outputs, ms2File, ms1File.rawName, debug, context, outputList, {}, {}, !kx1Written, false, {}, {}, {}, corrections};
+  PairRun run{settings, parameters, outputs, ms2File, ms1File.rawName, debug, detectionInput, detected,
+              settings.trainingSet.empty() ? nullptr : &reference, outputList, {}, {}, !kx1Written, false, {}, {},
+              {}, corrections};
   if (precisionModelChooses(parameters)) run.precisionModel = &loadPrecisionModel(parameters);
   startReportText(run.report);
   if (settings.writeTable) {
@@ -510,7 +515,7 @@ bool processSpectrumPair(ParameterTable parameters, const std::string& ms1Path, 
     std::filesystem::remove(ms1Path, ignored);
     std::filesystem::remove(ms2Path, ignored);
   }
-  logMessage(LogLabel::kNote, "Exported " + std::to_string(context.exportedPrecursorCount) + " precursors.");
+  logMessage(LogLabel::kNote, "Exported " + std::to_string(detected.exportedPrecursorCount) + " precursors.");
   logMessage(LogLabel::kNote, "Found " + std::to_string(run.scans.duplicates) + " duplicate scans.");
   return true;
 }

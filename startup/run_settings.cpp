@@ -1,6 +1,6 @@
 #include "startup/run_settings.h"
 
-#include "startup/parallel_detection.h"
+#include "detection/parallel_detection.h"
 
 namespace corvid {
 namespace {

@@ -72,8 +72,8 @@ PairSettings pairSettingsFrom(const ParameterTable& parameters);
 // does not reach keep the values of the previous load, so it lives as long as the run.
 IsotopePatternTable& runIsotopeTable();
 
-inline DetectionContext makeDetectionContext(const ParameterTable& parameters, const MS1File& ms1) {
-  return makeDetectionContext(detectionSettingsFrom(parameters), ms1, runIsotopeTable());
+inline DetectionInput makeDetectionInput(const ParameterTable& parameters, const MS1File& ms1) {
+  return makeDetectionInput(detectionSettingsFrom(parameters), ms1, runIsotopeTable());
 }
 inline double marsThreshold(const ParameterTable& parameters) { return thresholdSettingsFrom(parameters).threshold; }
 inline void filterByThreshold(const ParameterTable& parameters, const std::vector<double>& scores,
