@@ -15,7 +15,7 @@
 #include "detection/candidate_detection.h"
 #include "detection/isotope_pattern_table.h"
 #include "detection/ms1_peak_gathering.h"
-#include "startup/parallel_detection.h"
+#include "detection/parallel_detection.h"
 #include "tests/support/table_adapters.h"
 
 namespace {
@@ -124,17 +124,18 @@ void gatherAndDetect(benchmark::State& state) {
   const GeneratedRun& run = generatedRun();
   ParameterTable parameters;
   setDefaults(parameters);
-  DetectionContext context = makeDetectionContext(parameters, run.ms1);
+  const DetectionInput input = makeDetectionInput(parameters, run.ms1);
+  DetectionScratch scratch = makeDetectionScratch();
+  DetectionOutput output;
   std::vector<Peak> gathered;
   std::size_t next = 0;
   std::int64_t scans = 0;
   for (auto _ : state) {
-    gatherMS1Peaks(context, run.ms2Scans[next], run.centers[next], gathered);
-    detectCandidates(context, run.centers[next], run.ms2Scans[next], gathered);
+    gatherMS1Peaks(input, scratch, run.ms2Scans[next], run.centers[next], gathered);
+    detectCandidates(input, scratch, output, run.centers[next], run.ms2Scans[next], gathered);
     if (++next == run.ms2Scans.size()) {
       next = 0;
-      context.features.clear();
-      context.records.clear();
+      clearGroupCandidates(output);
     }
     ++scans;
   }
@@ -142,7 +143,7 @@ void gatherAndDetect(benchmark::State& state) {
   state.counters["us_per_scan"] = benchmark::Counter(
       static_cast<double>(scans), benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
   state.counters["candidates_per_scan"] =
-      benchmark::Counter(static_cast<double>(context.exportedPrecursorCount) / static_cast<double>(std::max<std::int64_t>(scans, 1)));
+      benchmark::Counter(static_cast<double>(output.exportedPrecursorCount) / static_cast<double>(std::max<std::int64_t>(scans, 1)));
 }
 
 // One pass over every generated MS2 scan, as the per-file driver would walk them.
@@ -152,14 +153,16 @@ void wholeRun(benchmark::State& state) {
   ParameterTable parameters;
   setDefaults(parameters);
   for (auto _ : state) {
-    DetectionContext context = makeDetectionContext(parameters, run.ms1);
+    const DetectionInput input = makeDetectionInput(parameters, run.ms1);
+    DetectionScratch scratch = makeDetectionScratch();
+    DetectionOutput output;
     std::vector<Peak> gathered;
     for (std::size_t i = 0; i < run.ms2Scans.size(); ++i) {
-      gatherMS1Peaks(context, run.ms2Scans[i], run.centers[i], gathered);
-      detectCandidates(context, run.centers[i], run.ms2Scans[i], gathered);
+      gatherMS1Peaks(input, scratch, run.ms2Scans[i], run.centers[i], gathered);
+      detectCandidates(input, scratch, output, run.centers[i], run.ms2Scans[i], gathered);
     }
-    benchmark::DoNotOptimize(context.records.data());
-    state.counters["candidates"] = static_cast<double>(context.records.size());
+    benchmark::DoNotOptimize(output.records.data());
+    state.counters["candidates"] = static_cast<double>(output.records.size());
   }
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(run.ms2Scans.size()));
 }
@@ -176,10 +179,11 @@ void parallelRun(benchmark::State& state) {
     tasks.push_back({static_cast<std::uint32_t>(run.ms2Scans[i]), run.centers[i]});
   }
   for (auto _ : state) {
-    DetectionContext context = makeDetectionContext(parameters, run.ms1);
-    detectScans(context, tasks, static_cast<unsigned>(state.range(0)));
-    benchmark::DoNotOptimize(context.records.data());
-    state.counters["candidates"] = static_cast<double>(context.records.size());
+    const DetectionInput input = makeDetectionInput(parameters, run.ms1);
+    DetectionOutput output;
+    detectScans(input, tasks, static_cast<unsigned>(state.range(0)), output);
+    benchmark::DoNotOptimize(output.records.data());
+    state.counters["candidates"] = static_cast<double>(output.records.size());
   }
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(tasks.size()));
 }

@@ -1,7 +1,7 @@
 #pragma once
 // Candidate precursor detection for one MS2 scan: every (gathered peak, charge 2..6) pair is
 // measured against the filtered grid and the isotope pattern table, passed through the
-// preliminary filters, and the survivors are ranked and appended to the run's lists.
+// preliminary filters, and the survivors are ranked and appended to the output.
 #include <cstdint>
 #include <vector>
 
@@ -10,15 +10,17 @@
 namespace corvid {
 
 // The isolation width W of the settings (m/z).
-double isolationWidth(const DetectionContext& context);
+double isolationWidth(const DetectionInput& input);
 
-// Intensity-weighted mean m/z of the context peaks within mz +- recalibrate_window ppm; mz itself
-// when their intensity sum is 0.
-double recalibratedMz(const DetectionContext& context, double mz);
+// Intensity-weighted mean m/z of the scratch's context peaks within mz +- recalibrate_window ppm;
+// mz itself when their intensity sum is 0.
+double recalibratedMz(const DetectionInput& input, const DetectionScratch& scratch, double mz);
 
-// gatheredPeaks is sorted and, with cut_similiar_mono "1", merged in place.
-void detectCandidates(DetectionContext& context, double activationCenter, std::int32_t scanNumber,
-                      std::vector<Peak>& gatheredPeaks);
+// Works on the signal gatherMS1Peaks left in the scratch. gatheredPeaks is sorted and, with
+// cut_similiar_mono "1", merged in place. The scan's candidates and the reference entries it
+// matched are appended to the output.
+void detectCandidates(const DetectionInput& input, DetectionScratch& scratch, DetectionOutput& output,
+                      double activationCenter, std::int32_t scanNumber, std::vector<Peak>& gatheredPeaks);
 
 // Near-peak merging: adjacent peaks closer than 20 ppm of the lowest peak's m/z are combined
 // into the more intense one (the right one on a tie); the other is removed.

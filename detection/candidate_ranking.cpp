@@ -59,16 +59,17 @@ void rankCandidateRows(std::vector<RankingRow>& rows) {
                    [](const RankingRow& a, const RankingRow& b) { return a[kProductSlot] < b[kProductSlot]; });
 }
 
-std::size_t finishScanCandidates(DetectionContext& context) {
-  std::vector<PrecursorCandidate>& candidates = context.scanCandidates;
+std::size_t finishScanCandidates(const DetectionSettings& settings, DetectionScratch& scratch,
+                                 DetectionOutput& output) {
+  std::vector<PrecursorCandidate>& candidates = scratch.scanCandidates;
   std::size_t limit = kDefaultScanLimit;
-  const bool rankForSvm = context.settings.outputSvmLight;
-  const bool rankForSingle = context.settings.coElute == 0;
+  const bool rankForSvm = settings.outputSvmLight;
+  const bool rankForSingle = settings.coElute == 0;
   if (rankForSvm || rankForSingle) {
-    std::vector<RankingRow>& rows = context.rankingRows;
+    std::vector<RankingRow>& rows = scratch.rankingRows;
     rows.clear();
-    // Slot 8 holds the candidate's future position among the run's accepted candidates.
-    const std::size_t base = context.records.size();
+    // Slot 8 holds the candidate's future position among the output's accepted candidates.
+    const std::size_t base = output.records.size();
     for (std::size_t i = 0; i < candidates.size(); ++i) rows.push_back(rowOf(candidates[i], base + i + 1));
     if (rankForSvm) {
       rankCandidateRows(rows);
@@ -78,18 +79,19 @@ std::size_t finishScanCandidates(DetectionContext& context) {
       rankCandidateRows(rows);
       limit = kSingleScanLimit;
     }
-    context.rankedCandidates.clear();
+    scratch.rankedCandidates.clear();
     for (const RankingRow& row : rows) {
-      context.rankedCandidates.push_back(std::move(candidates[static_cast<std::size_t>(row[kPositionSlot]) - base - 1]));
+      const auto position = static_cast<std::size_t>(row[kPositionSlot]);
+      scratch.rankedCandidates.push_back(std::move(candidates[position - base - 1]));
     }
-    std::swap(candidates, context.rankedCandidates);
+    std::swap(candidates, scratch.rankedCandidates);
   }
   const std::size_t kept = std::min(candidates.size(), limit);
-  context.exportedPrecursorCount += static_cast<std::int64_t>(kept);
+  output.exportedPrecursorCount += static_cast<std::int64_t>(kept);
   for (std::size_t i = 0; i < kept; ++i) {
-    context.features.push_back(std::move(candidates[i].features));
-    context.records.push_back(candidates[i].record);
-    if (context.settings.precisionCandidates) context.windowShares.push_back(candidates[i].windowShare);
+    output.features.push_back(std::move(candidates[i].features));
+    output.records.push_back(candidates[i].record);
+    if (settings.precisionCandidates) output.windowShares.push_back(candidates[i].windowShare);
   }
   return kept;
 }

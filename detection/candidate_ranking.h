@@ -16,8 +16,9 @@ using RankingRow = std::array<double, 16>;
 // ranks in slots 9..14, slot 15 = r9^3 x r11 x r13 x r14^3, then orders the rows by slot 15.
 void rankCandidateRows(std::vector<RankingRow>& rows);
 
-// Applies the ranking and the limit of the settings to context.scanCandidates and appends the
-// kept candidates to the run's feature and record lists; returns the number kept.
-std::size_t finishScanCandidates(DetectionContext& context);
+// Applies the ranking and the limit of the settings to scratch.scanCandidates and appends the
+// kept candidates to the output's feature and record lists; returns the number kept.
+std::size_t finishScanCandidates(const DetectionSettings& settings, DetectionScratch& scratch,
+                                 DetectionOutput& output);
 
 }  // namespace corvid

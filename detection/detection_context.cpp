@@ -20,46 +20,23 @@ bool peaksAscending(const std::vector<Peak>& peaks) {
 
 }  // namespace
 
-ProfileGrid makeProfileGrid(std::int32_t rows, std::int32_t centerRow) {
-  ProfileGrid grid;
-  grid.rows = rows;
-  grid.centerRow = centerRow;
-  grid.matrix.assign(static_cast<std::size_t>(rows) * static_cast<std::size_t>(grid.bins), 0.0);
-  grid.filledCells.reserve(4096);
-  return grid;
-}
-
-void clearProfileGrid(ProfileGrid& grid) {
-  for (const std::int32_t cell : grid.filledCells) grid.matrix[static_cast<std::size_t>(cell)] = 0.0;
-  grid.filledCells.clear();
-}
-
-void addToProfileGrid(ProfileGrid& grid, std::int64_t row, std::int64_t bin, double intensity) {
-  if (row < 0 || row >= grid.rows || bin < 0 || bin >= grid.bins) return;
-  const auto cell = static_cast<std::int32_t>(row * grid.bins + bin);
-  grid.matrix[static_cast<std::size_t>(cell)] += intensity;
-  grid.filledCells.push_back(cell);
-}
-
-DetectionContext makeDetectionContext(const DetectionSettings& settings, const MS1File& ms1,
-                                      const IsotopePatternTable& isotopes) {
-  DetectionContext context;
-  context.settings = settings;
-  context.isotopes = &isotopes;
-  context.ms1 = &ms1;
-  context.filteredGrid = makeProfileGrid(kFilteredGridRows, kFilteredGridCenterRow);
-  context.wideGrid = makeProfileGrid(kWideGridRows, kWideGridCenterRow);
-  context.ms1ScansAscending =
+DetectionInput makeDetectionInput(const DetectionSettings& settings, const MS1File& ms1,
+                                  const IsotopePatternTable& isotopes) {
+  DetectionInput input;
+  input.settings = settings;
+  input.isotopes = &isotopes;
+  input.ms1 = &ms1;
+  input.ms1ScansAscending =
       std::is_sorted(ms1.spectra.begin(), ms1.spectra.end(),
                      [](const MS1Spectrum& a, const MS1Spectrum& b) { return a.scanNumber < b.scanNumber; });
 
   // Gathering stops at the first peak above the window, so a scan listed out of m/z order loses
   // the peaks that follow; the behaviour is kept and reported once per file.
-  context.ms1PeaksAscending.resize(ms1.spectra.size());
+  input.ms1PeaksAscending.resize(ms1.spectra.size());
   std::size_t unordered = 0;
   for (std::size_t i = 0; i < ms1.spectra.size(); ++i) {
-    context.ms1PeaksAscending[i] = peaksAscending(ms1.spectra[i].peaks) ? 1 : 0;
-    if (context.ms1PeaksAscending[i] == 0) ++unordered;
+    input.ms1PeaksAscending[i] = peaksAscending(ms1.spectra[i].peaks) ? 1 : 0;
+    if (input.ms1PeaksAscending[i] == 0) ++unordered;
   }
   if (unordered > 0) {
     char message[200];
@@ -69,10 +46,34 @@ DetectionContext makeDetectionContext(const DetectionSettings& settings, const M
                   unordered);
     logMessage(LogLabel::kAlert, message);
   }
-  context.contextPeaks.reserve(1024);
-  context.takenPeaks.reserve(1024);
-  context.valleys.reserve(kExtendedProfileSize);
-  return context;
+  return input;
+}
+
+void attachReferenceList(DetectionInput& input, const ReferencePrecursorList& reference) {
+  input.reference = &reference;
+  input.referenceIndex = indexReferenceByScan(reference);
+}
+
+DetectionScratch makeDetectionScratch() {
+  DetectionScratch scratch;
+  scratch.filteredGrid = makeProfileGrid(kFilteredGridRows, kFilteredGridCenterRow);
+  scratch.wideGrid = makeProfileGrid(kWideGridRows, kWideGridCenterRow);
+  scratch.contextPeaks.reserve(1024);
+  scratch.takenPeaks.reserve(1024);
+  scratch.valleys.reserve(kExtendedProfileSize);
+  return scratch;
+}
+
+void clearGroupCandidates(DetectionOutput& output) {
+  output.features.clear();
+  output.records.clear();
+  output.windowShares.clear();
+  output.foundReferenceEntries.clear();
+}
+
+void markFoundEntries(const DetectionOutput& output, ReferencePrecursorList& reference) {
+  if (reference.found.size() < reference.size()) reference.found.resize(reference.size(), 0);
+  for (const std::size_t entry : output.foundReferenceEntries) reference.found[entry] = 1;
 }
 
 }  // namespace corvid

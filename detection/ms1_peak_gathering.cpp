@@ -37,11 +37,11 @@ std::int64_t binOf(const ProfileGrid& grid, double mz, double center) {
 
 // The peaks of one scan inside center +- 3 Th, walking from the first peak and stopping at the
 // first peak above the window (a sorted search gives the same peaks on an ascending list).
-void takeWindowPeaks(const DetectionContext& context, std::size_t scanIndex, double low, double high,
+void takeWindowPeaks(const DetectionInput& input, std::size_t scanIndex, double low, double high,
                      std::vector<Peak>& taken) {
   taken.clear();
-  const std::vector<Peak>& peaks = context.ms1->spectra[scanIndex].peaks;
-  if (scanIndex < context.ms1PeaksAscending.size() && context.ms1PeaksAscending[scanIndex] != 0) {
+  const std::vector<Peak>& peaks = input.ms1->spectra[scanIndex].peaks;
+  if (scanIndex < input.ms1PeaksAscending.size() && input.ms1PeaksAscending[scanIndex] != 0) {
     const PeakRange range = peaksWithin(peaks, low, high);
     taken.insert(taken.end(), peaks.begin() + static_cast<std::ptrdiff_t>(range.first),
                  peaks.begin() + static_cast<std::ptrdiff_t>(range.last));
@@ -53,17 +53,17 @@ void takeWindowPeaks(const DetectionContext& context, std::size_t scanIndex, dou
   }
 }
 
-void fillWideGrid(DetectionContext& context, std::int64_t related, double center) {
-  ProfileGrid& grid = context.wideGrid;
+void fillWideGrid(const DetectionInput& input, DetectionScratch& scratch, std::int64_t related, double center) {
+  ProfileGrid& grid = scratch.wideGrid;
   const double low = center - kGatherHalfWidth;
   const double high = center + kGatherHalfWidth;
-  const auto scanCount = static_cast<std::int64_t>(context.ms1->spectra.size());
+  const auto scanCount = static_cast<std::int64_t>(input.ms1->spectra.size());
   const std::int64_t first = std::max<std::int64_t>(related + kWideFirstOffset, 0);
   const std::int64_t last = std::min<std::int64_t>(related + kWideLastOffset, scanCount - 1);
   for (std::int64_t index = first; index <= last; ++index) {
-    takeWindowPeaks(context, static_cast<std::size_t>(index), low, high, context.takenPeaks);
+    takeWindowPeaks(input, static_cast<std::size_t>(index), low, high, scratch.takenPeaks);
     const std::int64_t row = index - related - 1 + grid.centerRow;
-    for (const Peak& peak : context.takenPeaks) {
+    for (const Peak& peak : scratch.takenPeaks) {
       addToProfileGrid(grid, row, binOf(grid, peak.mz, center), peak.intensity);
     }
   }
@@ -94,8 +94,7 @@ void printDebugPeaks(std::int64_t offset, const std::vector<Peak>& peaks) {
 
 // Keeps only the related scan's peaks when one of them sits at the activation center, else only
 // the preceding scan's when one of those does.
-void checkActivationCenter(const DetectionContext& context, double center,
-                           std::vector<Peak>& gatheredPeaks) {
+void checkActivationCenter(const DetectionScratch& scratch, double center, std::vector<Peak>& gatheredPeaks) {
   const double tolerance = center * kCenterTolerance;
   const auto holdsCenter = [&](std::size_t first, std::size_t last) {
     for (std::size_t i = first; i < last; ++i) {
@@ -103,8 +102,8 @@ void checkActivationCenter(const DetectionContext& context, double center,
     }
     return false;
   };
-  const auto preceding = static_cast<std::size_t>(context.gatheredCounts[0]);
-  const auto related = static_cast<std::size_t>(context.gatheredCounts[1]);
+  const auto preceding = static_cast<std::size_t>(scratch.gatheredCounts[0]);
+  const auto related = static_cast<std::size_t>(scratch.gatheredCounts[1]);
   if (holdsCenter(preceding, preceding + related)) {
     gatheredPeaks.erase(gatheredPeaks.begin() + static_cast<std::ptrdiff_t>(preceding + related),
                         gatheredPeaks.end());
@@ -115,11 +114,63 @@ void checkActivationCenter(const DetectionContext& context, double center,
   }
 }
 
+// The ten scans around the related one: their window peaks go to the context peak list, and after
+// the weak ones are removed, to the filtered grid; those of the three scans next to the MS2 scan
+// also go to gatheredPeaks. The debug modes write each scan's window peaks to a peak file.
+void fillFilteredGrid(const DetectionInput& input, DetectionScratch& scratch, std::int32_t ms2ScanNumber,
+                      double center, std::vector<Peak>& gatheredPeaks) {
+  const double low = center - kGatherHalfWidth;
+  const double high = center + kGatherHalfWidth;
+  const DebugMode debugMode = input.settings.debugMode;
+  TextWriter debugFile;
+  if (debugMode != DebugMode::kOff) {
+    debugFile.open(input.settings.dataPath + std::to_string(ms2ScanNumber) + "ms1.Peaks");
+  }
+
+  const std::int64_t related = scratch.relatedScan;
+  const auto scanCount = static_cast<std::int64_t>(input.ms1->spectra.size());
+  const MS1Spectrum emptyScan;
+  std::vector<Peak>& taken = scratch.takenPeaks;
+  for (std::int64_t offset = kFilteredFirstOffset; offset <= kFilteredLastOffset; ++offset) {
+    const std::int64_t index = related + offset;
+    if (index >= scanCount) break;
+    const MS1Spectrum& scan = index < 0 ? emptyScan : input.ms1->spectra[static_cast<std::size_t>(index)];
+    if (index < 0) {
+      taken.clear();
+    } else {
+      takeWindowPeaks(input, static_cast<std::size_t>(index), low, high, taken);
+    }
+
+    if (debugMode != DebugMode::kOff) {
+      debugFile.print("%d\t%lf\n", static_cast<int>(scan.scanNumber), center);
+      for (const Peak& peak : taken) debugFile.print("%lf\t%lf\n", peak.mz, peak.intensity);
+    }
+    if (debugMode == DebugMode::kSingleScan) {
+      std::printf("Related Scan %lld\n", static_cast<long long>(offset));
+      std::printf("Peaks in Candidates == == \n");
+    }
+
+    scratch.contextPeaks.insert(scratch.contextPeaks.end(), taken.begin(), taken.end());
+    removeWeakPeaks(taken, center, scan.workValue);
+
+    if (offset >= -1 && offset <= 1) {
+      scratch.gatheredCounts[static_cast<std::size_t>(offset + 1)] = static_cast<std::int32_t>(taken.size());
+      gatheredPeaks.insert(gatheredPeaks.end(), taken.begin(), taken.end());
+      if (debugMode == DebugMode::kSingleScan) printDebugPeaks(offset, taken);
+    }
+
+    ProfileGrid& grid = scratch.filteredGrid;
+    const std::int64_t row = offset - 1 + grid.centerRow;
+    for (const Peak& peak : taken) addToProfileGrid(grid, row, binOf(grid, peak.mz, center), peak.intensity);
+  }
+  debugFile.close();
+}
+
 }  // namespace
 
-std::int64_t findRelatedScan(const DetectionContext& context, std::int64_t ms2ScanNumber) {
-  const std::vector<MS1Spectrum>& spectra = context.ms1->spectra;
-  if (context.ms1ScansAscending) {
+std::int64_t findRelatedScan(const DetectionInput& input, std::int64_t ms2ScanNumber) {
+  const std::vector<MS1Spectrum>& spectra = input.ms1->spectra;
+  if (input.ms1ScansAscending) {
     const auto after = std::partition_point(spectra.begin(), spectra.end(), [&](const MS1Spectrum& s) {
       return static_cast<std::int64_t>(s.scanNumber) < ms2ScanNumber;
     });
@@ -142,71 +193,25 @@ PeakRange peaksWithin(const std::vector<Peak>& peaks, double low, double high) {
   return range;
 }
 
-void gatherMS1Peaks(DetectionContext& context, std::int32_t ms2ScanNumber, double activationCenter,
-                    std::vector<Peak>& gatheredPeaks) {
+void gatherMS1Peaks(const DetectionInput& input, DetectionScratch& scratch, std::int32_t ms2ScanNumber,
+                    double activationCenter, std::vector<Peak>& gatheredPeaks) {
   const double center = activationCenter;
-  const double low = center - kGatherHalfWidth;
-  const double high = center + kGatherHalfWidth;
-  const DebugMode debugMode = context.settings.debugMode;
-
   gatheredPeaks.clear();
-  context.contextPeaks.clear();
-  context.gatheredCounts = {0, 0, 0};
-  const std::int64_t related = findRelatedScan(context, ms2ScanNumber);
-  context.relatedScan = related;
-  clearProfileGrid(context.filteredGrid);
-  clearProfileGrid(context.wideGrid);
+  scratch.contextPeaks.clear();
+  scratch.gatheredCounts = {0, 0, 0};
+  const std::int64_t related = findRelatedScan(input, ms2ScanNumber);
+  scratch.relatedScan = related;
+  clearProfileGrid(scratch.filteredGrid);
+  clearProfileGrid(scratch.wideGrid);
   // No finite m/z lies within 3 Th of an infinite or undefined center.
   if (!std::isfinite(center)) return;
-  fillWideGrid(context, related, center);
+  fillWideGrid(input, scratch, related, center);
+  fillFilteredGrid(input, scratch, ms2ScanNumber, center, gatheredPeaks);
 
-  TextWriter debugFile;
-  if (debugMode != DebugMode::kOff) {
-    debugFile.open(context.settings.dataPath + std::to_string(ms2ScanNumber) + "ms1.Peaks");
+  if (input.settings.checkActivationCenter && !gatheredPeaks.empty()) {
+    checkActivationCenter(scratch, center, gatheredPeaks);
   }
-
-  const auto scanCount = static_cast<std::int64_t>(context.ms1->spectra.size());
-  const MS1Spectrum emptyScan;
-  std::vector<Peak>& taken = context.takenPeaks;
-  for (std::int64_t offset = kFilteredFirstOffset; offset <= kFilteredLastOffset; ++offset) {
-    const std::int64_t index = related + offset;
-    if (index >= scanCount) break;
-    const MS1Spectrum& scan = index < 0 ? emptyScan : context.ms1->spectra[static_cast<std::size_t>(index)];
-    if (index < 0) {
-      taken.clear();
-    } else {
-      takeWindowPeaks(context, static_cast<std::size_t>(index), low, high, taken);
-    }
-
-    if (debugMode != DebugMode::kOff) {
-      debugFile.print("%d\t%lf\n", static_cast<int>(scan.scanNumber), center);
-      for (const Peak& peak : taken) debugFile.print("%lf\t%lf\n", peak.mz, peak.intensity);
-    }
-    if (debugMode == DebugMode::kSingleScan) {
-      std::printf("Related Scan %lld\n", static_cast<long long>(offset));
-      std::printf("Peaks in Candidates == == \n");
-    }
-
-    context.contextPeaks.insert(context.contextPeaks.end(), taken.begin(), taken.end());
-    removeWeakPeaks(taken, center, scan.workValue);
-
-    if (offset >= -1 && offset <= 1) {
-      context.gatheredCounts[static_cast<std::size_t>(offset + 1)] = static_cast<std::int32_t>(taken.size());
-      gatheredPeaks.insert(gatheredPeaks.end(), taken.begin(), taken.end());
-      if (debugMode == DebugMode::kSingleScan) printDebugPeaks(offset, taken);
-    }
-
-    ProfileGrid& grid = context.filteredGrid;
-    const std::int64_t row = offset - 1 + grid.centerRow;
-    for (const Peak& peak : taken) addToProfileGrid(grid, row, binOf(grid, peak.mz, center), peak.intensity);
-  }
-
-  debugFile.close();
-
-  if (context.settings.checkActivationCenter && !gatheredPeaks.empty()) {
-    checkActivationCenter(context, center, gatheredPeaks);
-  }
-  std::sort(context.contextPeaks.begin(), context.contextPeaks.end(), [](const Peak& a, const Peak& b) {
+  std::sort(scratch.contextPeaks.begin(), scratch.contextPeaks.end(), [](const Peak& a, const Peak& b) {
     return a.mz < b.mz || (a.mz == b.mz && a.intensity < b.intensity);
   });
 }

@@ -10,7 +10,7 @@
 namespace corvid {
 
 // Index of the last MS1 scan (in file order) whose scan number is below ms2ScanNumber, or -1.
-std::int64_t findRelatedScan(const DetectionContext& context, std::int64_t ms2ScanNumber);
+std::int64_t findRelatedScan(const DetectionInput& input, std::int64_t ms2ScanNumber);
 
 // Peaks of an ascending peak list with low <= m/z <= high: [first, last) as indices.
 struct PeakRange {
@@ -19,9 +19,9 @@ struct PeakRange {
 };
 PeakRange peaksWithin(const std::vector<Peak>& peaks, double low, double high);
 
-// Fills both grids, the context peak list (sorted by m/z at the end) and gatheredPeaks
+// Fills the scratch's grids, its context peak list (sorted by m/z at the end) and gatheredPeaks
 // (preceding scan's peaks, then the related scan's, then the following scan's).
-void gatherMS1Peaks(DetectionContext& context, std::int32_t ms2ScanNumber, double activationCenter,
-                    std::vector<Peak>& gatheredPeaks);
+void gatherMS1Peaks(const DetectionInput& input, DetectionScratch& scratch, std::int32_t ms2ScanNumber,
+                    double activationCenter, std::vector<Peak>& gatheredPeaks);
 
 }  // namespace corvid

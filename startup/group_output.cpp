@@ -79,11 +79,11 @@ std::size_t scansWithoutKept(const std::vector<std::size_t>& positions, const st
 }  // namespace
 
 void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positions) {
-  ReferencePrecursorList* reference = run.context.reference;
+  ReferencePrecursorList* reference = run.reference;
   GroupExport exported;
   exported.rawName = run.rawName;
   exported.spectrumPositions = positions;
-  exported.accepted = run.context.records;
+  exported.accepted = run.detected.records;
   if (run.settings.writeSpectrumFiles &&
       !writeGroupSpectra(run.settings, run.ms2File, exported, run.outputs.resultStem + kGroupSuffixes[group],
                          run.outputList)) {
@@ -98,10 +98,10 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
   logMessage(LogLabel::kNote, "Writing CSV...");
   const std::vector<std::uint32_t>* listed = run.debug.mode == DebugMode::kScanList ? &run.debug.scans : nullptr;
   const std::size_t scansWithoutPrecursor =
-      writeReportRows(run.ms2File, positions, run.context.records, group, listed, reference, run.report,
+      writeReportRows(run.ms2File, positions, run.detected.records, group, listed, reference, run.report,
                       !run.settings.precisionMode);
   if (run.settings.precisionMode && !positions.empty()) {
-    const std::size_t none = scansWithoutKept(positions, run.context.records);
+    const std::size_t none = scansWithoutKept(positions, run.detected.records);
     if (none > 0) {
       logMessage(LogLabel::kNote, "Precision mode found no precursor in " + std::to_string(none) +
                                       " MS2 scans: their report rows list none, and their spectra keep the "

@@ -7,7 +7,7 @@
 
 #include "spectra/spectrum_records.h"
 #include "startup/debug_scan_input.h"
-#include "startup/parallel_detection.h"
+#include "detection/parallel_detection.h"
 
 namespace corvid {
 

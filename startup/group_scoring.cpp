@@ -23,21 +23,21 @@ namespace {
 // Labels the group's candidates against the reference list (the tables with output_trainingdata)
 // and reports how many reference entries were found.
 void writeTrainingSet(PairRun& run, int group) {
-  ReferencePrecursorList& reference = *run.context.reference;
+  ReferencePrecursorList& reference = *run.reference;
   logMessage(LogLabel::kNote, "Writing TrainingSet...");
   const std::string& folder = run.settings.paths.output;
-  if (run.settings.outputs.trainingData && !run.context.records.empty()) {
+  if (run.settings.outputs.trainingData && !run.detected.records.empty()) {
     noteTrainingTablesSource(run.resources, folder, run.rawName + kGroupSuffixes[group]);
   }
-  writeTrainingSamples(folder, run.settings.outputs.trainingData, reference, run.context.features,
-                       run.context.records);
+  writeTrainingSamples(folder, run.settings.outputs.trainingData, reference, run.detected.features,
+                       run.detected.records);
   reportFoundCount(reference, " Precursors. ");
 }
 
 // Writes the SVMlight files of the group and has svmrunner train on them and classify them.
 SvmJob runSvmClassifier(PairRun& run) {
   const SvmLightSetup setup = svmLightSetupOf(run.settings);
-  exportSvmLight(setup, run.context.features, run.context.records);
+  exportSvmLight(setup, run.detected.features, run.detected.records);
   const SvmJob job = makeSvmJob(setup.trainingPath, setup.testPath);
   trainSvm(job, run.settings.paths.program);
   predictSvm(job, run.settings.paths.program);
@@ -68,13 +68,13 @@ void scoreWithProbabilities(const SvmJob& job, std::vector<PrecursorFeatures>& f
 }
 
 // Precision mode: each scored candidate's window share goes after its score.
-void appendWindowShares(DetectionContext& context) {
-  if (context.windowShares.size() != context.features.size()) {
+void appendWindowShares(DetectionOutput& detected) {
+  if (detected.windowShares.size() != detected.features.size()) {
     throw RunFailure("window shares and candidates differ in number", FailureKind::kOutOfBounds);
   }
-  for (std::size_t i = 0; i < context.features.size(); ++i) {
-    context.features[i].resize(kFeatureWindowShare, std::nan(""));
-    context.features[i].push_back(context.windowShares[i]);
+  for (std::size_t i = 0; i < detected.features.size(); ++i) {
+    detected.features[i].resize(kFeatureWindowShare, std::nan(""));
+    detected.features[i].push_back(detected.windowShares[i]);
   }
 }
 
@@ -83,20 +83,20 @@ bool keepsFeatures(const PairRun& run) { return run.settings.outputs.precursorTa
 // precision_mode's classifier chooses. It may move a kept precursor's m/z (the mean of its copies),
 // so the kept features are found by position, not by m/z.
 void choosePrecisely(PairRun& run) {
-  const std::size_t candidateCount = run.context.records.size();
+  const std::size_t candidateCount = run.detected.records.size();
   std::vector<std::size_t> keptPositions;
   const std::size_t dropped =
-      selectPrecisePrecursors(*run.precisionModel, run.context.features, run.context.records, &keptPositions);
+      selectPrecisePrecursors(*run.precisionModel, run.detected.features, run.detected.records, &keptPositions);
   logMessage(LogLabel::kNote, "Precision mode kept " + std::to_string(candidateCount - dropped) + " of " +
                                   std::to_string(candidateCount) + " candidates.");
-  if (keepsFeatures(run)) run.keptFeatures = featuresAt(run.context.features, keptPositions);
+  if (keepsFeatures(run)) run.keptFeatures = featuresAt(run.detected.features, keptPositions);
 }
 
 void chooseByThreshold(PairRun& run, const std::vector<double>& scores) {
   std::vector<PrecursorRecord> candidates;
-  if (keepsFeatures(run)) candidates = run.context.records;
-  filterByThreshold(run.settings.threshold, scores, run.context.records);
-  if (keepsFeatures(run)) run.keptFeatures = featuresOfKept(candidates, run.context.features, run.context.records);
+  if (keepsFeatures(run)) candidates = run.detected.records;
+  filterByThreshold(run.settings.threshold, scores, run.detected.records);
+  if (keepsFeatures(run)) run.keptFeatures = featuresOfKept(candidates, run.detected.features, run.detected.records);
 }
 
 }  // namespace
@@ -107,7 +107,7 @@ void reportFoundCount(const ReferencePrecursorList& reference, const char* closi
 
 void scoreAndFilterGroup(PairRun& run, int group) {
   const RunSettings& settings = run.settings;
-  ReferencePrecursorList* reference = run.context.reference;
+  ReferencePrecursorList* reference = run.reference;
   SvmJob job;
   if (settings.useSvm) job = runSvmClassifier(run);
   if (reference != nullptr) {
@@ -119,13 +119,13 @@ void scoreAndFilterGroup(PairRun& run, int group) {
   logMessage(LogLabel::kNote, "Evaluting by the classifier...");
   std::vector<double> scores;
   if (settings.useSvm) {
-    scoreWithProbabilities(job, run.context.features, scores);
+    scoreWithProbabilities(job, run.detected.features, scores);
   } else {
-    scoreCandidates(settings.model, run.context.features, scores);
+    scoreCandidates(settings.model, run.detected.features, scores);
   }
   if (reference != nullptr) writeTrainingSet(run, group);
   logMessage(LogLabel::kNote, "Filtering by the threshold...");
-  if (settings.precisionMode) appendWindowShares(run.context);
+  if (settings.precisionMode) appendWindowShares(run.detected);
   if (run.precisionModel != nullptr) {
     choosePrecisely(run);
   } else {

@@ -36,7 +36,9 @@ struct PairRun {
   const MS2File& ms2File;
   std::string rawName;
   const DebugSelection& debug;
-  DetectionContext& context;
+  const DetectionInput& detectionInput;
+  DetectionOutput& detected;
+  ReferencePrecursorList* reference = nullptr;  // the training reference list, when one is loaded
   std::vector<std::string>& outputList;  // the spectrum files written
   ScanLoopState scans{};
   std::string report{};            // the CSV report text, written once after the last group

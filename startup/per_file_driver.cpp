@@ -20,7 +20,7 @@
 #include "startup/group_output.h"
 #include "startup/group_scoring.h"
 #include "startup/pair_loading.h"
-#include "startup/parallel_detection.h"
+#include "detection/parallel_detection.h"
 
 namespace corvid {
 namespace {
@@ -54,12 +54,11 @@ std::string extractionSummaryFor(const std::string& ms2Path) {
 
 // Detection, scoring, filtering and export of one activation group.
 void processGroup(PairRun& run, int group) {
-  run.context.features.clear();
-  run.context.records.clear();
-  run.context.windowShares.clear();
+  clearGroupCandidates(run.detected);
   const std::vector<std::size_t> positions = groupPositions(run.ms2File, group);
-  detectScans(run.context, groupScanTasks(run.ms2File, positions, group, run.debug, run.scans),
-              run.settings.threads);
+  detectScans(run.detectionInput, groupScanTasks(run.ms2File, positions, group, run.debug, run.scans),
+              run.settings.threads, run.detected);
+  if (run.reference != nullptr) markFoundEntries(run.detected, *run.reference);
   std::printf("\n");
   scoreAndFilterGroup(run, group);
   exportGroup(run, group, positions);
@@ -108,21 +107,21 @@ void processGroups(PairRun& run, const std::string& ms2Path) {
   saveReport(run.outputs.csvPath, run.report, run.outputsIncomplete);
 }
 
-// The detection context of the pair, with the reference list when one is given; the isotope
+// What detection reads for the pair, with the reference list when one is given; the isotope
 // pattern table is read again for every pair.
-DetectionContext prepareDetection(const RunSettings& settings, RunResources& resources, const PairFiles& files,
-                                  const MS1File& ms1File, const DebugSelection& debug,
-                                  ReferencePrecursorList& reference) {
+DetectionInput prepareDetection(const RunSettings& settings, RunResources& resources, const PairFiles& files,
+                                const MS1File& ms1File, const DebugSelection& debug,
+                                ReferencePrecursorList& reference) {
   DetectionSettings detection = settings.detection;
   detection.dataPath = files.folder;
-  DetectionContext context = makeDetectionContext(detection, ms1File, *resources.isotopes);
+  DetectionInput input = makeDetectionInput(detection, ms1File, *resources.isotopes);
   if (!settings.paths.trainingSet.empty()) {
     reference = loadReferencePrecursorList(settings.paths.trainingSet);
-    context.reference = &reference;
+    attachReferenceList(input, reference);
   }
-  context.debugScans.assign(debug.scans.begin(), debug.scans.end());
+  input.debugScans.assign(debug.scans.begin(), debug.scans.end());
   loadRunIsotopeTable(resources, settings.paths.program, settings.paths.isotopeTable);
-  return context;
+  return input;
 }
 
 // The MS1 scans as <outputpath><MS1 stem>.kx1 with output_kx; false when that file could not be written.
@@ -173,7 +172,8 @@ bool processSpectrumPair(const RunSettings& settings, RunResources& resources, c
   if (debug.mode == DebugMode::kScanList) debug.scans = askDebugScanList();
 
   ReferencePrecursorList reference;
-  DetectionContext context = prepareDetection(settings, resources, files, ms1File, debug, reference);
+  const DetectionInput detectionInput = prepareDetection(settings, resources, files, ms1File, debug, reference);
+  DetectionOutput detected;
   ms1File.rawName = withoutExtension(fileNameOf(files.ms2Path));
   const bool kx1Written = writeMS1ToKX(settings, files, ms1File);
 
@@ -183,14 +183,16 @@ bool processSpectrumPair(const RunSettings& settings, RunResources& resources, c
               .ms2File = ms2File,
               .rawName = ms1File.rawName,
               .debug = debug,
-              .context = context,
+              .detectionInput = detectionInput,
+              .detected = detected,
+              .reference = settings.paths.trainingSet.empty() ? nullptr : &reference,
               .outputList = outputList,
               .outputsIncomplete = !kx1Written,
               .corrections = corrections};
   if (precisionModelChooses(settings)) run.precisionModel = &precisionModelFor(resources, settings.paths.program);
   processGroups(run, files.ms2Path);
   if (settings.outputs.deleteSpectrumFiles) deleteSpectrumFiles(files);
-  logMessage(LogLabel::kNote, "Exported " + std::to_string(context.exportedPrecursorCount) + " precursors.");
+  logMessage(LogLabel::kNote, "Exported " + std::to_string(detected.exportedPrecursorCount) + " precursors.");
   logMessage(LogLabel::kNote, "Found " + std::to_string(run.scans.duplicates) + " duplicate scans.");
   return true;
 }

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "startup/parallel_detection.h"
+#include "detection/parallel_detection.h"
 #include "spectra/ms2_splitter.h"
 #include "startup/parameter_checks.h"
 

@@ -41,15 +41,16 @@ class DetectCandidates : public ::testing::Test {
 
   // Gathers, then detects; returns the detection's console text.
   std::string run(const MS1File& file, const ParameterTable& parameters, double center) {
-    context = makeDetectionContext(parameters, file);
-    context.reference = reference;
+    detection = testing::makeDetection(parameters, file);
+    if (reference != nullptr) attachReferenceList(detection.input, *reference);
     std::vector<Peak> gathered;
     {
       testing::StdoutRedirect gatheringText;  // gathering's own trace is tested elsewhere
-      gatherMS1Peaks(context, kMs2Scan, center, gathered);
+      gatherMS1Peaks(detection, kMs2Scan, center, gathered);
     }
     testing::StdoutRedirect capture;
-    detectCandidates(context, center, kMs2Scan, gathered);
+    detectCandidates(detection, center, kMs2Scan, gathered);
+    if (reference != nullptr) markFoundEntries(detection.output, *reference);
     gatheredAfter = gathered;
     return capture.text();
   }
@@ -63,7 +64,7 @@ class DetectCandidates : public ::testing::Test {
 
   // Debug modes write peak files into the data path: a folder of the test's own.
   testing::TempDir debugFolder;
-  DetectionContext context;
+  testing::Detection detection;
   ReferencePrecursorList* reference = nullptr;
   std::vector<Peak> gatheredAfter;
 };
@@ -94,9 +95,9 @@ TEST_F(DetectCandidates, TraceShowsEveryFilterWithItsQuantityInOrder) {
       "0.555556 PIF<0.04\n1 chg>3 && IsoLen<3 \n"
       "output len = 1\nPrecursorNum = 1\nAfter prelimenary filtering...\nPrecursors left = 1\n";
   EXPECT_EQ(text, expected);
-  ASSERT_EQ(context.records.size(), 1u);
-  EXPECT_EQ(context.records[0].charge, 2.0);
-  EXPECT_EQ(context.features[0][kFeatureIsoLen], 2.0);
+  ASSERT_EQ(detection.output.records.size(), 1u);
+  EXPECT_EQ(detection.output.records[0].charge, 2.0);
+  EXPECT_EQ(detection.output.features[0][kFeatureIsoLen], 2.0);
 }
 
 TEST_F(DetectCandidates, DebugModeTwoPrintsNothing) {
@@ -106,16 +107,16 @@ TEST_F(DetectCandidates, DebugModeTwoPrintsNothing) {
   testing::setParameter(parameters, "datapath", debugFolder.folder());
   const std::string text = run(flatFile({{500.0, 1000.0}, {500.5015, 800.0}}), parameters, 500.25);
   EXPECT_EQ(text, "");
-  EXPECT_EQ(context.records.size(), 1u);
+  EXPECT_EQ(detection.output.records.size(), 1u);
 }
 
 TEST_F(DetectCandidates, FewerThanTwoGatheredPeaksYieldNoCandidate) {
   setRow(neutral(500.0, 2), {1.0, 0.8, 0.0, 0.0, 0.0});
   run(flatFile({{500.0, 1000.0}}), defaultParameters(), 500.25);
-  EXPECT_TRUE(context.records.empty());
-  EXPECT_EQ(context.exportedPrecursorCount, 0);
+  EXPECT_TRUE(detection.output.records.empty());
+  EXPECT_EQ(detection.output.exportedPrecursorCount, 0);
   run(flatFile({{500.0, 1000.0}, {500.5015, 800.0}}), defaultParameters(), 500.25);
-  EXPECT_EQ(context.records.size(), 1u);
+  EXPECT_EQ(detection.output.records.size(), 1u);
 }
 
 TEST_F(DetectCandidates, LastGatheredPeakNeverStartsACandidate) {
@@ -129,12 +130,12 @@ TEST_F(DetectCandidates, LastGatheredPeakNeverStartsACandidate) {
   }
   const MS1File file = testing::makeMs1File(scans);
   run(file, defaultParameters(), 500.25);
-  EXPECT_TRUE(context.records.empty());
+  EXPECT_TRUE(detection.output.records.empty());
   scans[9].peaks.push_back({501.5, 100.0});  // now 500.0 is no longer the last gathered peak
   const MS1File withFollower = testing::makeMs1File(scans);
   run(withFollower, defaultParameters(), 500.25);
-  ASSERT_EQ(context.records.size(), 1u);
-  EXPECT_EQ(context.features[0][kFeatureCharge], 2.0);
+  ASSERT_EQ(detection.output.records.size(), 1u);
+  EXPECT_EQ(detection.output.features[0][kFeatureCharge], 2.0);
 }
 
 TEST_F(DetectCandidates, ChargeTwoWithOneIsotopeInWindowSurvivesOnlyBelowAQuarterWidth) {
@@ -144,14 +145,14 @@ TEST_F(DetectCandidates, ChargeTwoWithOneIsotopeInWindowSurvivesOnlyBelowAQuarte
   const double low = center - 1.3;
   setRow(neutral(low, 2), {1.0, 0.8, 0.0, 0.0, 0.0});
   run(flatFile({{low, 1000.0}, {low + 0.5015, 800.0}}), defaultParameters(), center);
-  ASSERT_EQ(context.records.size(), 1u);
-  EXPECT_EQ(context.features[0][kFeatureIsoPeakInWindow], 1.0);
+  ASSERT_EQ(detection.output.records.size(), 1u);
+  EXPECT_EQ(detection.output.features[0][kFeatureIsoPeakInWindow], 1.0);
 
   // Start above center + W/4 with its second isotope beyond the window: rejected by test 5.
   const double high = center + 0.6;
   setRow(neutral(high, 2), {1.0, 0.8, 0.0, 0.0, 0.0});
   const std::string text = run(flatFile({{high, 1000.0}, {high + 0.5015, 800.0}}), traceParameters(), center);
-  EXPECT_TRUE(context.records.empty());
+  EXPECT_TRUE(detection.output.records.empty());
   EXPECT_NE(text.find("charge 2\n1 PIF<0.04\n2 chg>3 && IsoLen<3 \n2 IsoLen<2 \n500.6 PrecursorCandidate AC \n"
                       "1 IsoPeakInwindow  \nMS2 20"),
             std::string::npos)
@@ -165,19 +166,19 @@ TEST_F(DetectCandidates, PrecisionModeLetsAStartWithOneIsotopeInTheWindowThrough
   setRow(neutral(high, 2), {1.0, 0.8, 0.0, 0.0, 0.0});
   const MS1File file = flatFile({{499.5, 1000.0}, {high, 1000.0}, {high + 0.5015, 800.0}});
   run(file, defaultParameters(), center);
-  EXPECT_TRUE(context.records.empty());
-  EXPECT_TRUE(context.windowShares.empty());
+  EXPECT_TRUE(detection.output.records.empty());
+  EXPECT_TRUE(detection.output.windowShares.empty());
 
   ParameterTable precise = defaultParameters();
   testing::setParameter(precise, "precision_mode", "1");
   run(file, precise, center);
-  ASSERT_EQ(context.records.size(), 1u);
-  EXPECT_EQ(context.records[0].charge, 2.0);
-  EXPECT_EQ(context.features[0][kFeatureIsoPeakInWindow], 1.0);
+  ASSERT_EQ(detection.output.records.size(), 1u);
+  EXPECT_EQ(detection.output.records[0].charge, 2.0);
+  EXPECT_EQ(detection.output.features[0][kFeatureIsoPeakInWindow], 1.0);
   // Of the related scan's 2000 inside the window, the start's 1000 lies on the candidate; its
   // second isotope lies beyond the window.
-  ASSERT_EQ(context.windowShares.size(), 1u);
-  EXPECT_DOUBLE_EQ(context.windowShares[0], 0.5);
+  ASSERT_EQ(detection.output.windowShares.size(), 1u);
+  EXPECT_DOUBLE_EQ(detection.output.windowShares[0], 0.5);
 }
 
 TEST_F(DetectCandidates, TheWindowShareCountsIsotopesZeroToThreeOfTheRelatedScanOnly) {
@@ -201,14 +202,14 @@ TEST_F(DetectCandidates, TheWindowShareCountsIsotopesZeroToThreeOfTheRelatedScan
   ParameterTable precise = defaultParameters();
   testing::setParameter(precise, "precision_mode", "1");
   run(testing::makeMs1File(scans), precise, center);
-  ASSERT_FALSE(context.records.empty());
-  ASSERT_EQ(context.windowShares.size(), context.records.size());
+  ASSERT_FALSE(detection.output.records.empty());
+  ASSERT_EQ(detection.output.windowShares.size(), detection.output.records.size());
   bool found = false;
-  for (std::size_t i = 0; i < context.records.size(); ++i) {
-    if (context.records[i].charge == 2.0 && std::fabs(context.records[i].mz - mono) < 1e-3) {
+  for (std::size_t i = 0; i < detection.output.records.size(); ++i) {
+    if (detection.output.records[i].charge == 2.0 && std::fabs(detection.output.records[i].mz - mono) < 1e-3) {
       found = true;
       // Isotopes 0..3, all inside the window: 2800 of the related scan's 3200 there.
-      EXPECT_NEAR(context.windowShares[i], 2800.0 / 3200.0, 1e-12);
+      EXPECT_NEAR(detection.output.windowShares[i], 2800.0 / 3200.0, 1e-12);
     }
   }
   EXPECT_TRUE(found);
@@ -218,7 +219,7 @@ TEST_F(DetectCandidates, ChargeFiveWithTwoIsotopesIsRejected) {
   const double mono = 500.0;
   setRow(neutral(mono, 5), {1.0, 0.8, 0.0, 0.0, 0.0});
   const std::string text = run(flatFile({{mono, 1000.0}, {mono + 1.003 / 5, 800.0}}), traceParameters(), 500.1);
-  EXPECT_TRUE(context.records.empty());
+  EXPECT_TRUE(detection.output.records.empty());
   EXPECT_NE(text.find("charge 5\n1 PIF<0.04\n2 chg>3 && IsoLen<3 \nMS2 20"), std::string::npos) << text;
 }
 
@@ -227,7 +228,7 @@ TEST_F(DetectCandidates, EmptyIsolationWindowRejectsEveryPairByPif) {
   setRow(neutral(501.5, 2), {1.0, 0.8, 0.5, 0.0, 0.0});
   const MS1File file = flatFile({{501.5, 1000.0}, {502.0015, 800.0}, {502.503, 500.0}});
   const std::string text = run(file, traceParameters(), 500.0);
-  EXPECT_TRUE(context.records.empty());
+  EXPECT_TRUE(detection.output.records.empty());
   EXPECT_EQ(text.find("chg>3"), std::string::npos);
   std::size_t count = 0;
   for (std::size_t at = text.find("0 PIF<0.04\n"); at != std::string::npos; at = text.find("0 PIF<0.04\n", at + 1)) {
@@ -248,7 +249,7 @@ TEST_F(DetectCandidates, CoEluteZeroInspectsOnlyPairsCoveringTheCenter) {
   EXPECT_NE(text.find("Inspect Precursor: MZ 500.000000 charge 6\n"), std::string::npos);
   EXPECT_EQ(text.find("charge 3\n"), std::string::npos);
   EXPECT_EQ(text.find("charge 5\n"), std::string::npos);
-  EXPECT_EQ(context.records.size(), 1u);
+  EXPECT_EQ(detection.output.records.size(), 1u);
 }
 
 TEST_F(DetectCandidates, ReferenceEntriesAreMarkedForEveryTriedPair) {
@@ -280,7 +281,7 @@ TEST_F(DetectCandidates, ReferenceEntriesAddedLaterAreFoundToo) {
     list.charges.push_back(2);
     list.values.push_back(0.0);
   }
-  reference = &list;  // found is sized by detection when the loader left it short
+  reference = &list;  // found is sized when the marks are applied, should the loader leave it short
   const MS1File file = flatFile({{500.0, 1000.0}, {500.5015, 800.0}});
   run(file, defaultParameters(), 500.25);
   ASSERT_EQ(list.found.size(), 40u);
@@ -351,25 +352,26 @@ TEST(MergeNearPeaks, ToleranceComesFromTheLowestPeak) {
 
 TEST(RecalibratedMz, WeightedMeanWithinTheRecalibrationWindow) {
   const MS1File file;
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   const double mz = 500.0;
-  context.contextPeaks = {{mz * (1 - 8e-6), 100.0}, {mz * (1 - 6e-6), 1.0}, {mz * (1 + 6e-6), 3.0},
+  detection.scratch.contextPeaks = {{mz * (1 - 8e-6), 100.0}, {mz * (1 - 6e-6), 1.0}, {mz * (1 + 6e-6), 3.0},
                           {mz * (1 + 8e-6), 100.0}};
-  EXPECT_DOUBLE_EQ(recalibratedMz(context, mz), (mz * (1 - 6e-6) * 1.0 + mz * (1 + 6e-6) * 3.0) / 4.0);
-  context.contextPeaks = {{499.0, 1.0}};
-  EXPECT_EQ(recalibratedMz(context, mz), mz);
-  context.contextPeaks = {{mz, 5.0}, {mz, -5.0}};  // intensity sum 0
-  EXPECT_EQ(recalibratedMz(context, mz), mz);
+  EXPECT_DOUBLE_EQ(recalibratedMz(detection.input, detection.scratch, mz),
+                   (mz * (1 - 6e-6) * 1.0 + mz * (1 + 6e-6) * 3.0) / 4.0);
+  detection.scratch.contextPeaks = {{499.0, 1.0}};
+  EXPECT_EQ(recalibratedMz(detection.input, detection.scratch, mz), mz);
+  detection.scratch.contextPeaks = {{mz, 5.0}, {mz, -5.0}};  // intensity sum 0
+  EXPECT_EQ(recalibratedMz(detection.input, detection.scratch, mz), mz);
 }
 
 TEST(IsolationWidth, ReadsTheSettingAsAReal) {
   const MS1File file;
   ParameterTable parameters = defaultParameters();
-  EXPECT_EQ(isolationWidth(makeDetectionContext(parameters, file)), 2.0);
+  EXPECT_EQ(isolationWidth(makeDetectionInput(parameters, file)), 2.0);
   testing::setParameter(parameters, "isolation_width", "2.5abc");
-  EXPECT_EQ(isolationWidth(makeDetectionContext(parameters, file)), 2.5);
+  EXPECT_EQ(isolationWidth(makeDetectionInput(parameters, file)), 2.5);
   testing::setParameter(parameters, "isolation_width", "abc");
-  EXPECT_EQ(isolationWidth(makeDetectionContext(parameters, file)), 0.0);
+  EXPECT_EQ(isolationWidth(makeDetectionInput(parameters, file)), 0.0);
 }
 
 TEST(ReadDetectionSettings, PrecisionModeGathersFromBothNeighboursWhateverTheCenterCheckSays) {
@@ -416,23 +418,25 @@ TEST(DetectCandidatesBadInput, NonFiniteCentersAndValuesNeitherCrashNorInventCan
   }
   const MS1File file = testing::makeMs1File(scans);
   for (const double center : {inf, -inf, nan, 500.25, -500.0, 0.0, 1e308}) {
-    DetectionContext context = makeDetectionContext(testing::defaultParameters(), file);
+    testing::Detection detection = testing::makeDetection(testing::defaultParameters(), file);
     std::vector<Peak> gathered;
-    gatherMS1Peaks(context, 20, center, gathered);
-    detectCandidates(context, center, 20, gathered);
+    gatherMS1Peaks(detection, 20, center, gathered);
+    detectCandidates(detection, center, 20, gathered);
     if (!std::isfinite(center)) {
       EXPECT_TRUE(gathered.empty());
-      EXPECT_TRUE(context.contextPeaks.empty());
-      EXPECT_TRUE(context.records.empty());
+      EXPECT_TRUE(detection.scratch.contextPeaks.empty());
+      EXPECT_TRUE(detection.output.records.empty());
     }
-    for (const PrecursorRecord& record : context.records) EXPECT_TRUE(record.charge >= 2 && record.charge <= 6);
+    for (const PrecursorRecord& record : detection.output.records) {
+      EXPECT_TRUE(record.charge >= 2 && record.charge <= 6);
+    }
   }
   // Peaks handed over directly with a non-finite center.
-  DetectionContext context = makeDetectionContext(testing::defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(testing::defaultParameters(), file);
   std::vector<Peak> direct = {{500.0, 1.0}, {500.5, 1.0}, {501.0, 1.0}};
-  detectCandidates(context, inf, 20, direct);
-  detectCandidates(context, nan, 20, direct);
-  EXPECT_TRUE(context.records.empty());
+  detectCandidates(detection, inf, 20, direct);
+  detectCandidates(detection, nan, 20, direct);
+  EXPECT_TRUE(detection.output.records.empty());
 }
 
 }  // namespace

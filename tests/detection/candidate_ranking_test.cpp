@@ -62,54 +62,57 @@ PrecursorCandidate candidate(double mz, double maxSim, double pif) {
 
 TEST(FinishScanCandidates, WithoutRankingDetectionOrderIsKept) {
   const MS1File file;
-  DetectionContext context = makeDetectionContext(testing::defaultParameters(), file);
-  context.records.push_back({1.0, 2.0, 300.0});
-  context.features.push_back(PrecursorFeatures(kDetectedFeatureCount, 0.0));
-  context.scanCandidates = {candidate(400.0, 0.6, 0.2), candidate(401.0, 0.9, 0.9)};
-  EXPECT_EQ(finishScanCandidates(context), 2u);
-  ASSERT_EQ(context.records.size(), 3u);
-  EXPECT_EQ(context.records[1].mz, 400.0);
-  EXPECT_EQ(context.records[2].mz, 401.0);
-  EXPECT_EQ(context.features[2][kFeatureMaxSim], 0.9);
-  EXPECT_EQ(context.exportedPrecursorCount, 2);
+  testing::Detection detection = testing::makeDetection(testing::defaultParameters(), file);
+  detection.output.records.push_back({1.0, 2.0, 300.0});
+  detection.output.features.push_back(PrecursorFeatures(kDetectedFeatureCount, 0.0));
+  detection.scratch.scanCandidates = {candidate(400.0, 0.6, 0.2), candidate(401.0, 0.9, 0.9)};
+  EXPECT_EQ(finishScanCandidates(detection.input.settings, detection.scratch, detection.output), 2u);
+  ASSERT_EQ(detection.output.records.size(), 3u);
+  EXPECT_EQ(detection.output.records[1].mz, 400.0);
+  EXPECT_EQ(detection.output.records[2].mz, 401.0);
+  EXPECT_EQ(detection.output.features[2][kFeatureMaxSim], 0.9);
+  EXPECT_EQ(detection.output.exportedPrecursorCount, 2);
 }
 
 TEST(FinishScanCandidates, CoEluteZeroKeepsTheBestRankedOnly) {
   const MS1File file;
   ParameterTable parameters = testing::defaultParameters();
   testing::setParameter(parameters, "co-elute", "0");
-  DetectionContext context = makeDetectionContext(parameters, file);
-  context.records.push_back({1.0, 2.0, 300.0});
-  context.features.push_back(PrecursorFeatures(kDetectedFeatureCount, 0.0));
-  context.scanCandidates = {candidate(400.0, 0.6, 0.2), candidate(401.0, 0.9, 0.9), candidate(402.0, 0.7, 0.1)};
-  EXPECT_EQ(finishScanCandidates(context), 1u);
-  ASSERT_EQ(context.records.size(), 2u);
-  EXPECT_EQ(context.records[1].mz, 401.0);
-  EXPECT_EQ(context.features.size(), 2u);
-  EXPECT_EQ(context.features[1][kFeaturePif], 0.9);
-  EXPECT_EQ(context.exportedPrecursorCount, 1);
+  testing::Detection detection = testing::makeDetection(parameters, file);
+  detection.output.records.push_back({1.0, 2.0, 300.0});
+  detection.output.features.push_back(PrecursorFeatures(kDetectedFeatureCount, 0.0));
+  detection.scratch.scanCandidates = {candidate(400.0, 0.6, 0.2), candidate(401.0, 0.9, 0.9),
+                                      candidate(402.0, 0.7, 0.1)};
+  EXPECT_EQ(finishScanCandidates(detection.input.settings, detection.scratch, detection.output), 1u);
+  ASSERT_EQ(detection.output.records.size(), 2u);
+  EXPECT_EQ(detection.output.records[1].mz, 401.0);
+  EXPECT_EQ(detection.output.features.size(), 2u);
+  EXPECT_EQ(detection.output.features[1][kFeaturePif], 0.9);
+  EXPECT_EQ(detection.output.exportedPrecursorCount, 1);
 }
 
 TEST(FinishScanCandidates, SvmLightKeepsSixRanked) {
   const MS1File file;
   ParameterTable parameters = testing::defaultParameters();
   testing::setParameter(parameters, "outputsvmlight", "1");
-  DetectionContext context = makeDetectionContext(parameters, file);
-  for (int i = 0; i < 8; ++i) context.scanCandidates.push_back(candidate(400.0 + i, 0.5 + 0.05 * i, 0.1 + 0.1 * i));
-  EXPECT_EQ(finishScanCandidates(context), 6u);
-  ASSERT_EQ(context.records.size(), 6u);
-  for (int i = 0; i < 6; ++i) EXPECT_EQ(context.records[static_cast<std::size_t>(i)].mz, 407.0 - i);
-  EXPECT_EQ(context.exportedPrecursorCount, 6);
+  testing::Detection detection = testing::makeDetection(parameters, file);
+  for (int i = 0; i < 8; ++i) {
+    detection.scratch.scanCandidates.push_back(candidate(400.0 + i, 0.5 + 0.05 * i, 0.1 + 0.1 * i));
+  }
+  EXPECT_EQ(finishScanCandidates(detection.input.settings, detection.scratch, detection.output), 6u);
+  ASSERT_EQ(detection.output.records.size(), 6u);
+  for (int i = 0; i < 6; ++i) EXPECT_EQ(detection.output.records[static_cast<std::size_t>(i)].mz, 407.0 - i);
+  EXPECT_EQ(detection.output.exportedPrecursorCount, 6);
 }
 
 TEST(FinishScanCandidates, DefaultLimitIsOneThousand) {
   const MS1File file;
-  DetectionContext context = makeDetectionContext(testing::defaultParameters(), file);
-  for (int i = 0; i < 1005; ++i) context.scanCandidates.push_back(candidate(400.0 + i, 0.6, 0.5));
-  EXPECT_EQ(finishScanCandidates(context), 1000u);
-  EXPECT_EQ(context.records.size(), 1000u);
-  EXPECT_EQ(context.records.back().mz, 1399.0);
-  EXPECT_EQ(context.exportedPrecursorCount, 1000);
+  testing::Detection detection = testing::makeDetection(testing::defaultParameters(), file);
+  for (int i = 0; i < 1005; ++i) detection.scratch.scanCandidates.push_back(candidate(400.0 + i, 0.6, 0.5));
+  EXPECT_EQ(finishScanCandidates(detection.input.settings, detection.scratch, detection.output), 1000u);
+  EXPECT_EQ(detection.output.records.size(), 1000u);
+  EXPECT_EQ(detection.output.records.back().mz, 1399.0);
+  EXPECT_EQ(detection.output.exportedPrecursorCount, 1000);
 }
 
 }  // namespace

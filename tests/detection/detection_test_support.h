@@ -1,6 +1,7 @@
 #pragma once
 // Builders shared by the detection tests: small MS1 files, parameter tables with the defaults,
-// and a console capture for the debug traces (folders and files come from tests/support).
+// one worker's detection state, and a console capture for the debug traces (folders and files
+// come from tests/support).
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -9,8 +10,10 @@
 #include <unistd.h>
 #include <vector>
 
+#include "detection/candidate_detection.h"
 #include "detection/detection_context.h"
 #include "detection/isotope_pattern_table.h"
+#include "detection/ms1_peak_gathering.h"
 #include "startup/parameter_table.h"
 #include "tests/support/table_adapters.h"
 #include "tests/support/test_support.h"
@@ -56,6 +59,28 @@ inline ParameterTable defaultParameters() {
   ParameterTable table;
   setDefaults(table);
   return table;
+}
+
+// One worker's detection over a small file: the input, its scratch and its output together.
+struct Detection {
+  DetectionInput input;
+  DetectionScratch scratch;
+  DetectionOutput output;
+};
+
+inline Detection makeDetection(const ParameterTable& parameters, const MS1File& ms1) {
+  return {makeDetectionInput(parameters, ms1), makeDetectionScratch(), {}};
+}
+
+// The detection calls on the three parts of a Detection.
+inline void gatherMS1Peaks(Detection& detection, std::int32_t ms2ScanNumber, double activationCenter,
+                           std::vector<Peak>& gatheredPeaks) {
+  corvid::gatherMS1Peaks(detection.input, detection.scratch, ms2ScanNumber, activationCenter, gatheredPeaks);
+}
+inline void detectCandidates(Detection& detection, double activationCenter, std::int32_t scanNumber,
+                             std::vector<Peak>& gatheredPeaks) {
+  corvid::detectCandidates(detection.input, detection.scratch, detection.output, activationCenter, scanNumber,
+                           gatheredPeaks);
 }
 
 // Sets a value by moving a whole string in: GCC 12 warns falsely (-Wrestrict) about assigning a

@@ -24,30 +24,32 @@ MS1File oddNumberedFile(int count, const std::vector<Peak>& peaks) {
   return makeMs1File(std::move(scans));
 }
 
-double filteredCell(const DetectionContext& context, int row, int bin) {
-  return context.filteredGrid.matrix[static_cast<std::size_t>(row * context.filteredGrid.bins + bin)];
+double filteredCell(const testing::Detection& detection, int row, int bin) {
+  const ProfileGrid& grid = detection.scratch.filteredGrid;
+  return grid.matrix[static_cast<std::size_t>(row * grid.bins + bin)];
 }
 
-double wideCell(const DetectionContext& context, int row, int bin) {
-  return context.wideGrid.matrix[static_cast<std::size_t>(row * context.wideGrid.bins + bin)];
+double wideCell(const testing::Detection& detection, int row, int bin) {
+  const ProfileGrid& grid = detection.scratch.wideGrid;
+  return grid.matrix[static_cast<std::size_t>(row * grid.bins + bin)];
 }
 
 TEST(FindRelatedScan, TakesLastScanStrictlyBelowTheMs2Scan) {
   const MS1File file = oddNumberedFile(10, {});
-  const DetectionContext context = makeDetectionContext(defaultParameters(), file);
-  EXPECT_EQ(findRelatedScan(context, 10), 4);  // scan 9
-  EXPECT_EQ(findRelatedScan(context, 9), 3);   // scan 9 itself is not below
-  EXPECT_EQ(findRelatedScan(context, 1), -1);
-  EXPECT_EQ(findRelatedScan(context, 1000), 9);
+  const testing::Detection detection = testing::makeDetection(defaultParameters(), file);
+  EXPECT_EQ(findRelatedScan(detection.input, 10), 4);  // scan 9
+  EXPECT_EQ(findRelatedScan(detection.input, 9), 3);   // scan 9 itself is not below
+  EXPECT_EQ(findRelatedScan(detection.input, 1), -1);
+  EXPECT_EQ(findRelatedScan(detection.input, 1000), 9);
 }
 
 TEST(FindRelatedScan, UnorderedScanNumbersUseTheBackwardsWalk) {
   const MS1File file = makeMs1File({makeScan(5, {}), makeScan(2, {}), makeScan(9, {}), makeScan(1, {})});
-  const DetectionContext context = makeDetectionContext(defaultParameters(), file);
-  EXPECT_FALSE(context.ms1ScansAscending);
-  EXPECT_EQ(findRelatedScan(context, 6), 3);   // scan 1, the first from the end below 6
-  EXPECT_EQ(findRelatedScan(context, 1), -1);
-  EXPECT_EQ(findRelatedScan(context, 10), 3);
+  const testing::Detection detection = testing::makeDetection(defaultParameters(), file);
+  EXPECT_FALSE(detection.input.ms1ScansAscending);
+  EXPECT_EQ(findRelatedScan(detection.input, 6), 3);   // scan 1, the first from the end below 6
+  EXPECT_EQ(findRelatedScan(detection.input, 1), -1);
+  EXPECT_EQ(findRelatedScan(detection.input, 10), 3);
 }
 
 TEST(FindRelatedScan, BinarySearchMatchesBackwardsWalkOnRandomFiles) {
@@ -61,8 +63,8 @@ TEST(FindRelatedScan, BinarySearchMatchesBackwardsWalkOnRandomFiles) {
       scans.push_back(makeScan(number, {}));
     }
     const MS1File file = makeMs1File(scans);
-    const DetectionContext context = makeDetectionContext(defaultParameters(), file);
-    ASSERT_TRUE(context.ms1ScansAscending);
+    const testing::Detection detection = testing::makeDetection(defaultParameters(), file);
+    ASSERT_TRUE(detection.input.ms1ScansAscending);
     for (std::int64_t ms2 = -2; ms2 < static_cast<std::int64_t>(number) + 3; ++ms2) {
       std::int64_t walked = -1;
       for (std::int64_t i = count - 1; i >= 0; --i) {
@@ -71,7 +73,7 @@ TEST(FindRelatedScan, BinarySearchMatchesBackwardsWalkOnRandomFiles) {
           break;
         }
       }
-      ASSERT_EQ(findRelatedScan(context, ms2), walked) << "trial " << trial << " ms2 " << ms2;
+      ASSERT_EQ(findRelatedScan(detection.input, ms2), walked) << "trial " << trial << " ms2 " << ms2;
     }
   }
 }
@@ -108,14 +110,14 @@ TEST(GatherMs1Peaks, SortedSearchGathersWhatTheLinearWalkGathers) {
     scans.push_back(makeScan(static_cast<std::uint32_t>(2 * i + 1), peaks));
   }
   const MS1File file = makeMs1File(scans);
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   std::vector<Peak> gathered;
   for (int trial = 0; trial < 100; ++trial) {
     const double center = 485.0 + 30.0 * (random() % 1000) / 1000.0;
     const auto ms2 = static_cast<std::int32_t>(random() % 250);
-    gatherMS1Peaks(context, ms2, center, gathered);
+    gatherMS1Peaks(detection, ms2, center, gathered);
     // The same peaks and wide grid by linear walks over the scans.
-    const std::int64_t related = findRelatedScan(context, ms2);
+    const std::int64_t related = findRelatedScan(detection.input, ms2);
     std::vector<Peak> expected;
     std::vector<double> wide(static_cast<std::size_t>(kWideGridRows) * 600, 0.0);
     for (std::int64_t index = related - 49; index <= related + 50; ++index) {
@@ -130,88 +132,88 @@ TEST(GatherMs1Peaks, SortedSearchGathersWhatTheLinearWalkGathers) {
     }
     std::sort(expected.begin(), expected.end(),
               [](const Peak& a, const Peak& b) { return a.mz < b.mz || (a.mz == b.mz && a.intensity < b.intensity); });
-    ASSERT_EQ(context.contextPeaks.size(), expected.size()) << trial;
-    for (std::size_t i = 0; i < expected.size(); ++i) ASSERT_EQ(context.contextPeaks[i].mz, expected[i].mz);
-    ASSERT_EQ(context.wideGrid.matrix, wide) << trial;
+    ASSERT_EQ(detection.scratch.contextPeaks.size(), expected.size()) << trial;
+    for (std::size_t i = 0; i < expected.size(); ++i) ASSERT_EQ(detection.scratch.contextPeaks[i].mz, expected[i].mz);
+    ASSERT_EQ(detection.scratch.wideGrid.matrix, wide) << trial;
   }
 }
 
 TEST(GatherMs1Peaks, NanPeakMakesTheScanUseTheLinearWalk) {
   const MS1File file = makeMs1File({makeScan(1, {{499.0, 1.0}, {std::nan(""), 1.0}, {500.0, 1.0}})});
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
-  EXPECT_EQ(context.ms1PeaksAscending[0], 0);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
+  EXPECT_EQ(detection.input.ms1PeaksAscending[0], 0);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 2, 500.0, gathered);
-  EXPECT_EQ(context.contextPeaks.size(), 2u);
+  gatherMS1Peaks(detection, 2, 500.0, gathered);
+  EXPECT_EQ(detection.scratch.contextPeaks.size(), 2u);
 }
 
 TEST(GatherMs1Peaks, NoRelatedScanGathersNothingFromOffsetsBeforeTheFirstScan) {
   const MS1File file = oddNumberedFile(3, {{500.0, 100.0}});
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 0, 500.0, gathered);
-  EXPECT_EQ(context.relatedScan, -1);
+  gatherMS1Peaks(detection, 0, 500.0, gathered);
+  EXPECT_EQ(detection.scratch.relatedScan, -1);
   // Offsets -1 and 0 fall before the file; offset +1 is scan index 0.
-  EXPECT_EQ(context.gatheredCounts[0], 0);
-  EXPECT_EQ(context.gatheredCounts[1], 0);
-  EXPECT_EQ(context.gatheredCounts[2], 1);
+  EXPECT_EQ(detection.scratch.gatheredCounts[0], 0);
+  EXPECT_EQ(detection.scratch.gatheredCounts[1], 0);
+  EXPECT_EQ(detection.scratch.gatheredCounts[2], 1);
   ASSERT_EQ(gathered.size(), 1u);
   // Offsets +1..+3 hold the three scans: rows 5..7, bin 300 (center).
-  EXPECT_EQ(filteredCell(context, 4, 300), 0.0);
-  EXPECT_EQ(filteredCell(context, 5, 300), 100.0);
-  EXPECT_EQ(filteredCell(context, 7, 300), 100.0);
-  EXPECT_EQ(filteredCell(context, 8, 300), 0.0);
-  EXPECT_EQ(context.contextPeaks.size(), 3u);
+  EXPECT_EQ(filteredCell(detection, 4, 300), 0.0);
+  EXPECT_EQ(filteredCell(detection, 5, 300), 100.0);
+  EXPECT_EQ(filteredCell(detection, 7, 300), 100.0);
+  EXPECT_EQ(filteredCell(detection, 8, 300), 0.0);
+  EXPECT_EQ(detection.scratch.contextPeaks.size(), 3u);
 }
 
 TEST(GatherMs1Peaks, IndexPastTheEndStopsTheScanLoop) {
   const MS1File file = oddNumberedFile(5, {{500.0, 100.0}});
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 100, 500.0, gathered);  // related = last scan (index 4)
-  EXPECT_EQ(context.relatedScan, 4);
-  EXPECT_EQ(context.gatheredCounts[2], 0);
-  EXPECT_EQ(context.contextPeaks.size(), 5u);       // offsets -4..0
-  EXPECT_EQ(filteredCell(context, 0, 300), 100.0);  // offset -4 -> row 0
-  EXPECT_EQ(filteredCell(context, 4, 300), 100.0);  // offset 0 -> row 4
-  EXPECT_EQ(filteredCell(context, 5, 300), 0.0);
+  gatherMS1Peaks(detection, 100, 500.0, gathered);  // related = last scan (index 4)
+  EXPECT_EQ(detection.scratch.relatedScan, 4);
+  EXPECT_EQ(detection.scratch.gatheredCounts[2], 0);
+  EXPECT_EQ(detection.scratch.contextPeaks.size(), 5u);       // offsets -4..0
+  EXPECT_EQ(filteredCell(detection, 0, 300), 100.0);  // offset -4 -> row 0
+  EXPECT_EQ(filteredCell(detection, 4, 300), 100.0);  // offset 0 -> row 4
+  EXPECT_EQ(filteredCell(detection, 5, 300), 0.0);
 }
 
 TEST(GatherMs1Peaks, WindowBoundsAreInclusive) {
   const double center = 500.0;
   const MS1File file = oddNumberedFile(1, {{496.99, 10.0}, {497.0, 10.0}, {503.0, 10.0}, {503.01, 10.0}});
   ParameterTable parameters = defaultParameters();
-  DetectionContext context = makeDetectionContext(parameters, file);
+  testing::Detection detection = testing::makeDetection(parameters, file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 2, center, gathered);
-  ASSERT_EQ(context.contextPeaks.size(), 2u);
-  EXPECT_EQ(context.contextPeaks[0].mz, 497.0);
-  EXPECT_EQ(context.contextPeaks[1].mz, 503.0);
+  gatherMS1Peaks(detection, 2, center, gathered);
+  ASSERT_EQ(detection.scratch.contextPeaks.size(), 2u);
+  EXPECT_EQ(detection.scratch.contextPeaks[0].mz, 497.0);
+  EXPECT_EQ(detection.scratch.contextPeaks[1].mz, 503.0);
   // Bin 0 holds center - 3; center + 3 falls on bin 600, outside the grid.
-  EXPECT_EQ(filteredCell(context, 4, 0), 10.0);
-  EXPECT_EQ(wideCell(context, 49, 0), 10.0);
+  EXPECT_EQ(filteredCell(detection, 4, 0), 10.0);
+  EXPECT_EQ(wideCell(detection, 49, 0), 10.0);
 }
 
 TEST(GatherMs1Peaks, PeakAtExactlyTwoPercentOfTheLocalMaximumIsKept) {
   const double center = 500.0;
   const double edge = center + 1.05;  // takes part in the local maximum
   const MS1File file = oddNumberedFile(1, {{499.0, 20.0}, {499.5, 19.999}, {edge, 1000.0}, {502.0, 5.0}});
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 2, center, gathered);
+  gatherMS1Peaks(detection, 2, center, gathered);
   ASSERT_EQ(gathered.size(), 2u);
   EXPECT_EQ(gathered[0].mz, 499.0);
   EXPECT_EQ(gathered[1].mz, edge);
-  EXPECT_EQ(context.contextPeaks.size(), 4u);  // the list is filled before filtering
+  EXPECT_EQ(detection.scratch.contextPeaks.size(), 4u);  // the list is filled before filtering
 }
 
 TEST(GatherMs1Peaks, PeakAtTheLowerLocalMaximumBoundTakesPart) {
   const double center = 500.0;
   const double edge = center - 1.05;
   const MS1File file = oddNumberedFile(1, {{edge, 1000.0}, {499.5, 19.0}, {500.5, 20.0}});
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 2, center, gathered);
+  gatherMS1Peaks(detection, 2, center, gathered);
   ASSERT_EQ(gathered.size(), 2u);
   EXPECT_EQ(gathered[0].mz, edge);
   EXPECT_EQ(gathered[1].mz, 500.5);
@@ -219,29 +221,29 @@ TEST(GatherMs1Peaks, PeakAtTheLowerLocalMaximumBoundTakesPart) {
 
 TEST(GatherMs1Peaks, EmptyFileGathersNothing) {
   const MS1File file;
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   std::vector<Peak> gathered = {{1.0, 1.0}};
-  gatherMS1Peaks(context, 5, 500.0, gathered);
-  EXPECT_EQ(context.relatedScan, -1);
+  gatherMS1Peaks(detection, 5, 500.0, gathered);
+  EXPECT_EQ(detection.scratch.relatedScan, -1);
   EXPECT_TRUE(gathered.empty());
-  EXPECT_TRUE(context.contextPeaks.empty());
+  EXPECT_TRUE(detection.scratch.contextPeaks.empty());
 }
 
 TEST(GatherMs1Peaks, LocalMaximumIgnoresPeaksBeyondOnePointZeroFiveTh) {
   const double center = 500.0;
   const MS1File file = oddNumberedFile(1, {{498.9, 1000.0}, {499.5, 10.0}, {501.2, 1000.0}});
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 2, center, gathered);
+  gatherMS1Peaks(detection, 2, center, gathered);
   EXPECT_EQ(gathered.size(), 3u);  // maximum 10: nothing is below 0.2
 }
 
 TEST(GatherMs1Peaks, NoiseLevelOfTheScanRemovesWeakerPeaks) {
   MS1File file = oddNumberedFile(1, {{499.0, 40.0}, {500.0, 100.0}});
   file.spectra[0].workValue = 50.0;
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 2, 500.0, gathered);
+  gatherMS1Peaks(detection, 2, 500.0, gathered);
   ASSERT_EQ(gathered.size(), 1u);
   EXPECT_EQ(gathered[0].mz, 500.0);
 }
@@ -254,39 +256,39 @@ TEST(GatherMs1Peaks, GathersPrecedingRelatedAndFollowingScansInThatOrder) {
   const MS1File file = makeMs1File(scans);
   ParameterTable parameters = defaultParameters();
   testing::setParameter(parameters, "check_activationcenter", "0");
-  DetectionContext context = makeDetectionContext(parameters, file);
+  testing::Detection detection = testing::makeDetection(parameters, file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 55, 500.0, gathered);  // related = scan 50, index 4
+  gatherMS1Peaks(detection, 55, 500.0, gathered);  // related = scan 50, index 4
   ASSERT_EQ(gathered.size(), 3u);
   EXPECT_DOUBLE_EQ(gathered[0].mz, 500.3);
   EXPECT_DOUBLE_EQ(gathered[1].mz, 500.4);
   EXPECT_DOUBLE_EQ(gathered[2].mz, 500.5);
-  EXPECT_EQ(context.gatheredCounts[0], 1);
-  // Ten scans, indices 0..9, in the context peak list, ascending.
-  ASSERT_EQ(context.contextPeaks.size(), 10u);
-  EXPECT_TRUE(std::is_sorted(context.contextPeaks.begin(), context.contextPeaks.end(),
+  EXPECT_EQ(detection.scratch.gatheredCounts[0], 1);
+  // Ten scans, indices 0..9, in the detection peak list, ascending.
+  ASSERT_EQ(detection.scratch.contextPeaks.size(), 10u);
+  EXPECT_TRUE(std::is_sorted(detection.scratch.contextPeaks.begin(), detection.scratch.contextPeaks.end(),
                              [](const Peak& a, const Peak& b) { return a.mz < b.mz; }));
   // Filtered grid: index 0 (offset -4) on row 0, bin trunc((500.0 - 500 + 3) * 100) = 300.
-  EXPECT_EQ(filteredCell(context, 0, 300), 100.0);
+  EXPECT_EQ(filteredCell(detection, 0, 300), 100.0);
   // 500.9 - 500 + 3 is 3.8999999999999773 in doubles: truncation puts the peak in bin 389.
-  EXPECT_EQ(filteredCell(context, 9, 389), 109.0);
-  EXPECT_EQ(filteredCell(context, 9, 390), 0.0);
+  EXPECT_EQ(filteredCell(detection, 9, 389), 109.0);
+  EXPECT_EQ(filteredCell(detection, 9, 390), 0.0);
   // Wide grid: index j on row j - 4 + 49.
-  EXPECT_EQ(wideCell(context, 45, 300), 100.0);
-  EXPECT_EQ(wideCell(context, 56, 410), 111.0);
+  EXPECT_EQ(wideCell(detection, 45, 300), 100.0);
+  EXPECT_EQ(wideCell(detection, 56, 410), 111.0);
 }
 
 TEST(GatherMs1Peaks, GridsAreClearedBetweenGatherings) {
   const MS1File file = oddNumberedFile(3, {{500.0, 100.0}});
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 4, 500.0, gathered);
-  gatherMS1Peaks(context, 4, 501.0, gathered);
-  EXPECT_EQ(filteredCell(context, 4, 300), 0.0);
-  EXPECT_EQ(filteredCell(context, 4, 200), 100.0);
+  gatherMS1Peaks(detection, 4, 500.0, gathered);
+  gatherMS1Peaks(detection, 4, 501.0, gathered);
+  EXPECT_EQ(filteredCell(detection, 4, 300), 0.0);
+  EXPECT_EQ(filteredCell(detection, 4, 200), 100.0);
   const double sum = [&] {
     double s = 0.0;
-    for (const double v : context.wideGrid.matrix) s += v;
+    for (const double v : detection.scratch.wideGrid.matrix) s += v;
     return s;
   }();
   EXPECT_EQ(sum, 300.0);
@@ -304,27 +306,27 @@ MS1File centerCheckFile(bool relatedHoldsCenter, bool precedingHoldsCenter) {
 
 TEST(GatherMs1Peaks, ActivationCenterInRelatedScanKeepsOnlyThatScan) {
   const MS1File file = centerCheckFile(true, true);
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 4, 500.0, gathered);
+  gatherMS1Peaks(detection, 4, 500.0, gathered);
   ASSERT_EQ(gathered.size(), 2u);
   EXPECT_EQ(gathered[0].mz, 499.2);
 }
 
 TEST(GatherMs1Peaks, ActivationCenterOnlyInPrecedingScanKeepsOnlyThePrecedingScan) {
   const MS1File file = centerCheckFile(false, true);
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 4, 500.0, gathered);
+  gatherMS1Peaks(detection, 4, 500.0, gathered);
   ASSERT_EQ(gathered.size(), 2u);
   EXPECT_EQ(gathered[0].mz, 499.0);
 }
 
 TEST(GatherMs1Peaks, ActivationCenterNowhereKeepsAllThreeScans) {
   const MS1File file = centerCheckFile(false, false);
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 4, 500.0, gathered);
+  gatherMS1Peaks(detection, 4, 500.0, gathered);
   EXPECT_EQ(gathered.size(), 5u);
 }
 
@@ -332,26 +334,26 @@ TEST(GatherMs1Peaks, ActivationCenterCheckOffKeepsAllThreeScans) {
   const MS1File file = centerCheckFile(true, true);
   ParameterTable parameters = defaultParameters();
   testing::setParameter(parameters, "check_activationcenter", "0");
-  DetectionContext context = makeDetectionContext(parameters, file);
+  testing::Detection detection = testing::makeDetection(parameters, file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 4, 500.0, gathered);
+  gatherMS1Peaks(detection, 4, 500.0, gathered);
   EXPECT_EQ(gathered.size(), 5u);
 }
 
 TEST(GatherMs1Peaks, PeakJustOutsideTwentyPpmIsNotTheActivationCenter) {
   const double center = 500.0;
   const MS1File file = makeMs1File({makeScan(1, {{center + center * 2.1e-5, 10.0}}), makeScan(3, {{499.0, 10.0}})});
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 4, center, gathered);
+  gatherMS1Peaks(detection, 4, center, gathered);
   EXPECT_EQ(gathered.size(), 2u);
 }
 
 TEST(GatherMs1Peaks, UnorderedScanPeaksStopAtTheFirstPeakAboveTheWindow) {
   const MS1File file = oddNumberedFile(1, {{500.0, 10.0}, {504.0, 10.0}, {501.0, 10.0}});
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, 2, 500.0, gathered);
+  gatherMS1Peaks(detection, 2, 500.0, gathered);
   ASSERT_EQ(gathered.size(), 1u);
   EXPECT_EQ(gathered[0].mz, 500.0);
 }
@@ -362,10 +364,10 @@ TEST(GatherMs1Peaks, DebugModeWritesThePeakFileAndPrintsTheScans) {
   ParameterTable parameters = defaultParameters();
   testing::setParameter(parameters, "debug_mode", "1");
   testing::setParameter(parameters, "datapath", folder.folder());
-  DetectionContext context = makeDetectionContext(parameters, file);
+  testing::Detection detection = testing::makeDetection(parameters, file);
   std::vector<Peak> gathered;
   testing::StdoutRedirect capture;
-  gatherMS1Peaks(context, 8, 500.0, gathered);
+  gatherMS1Peaks(detection, 8, 500.0, gathered);
   const std::string printed = capture.text();
   const auto written = readWholeFile(folder.file("8ms1.Peaks"));
   ASSERT_TRUE(written.has_value());
@@ -389,10 +391,10 @@ TEST(GatherMs1Peaks, DebugModeTwoWritesThePeakFileWithoutPrinting) {
   ParameterTable parameters = defaultParameters();
   testing::setParameter(parameters, "debug_mode", "2");
   testing::setParameter(parameters, "datapath", folder.folder());
-  DetectionContext context = makeDetectionContext(parameters, file);
+  testing::Detection detection = testing::makeDetection(parameters, file);
   std::vector<Peak> gathered;
   testing::StdoutRedirect capture;
-  gatherMS1Peaks(context, 2, 500.0, gathered);
+  gatherMS1Peaks(detection, 2, 500.0, gathered);
   const std::string printed = capture.text();
   const auto written = readWholeFile(folder.file("2ms1.Peaks"));
   ASSERT_TRUE(written.has_value());

@@ -221,10 +221,10 @@ void expectFeatures(const PrecursorFeatures& f, const PrecursorRecord& record, c
   EXPECT_NEAR(record.mz, x.recalibrated, 1e-10);
 }
 
-void runScan(DetectionContext& context, double center) {
+void runScan(testing::Detection& detection, double center) {
   std::vector<Peak> gathered;
-  gatherMS1Peaks(context, kMs2Scan, center, gathered);
-  detectCandidates(context, center, kMs2Scan, gathered);
+  gatherMS1Peaks(detection, kMs2Scan, center, gathered);
+  detectCandidates(detection, center, kMs2Scan, gathered);
 }
 
 class PlantedEnvelope : public ::testing::Test {
@@ -236,15 +236,15 @@ class PlantedEnvelope : public ::testing::Test {
 void checkSingleEnvelope(const Envelope& e, const std::vector<double>& table) {
   setTableRow(e, table);
   const MS1File file = plantedFile({e});
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   // The activation center sits on isotope 1: only the related scan is gathered.
   const double center = isotopeMz(e, 1);
-  runScan(context, center);
-  ASSERT_EQ(context.features.size(), 1u);
-  ASSERT_EQ(context.records.size(), 1u);
+  runScan(detection, center);
+  ASSERT_EQ(detection.output.features.size(), 1u);
+  ASSERT_EQ(detection.output.records.size(), 1u);
   const Expected x = expectFor(e, table, {e}, center, 2.0);
-  expectFeatures(context.features[0], context.records[0], e, x);
-  EXPECT_EQ(context.exportedPrecursorCount, 1);
+  expectFeatures(detection.output.features[0], detection.output.records[0], e, x);
+  EXPECT_EQ(detection.output.exportedPrecursorCount, 1);
 }
 
 TEST_F(PlantedEnvelope, ChargeTwoFeaturesMatchTheirDefinitions) {
@@ -273,15 +273,15 @@ TEST_F(PlantedEnvelope, CoElutingEnvelopesGiveTwoCandidatesInDetectionOrder) {
   setTableRow(kEnvelopeA, kTableA);
   setTableRow(kEnvelopeB, kTableB);
   const MS1File file = plantedFile({kEnvelopeA, kEnvelopeB});
-  DetectionContext context = makeDetectionContext(defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   const double center = isotopeMz(kEnvelopeA, 1);
-  runScan(context, center);
-  ASSERT_EQ(context.records.size(), 2u);
-  expectFeatures(context.features[0], context.records[0], kEnvelopeA,
+  runScan(detection, center);
+  ASSERT_EQ(detection.output.records.size(), 2u);
+  expectFeatures(detection.output.features[0], detection.output.records[0], kEnvelopeA,
                  expectFor(kEnvelopeA, kTableA, {kEnvelopeA, kEnvelopeB}, center, 2.0));
-  expectFeatures(context.features[1], context.records[1], kEnvelopeB,
+  expectFeatures(detection.output.features[1], detection.output.records[1], kEnvelopeB,
                  expectFor(kEnvelopeB, kTableB, {kEnvelopeA, kEnvelopeB}, center, 2.0));
-  EXPECT_EQ(context.exportedPrecursorCount, 2);
+  EXPECT_EQ(detection.output.exportedPrecursorCount, 2);
 }
 
 TEST_F(PlantedEnvelope, RankingPutsTheBetterCoElutingEnvelopeFirst) {
@@ -290,19 +290,19 @@ TEST_F(PlantedEnvelope, RankingPutsTheBetterCoElutingEnvelopeFirst) {
   const MS1File file = plantedFile({kEnvelopeA, kEnvelopeB});
   ParameterTable parameters = defaultParameters();
   testing::setParameter(parameters, "outputsvmlight", "1");
-  DetectionContext context = makeDetectionContext(parameters, file);
+  testing::Detection detection = testing::makeDetection(parameters, file);
   const double center = isotopeMz(kEnvelopeA, 1);
-  runScan(context, center);
+  runScan(detection, center);
   const Expected a = expectFor(kEnvelopeA, kTableA, {kEnvelopeA, kEnvelopeB}, center, 2.0);
   const Expected b = expectFor(kEnvelopeB, kTableB, {kEnvelopeA, kEnvelopeB}, center, 2.0);
   // B correlates better with its pattern and carries more of the window.
   ASSERT_GT(b.maxSim, a.maxSim);
   ASSERT_GT(b.pif, a.pif);
-  ASSERT_EQ(context.records.size(), 2u);
-  EXPECT_EQ(context.records[0].charge, 3.0);
-  EXPECT_EQ(context.records[1].charge, 2.0);
-  expectFeatures(context.features[0], context.records[0], kEnvelopeB, b);
-  expectFeatures(context.features[1], context.records[1], kEnvelopeA, a);
+  ASSERT_EQ(detection.output.records.size(), 2u);
+  EXPECT_EQ(detection.output.records[0].charge, 3.0);
+  EXPECT_EQ(detection.output.records[1].charge, 2.0);
+  expectFeatures(detection.output.features[0], detection.output.records[0], kEnvelopeB, b);
+  expectFeatures(detection.output.features[1], detection.output.records[1], kEnvelopeA, a);
 }
 
 TEST_F(PlantedEnvelope, CoEluteZeroTriesOnlyPairsCoveringTheCenter) {
@@ -313,17 +313,17 @@ TEST_F(PlantedEnvelope, CoEluteZeroTriesOnlyPairsCoveringTheCenter) {
   testing::setParameter(parameters, "co-elute", "0");
   {
     // Center on A's second isotope: B never reaches it, so A is the one candidate.
-    DetectionContext context = makeDetectionContext(parameters, file);
-    runScan(context, isotopeMz(kEnvelopeA, 1));
-    ASSERT_EQ(context.records.size(), 1u);
-    EXPECT_EQ(context.records[0].charge, 2.0);
-    EXPECT_EQ(context.exportedPrecursorCount, 1);
+    testing::Detection detection = testing::makeDetection(parameters, file);
+    runScan(detection, isotopeMz(kEnvelopeA, 1));
+    ASSERT_EQ(detection.output.records.size(), 1u);
+    EXPECT_EQ(detection.output.records[0].charge, 2.0);
+    EXPECT_EQ(detection.output.exportedPrecursorCount, 1);
   }
   {
-    DetectionContext context = makeDetectionContext(parameters, file);
-    runScan(context, kEnvelopeB.mono);
-    ASSERT_EQ(context.records.size(), 1u);
-    EXPECT_EQ(context.records[0].charge, 3.0);
+    testing::Detection detection = testing::makeDetection(parameters, file);
+    runScan(detection, kEnvelopeB.mono);
+    ASSERT_EQ(detection.output.records.size(), 1u);
+    EXPECT_EQ(detection.output.records[0].charge, 3.0);
   }
 }
 
@@ -336,21 +336,21 @@ TEST_F(PlantedEnvelope, CoEluteZeroExportsTheBestRankedOfSeveralCoveringPairs) {
   setTableRow(b, kTableB);
   const MS1File file = plantedFile({a, b});
 
-  DetectionContext both = makeDetectionContext(defaultParameters(), file);
+  testing::Detection both = testing::makeDetection(defaultParameters(), file);
   runScan(both, center);
-  ASSERT_EQ(both.records.size(), 2u);
-  EXPECT_EQ(both.records[0].charge, 2.0);  // detection order: A starts lower
-  ASSERT_GT(both.features[1][kFeatureMaxSim], both.features[0][kFeatureMaxSim]);
-  ASSERT_GT(both.features[1][kFeaturePif], both.features[0][kFeaturePif]);
+  ASSERT_EQ(both.output.records.size(), 2u);
+  EXPECT_EQ(both.output.records[0].charge, 2.0);  // detection order: A starts lower
+  ASSERT_GT(both.output.features[1][kFeatureMaxSim], both.output.features[0][kFeatureMaxSim]);
+  ASSERT_GT(both.output.features[1][kFeaturePif], both.output.features[0][kFeaturePif]);
 
   ParameterTable parameters = defaultParameters();
   testing::setParameter(parameters, "co-elute", "0");
-  DetectionContext single = makeDetectionContext(parameters, file);
+  testing::Detection single = testing::makeDetection(parameters, file);
   runScan(single, center);
-  ASSERT_EQ(single.records.size(), 1u);
-  EXPECT_EQ(single.records[0].charge, 3.0);
-  EXPECT_EQ(single.features[0], both.features[1]);
-  EXPECT_EQ(single.exportedPrecursorCount, 1);
+  ASSERT_EQ(single.output.records.size(), 1u);
+  EXPECT_EQ(single.output.records[0].charge, 3.0);
+  EXPECT_EQ(single.output.features[0], both.output.features[1]);
+  EXPECT_EQ(single.output.exportedPrecursorCount, 1);
 }
 
 }  // namespace

@@ -30,20 +30,20 @@ std::vector<Peak> randomAscendingPeaks(std::mt19937& random, std::size_t count, 
 TEST(SortedSearch, RecalibratedMzMatchesTheLinearWalk) {
   std::mt19937 random(2024);
   const MS1File file;
-  DetectionContext context = makeDetectionContext(testing::defaultParameters(), file);
+  testing::Detection detection = testing::makeDetection(testing::defaultParameters(), file);
   for (int trial = 0; trial < 200; ++trial) {
-    context.contextPeaks = randomAscendingPeaks(random, 200, 600.0, 600.2);
-    const double mz = context.contextPeaks[random() % 200].mz;
+    detection.scratch.contextPeaks = randomAscendingPeaks(random, 200, 600.0, 600.2);
+    const double mz = detection.scratch.contextPeaks[random() % 200].mz;
     const double window = mz * 7.0 * 1e-6;
     double weighted = 0.0, sum = 0.0;
-    for (const Peak& peak : context.contextPeaks) {
+    for (const Peak& peak : detection.scratch.contextPeaks) {
       if (peak.mz > mz + window) break;
       if (peak.mz >= mz - window) {
         weighted += peak.mz * peak.intensity;
         sum += peak.intensity;
       }
     }
-    ASSERT_EQ(recalibratedMz(context, mz), sum == 0.0 ? mz : weighted / sum);
+    ASSERT_EQ(recalibratedMz(detection.input, detection.scratch, mz), sum == 0.0 ? mz : weighted / sum);
   }
 }
 
@@ -100,25 +100,25 @@ TEST(SortedSearch, QuickRejectionGivesTheSameCandidatesAsTheFullMeasurement) {
     ParameterTable full = quick;
     testing::setParameter(full, "debug_mode", "1");
     testing::setParameter(full, "datapath", folder.folder());
-    DetectionContext quickContext = makeDetectionContext(quick, file);
-    DetectionContext fullContext = makeDetectionContext(full, file);
+    testing::Detection quickDetection = testing::makeDetection(quick, file);
+    testing::Detection fullDetection = testing::makeDetection(full, file);
     for (int scan = 0; scan < 10; ++scan) {
       const double center = 498.0 + 4.0 * unit(random);
       const auto ms2 = static_cast<std::int32_t>(8 + 2 * (random() % 20));
       std::vector<Peak> gathered;
-      gatherMS1Peaks(quickContext, ms2, center, gathered);
-      detectCandidates(quickContext, center, ms2, gathered);
+      gatherMS1Peaks(quickDetection, ms2, center, gathered);
+      detectCandidates(quickDetection, center, ms2, gathered);
       testing::StdoutRedirect capture;
-      gatherMS1Peaks(fullContext, ms2, center, gathered);
-      detectCandidates(fullContext, center, ms2, gathered);
+      gatherMS1Peaks(fullDetection, ms2, center, gathered);
+      detectCandidates(fullDetection, center, ms2, gathered);
     }
-    ASSERT_EQ(quickContext.features, fullContext.features) << "trial " << trial;
-    ASSERT_EQ(quickContext.records.size(), fullContext.records.size());
-    for (std::size_t i = 0; i < quickContext.records.size(); ++i) {
-      ASSERT_EQ(quickContext.records[i].mz, fullContext.records[i].mz);
-      ASSERT_EQ(quickContext.records[i].charge, fullContext.records[i].charge);
+    ASSERT_EQ(quickDetection.output.features, fullDetection.output.features) << "trial " << trial;
+    ASSERT_EQ(quickDetection.output.records.size(), fullDetection.output.records.size());
+    for (std::size_t i = 0; i < quickDetection.output.records.size(); ++i) {
+      ASSERT_EQ(quickDetection.output.records[i].mz, fullDetection.output.records[i].mz);
+      ASSERT_EQ(quickDetection.output.records[i].charge, fullDetection.output.records[i].charge);
     }
-    accepted += quickContext.records.size();
+    accepted += quickDetection.output.records.size();
   }
   testing::resetIsotopeTable();
   EXPECT_GT(accepted, 20u);  // the comparison covered real candidates

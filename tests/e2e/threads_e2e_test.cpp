@@ -1,6 +1,6 @@
 // The threads key through the real binary: every output file and the console are byte-identical
-// for 1, 2 and 8 threads, on BSA1 (in both detection modes), on a run generated from it and on the
-// co-eluting fixture.
+// for 1, 2 and 8 threads, on BSA1 (in both detection modes and with a training reference list), on
+// a run generated from it and on the co-eluting fixture.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -29,9 +29,11 @@ std::map<std::string, std::string> filesOf(const fs::path& folder) {
 }
 
 // Runs input once per thread count into its own folder (the extraction made once, shared) and
-// compares everything with the single-threaded run. `extra`: more options for every run.
+// compares everything with the single-threaded run. `extra`: more options for every run; `singleRun`,
+// when given, receives the single-threaded run's files and console.
 void expectSameForAnyThreadCount(const fs::path& input, const TempDir& dir, std::size_t expectedFiles,
-                                 const std::vector<std::string>& extra = {}) {
+                                 const std::vector<std::string>& extra = {},
+                                 std::map<std::string, std::string>* singleRun = nullptr) {
   const std::string extract = dir.folder() + "extract";
   // The extraction is made once beforehand, so every compared run reuses it alike.
   ASSERT_EQ(runCorvid(dir.path(), {"-D", input.string(), "-O", dir.folder(), "--extract_path=" + extract}).status, 0);
@@ -49,6 +51,7 @@ void expectSameForAnyThreadCount(const fs::path& input, const TempDir& dir, std:
     files["console"] = withoutElapsedSeconds(result.out);
     if (threads == 1) {
       single = files;
+      if (singleRun != nullptr) *singleRun = files;
       EXPECT_GE(single.size(), expectedFiles);
       continue;
     }
@@ -67,6 +70,22 @@ TEST(ThreadsEndToEnd, Bsa1PrecisionModeOutputsAreIdenticalForAnyThreadCount) {
   if (!fs::exists(bsa1MzmlPath())) GTEST_SKIP() << "BSA1.mzML not cached at " << bsa1MzmlPath();
   TempDir dir;
   expectSameForAnyThreadCount(bsa1MzmlPath(), dir, 8, {"--precision_mode=1"});
+}
+
+// Detection marks the reference entries it finds; every worker does so for its own scans, and the
+// training tables, the found counts and every other output are those of one thread.
+TEST(ThreadsEndToEnd, Bsa1WithAReferenceListOutputsAreIdenticalForAnyThreadCount) {
+  if (!fs::exists(bsa1MzmlPath())) GTEST_SKIP() << "BSA1.mzML not cached at " << bsa1MzmlPath();
+  TempDir dir;
+  const fs::path reference = fs::path(CORVID_TEST_DATA_DIR) / "search" / "BSA1.pep.xml.reflist";
+  std::map<std::string, std::string> single;
+  expectSameForAnyThreadCount(bsa1MzmlPath(), dir, 10, {"-T", reference.string(), "-s", "1"}, &single);
+  const std::string& console = single["console"];
+  EXPECT_NE(console.find("[Corvid] Writing TrainingSet... \n[Corvid] Check 38 Precursors.  \n"), std::string::npos)
+      << console;
+  EXPECT_NE(console.find("[Corvid] Writing CSV... \n[Corvid] Check 38 Precursors. \n"), std::string::npos);
+  EXPECT_FALSE(single["Positive.csv"].empty());
+  EXPECT_FALSE(single["Negative.csv"].empty());
 }
 
 TEST(ThreadsEndToEnd, GeneratedRunOutputsAreIdenticalForAnyThreadCount) {

@@ -30,8 +30,8 @@ inline DetectionSettings detectionSettingsFrom(const ParameterTable& parameters)
   settings.dataPath = valueOrEmpty(parameters, "datapath");
   return settings;
 }
-inline DetectionContext makeDetectionContext(const ParameterTable& parameters, const MS1File& ms1) {
-  return makeDetectionContext(detectionSettingsFrom(parameters), ms1, runIsotopeTable());
+inline DetectionInput makeDetectionInput(const ParameterTable& parameters, const MS1File& ms1) {
+  return makeDetectionInput(detectionSettingsFrom(parameters), ms1, runIsotopeTable());
 }
 inline ThresholdSettings thresholdSettingsFrom(const ParameterTable& parameters) {
   return readRunSettings(parameters).threshold;
