@@ -1,24 +1,14 @@
 #pragma once
 // Corvid's own extractor for open formats: converts an mzML or mzXML file into the .ms1/.ms2 text
 // pair that the RAW pipeline processes, an extraction summary and the completion marker.
-#include <array>
 #include <string>
 #include <string_view>
+
+#include "spectra/open_format_names.h"
 
 namespace corvid {
 
 struct LoadedPair;
-
-// The accepted spellings of the open formats' extensions, mzML's first.
-inline constexpr std::array<std::string_view, 6> kOpenFormatSpellings = {".mzML",  ".mzml",  ".MZML",
-                                                                         ".mzXML", ".mzxml", ".MZXML"};
-
-// True when the path contains ".mzML", ".mzml", ".MZML", ".mzXML", ".mzxml" or ".MZXML".
-bool isOpenFormatPath(std::string_view path);
-// True when the name ends with one of those six spellings (folder listings).
-bool isOpenFormatName(std::string_view name);
-// True when the name ends with ".mzXML", ".mzxml" or ".MZXML".
-bool isMzXMLName(std::string_view name);
 
 // Extracts the file into folder + stem + ".ms1", ".ms2", "_scans.csv" and, last, ".quarry"
 // (folder ends with a separator; stem is the file name less its extension). Every file is
