@@ -54,22 +54,20 @@ int concatenateMatching(const std::string& pattern, const std::string& target) {
   // The joined file appears only once complete.
   PendingFile pending;
   if (!openPending(target, pending)) return -1;
-  std::FILE* out = pending.file;
   std::vector<char> block(1 << 20);
   int joined = 0;
-  bool failed = false;
   for (const std::string& source : sources) {
     if (source == target) continue;
     std::FILE* in = std::fopen(source.c_str(), "rb");
     if (in == nullptr) continue;
     std::size_t got = 0;
     while ((got = std::fread(block.data(), 1, block.size(), in)) > 0) {
-      if (std::fwrite(block.data(), 1, got, out) != got) failed = true;
+      putBytes(pending, std::string_view(block.data(), got));
     }
     std::fclose(in);
     ++joined;
   }
-  return commitPending(pending, failed) ? joined : -1;
+  return commitPending(pending) ? joined : -1;
 }
 
 int deleteMatching(const std::string& pattern) {

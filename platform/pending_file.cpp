@@ -16,6 +16,12 @@
 
 namespace corvid {
 
+// Buffered bytes are handed to the system once this much has collected: few, large writes keep
+// the writers disk-bound rather than call-bound.
+constexpr std::size_t kWriteBlock = std::size_t{1} << 20;
+
+PendingFile::~PendingFile() { discardPending(*this); }
+
 std::string lastErrorText() { return std::strerror(errno); }
 
 std::string temporaryPathFor(const std::string& path) {
@@ -28,6 +34,9 @@ bool openPending(const std::string& path, PendingFile& pending) {
   discardPending(pending);
   pending.path = path;
   pending.error.clear();
+  pending.buffer.clear();
+  pending.flushed = 0;
+  pending.failed = false;
   std::error_code code;
   const auto status = std::filesystem::status(path, code);
   if (std::filesystem::is_directory(status)) {
@@ -51,21 +60,55 @@ bool openPending(const std::string& path, PendingFile& pending) {
   return true;
 }
 
-bool commitPending(PendingFile& pending, bool writeFailed) {
-  if (pending.file == nullptr) return false;
-  if (writeFailed && pending.error.empty()) pending.error = lastErrorText();
+void noteWriteFailure(PendingFile& pending) {
+  if (!pending.failed && pending.error.empty()) pending.error = lastErrorText();
+  pending.failed = true;
+}
+
+static void writeToFile(PendingFile& pending, std::string_view bytes) {
+  if (pending.file == nullptr || bytes.empty()) return;
+  if (std::fwrite(bytes.data(), 1, bytes.size(), pending.file) != bytes.size()) noteWriteFailure(pending);
+  pending.flushed += bytes.size();
+}
+
+void flushPending(PendingFile& pending) {
+  writeToFile(pending, pending.buffer);
+  pending.buffer.clear();
+}
+
+void flushIfLarge(PendingFile& pending) {
+  if (pending.buffer.size() >= kWriteBlock) flushPending(pending);
+}
+
+void putBytes(PendingFile& pending, std::string_view bytes) {
+  if (bytes.size() < kWriteBlock) {
+    pending.buffer.append(bytes);
+    return;
+  }
+  // A large piece (a whole KX part being merged) goes straight to the file, not via the buffer.
+  flushPending(pending);
+  writeToFile(pending, bytes);
+}
+
+std::uint64_t positionOf(const PendingFile& pending) { return pending.flushed + pending.buffer.size(); }
+
+bool commitPending(PendingFile& pending) {
+  if (pending.file == nullptr) return !pending.failed;
+  flushPending(pending);
   const bool closed = std::fclose(pending.file) == 0;
   pending.file = nullptr;
   if (!closed && pending.error.empty()) pending.error = lastErrorText();
+  if (!closed) pending.failed = true;
   std::error_code code;
-  if (pending.temporaryPath.empty()) return closed && !writeFailed;  // written in place
-  if (!writeFailed && closed) {
+  if (pending.temporaryPath.empty()) return !pending.failed;  // written in place
+  if (!pending.failed) {
     std::filesystem::rename(pending.temporaryPath, pending.path, code);
     if (!code) {
       pending.temporaryPath.clear();
       return true;
     }
     pending.error = code.message();
+    pending.failed = true;
   }
   std::filesystem::remove(pending.temporaryPath, code);
   pending.temporaryPath.clear();
@@ -97,17 +140,14 @@ bool copyIntoPlace(const std::string& from, const std::string& to, std::string& 
     return false;
   }
   char buffer[1 << 16];
-  bool failed = false;
   std::size_t count = 0;
-  while ((count = std::fread(buffer, 1, sizeof buffer, source)) > 0) {
-    if (std::fwrite(buffer, 1, count, target.file) != count) failed = true;
-  }
+  while ((count = std::fread(buffer, 1, sizeof buffer, source)) > 0) writeToFile(target, std::string_view(buffer, count));
   if (std::ferror(source) != 0) {
-    failed = true;
+    target.failed = true;
     target.error = "cannot read " + from;
   }
   std::fclose(source);
-  const bool done = commitPending(target, failed);
+  const bool done = commitPending(target);
   if (!done) error = target.error.empty() ? "cannot write " + to : target.error;
   return done;
 }

@@ -2,6 +2,12 @@
 // The one failure type of Corvid: thrown where a failure is detected, caught only by the entry
 // routine, which turns its kind into the program's message and exit status. Library code never
 // ends the process itself.
+//
+// Who throws: readers throw RunFailure, since a run cannot go on without its input. Writers never
+// throw for input/output failures: they log one Error naming the file and the cause, remove their
+// temporary file, and return whether the file was written; the caller only decides what that
+// means for the run (for example, not saving the CSV report). Programming errors (broken
+// invariants) throw RunFailure with kind kOutOfBounds.
 #include <exception>
 #include <string>
 #include <utility>

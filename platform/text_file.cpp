@@ -7,9 +7,6 @@
 
 namespace corvid {
 
-// Buffered output is written once this much has collected: large sequential writes.
-constexpr std::size_t kWriteBlock = 1 << 20;
-
 std::optional<std::string> readWholeFile(const std::string& path) {
   std::FILE* file = std::fopen(path.c_str(), "rb");
   if (file == nullptr) return std::nullopt;
@@ -58,32 +55,12 @@ void appendCrLf(std::string& out, std::string_view text) {
   }
 }
 
-bool TextWriter::open(const std::string& path) {
-  discardPending(pending_);
-  failed_ = false;
-  buffer_.clear();
-  return openPending(path, pending_);
-}
-
-void TextWriter::flushIfLarge() {
-  if (buffer_.size() < kWriteBlock || pending_.file == nullptr) return;
-  writeBuffer();
-  buffer_.clear();
-}
-
-void TextWriter::writeBuffer() {
-  if (!buffer_.empty() && std::fwrite(buffer_.data(), 1, buffer_.size(), pending_.file) != buffer_.size() &&
-      !failed_) {
-    failed_ = true;
-    pending_.error = lastErrorText();
-  }
-  buffer_.clear();
-}
+bool TextWriter::open(const std::string& path) { return openPending(path, pending_); }
 
 void TextWriter::write(std::string_view text) {
   if (pending_.file == nullptr) return;
-  appendCrLf(buffer_, text);
-  flushIfLarge();
+  appendCrLf(pending_.buffer, text);
+  flushIfLarge(pending_);
 }
 
 void TextWriter::print(const char* format, ...) {
@@ -97,7 +74,7 @@ void TextWriter::print(const char* format, ...) {
   va_end(args);
   if (needed < 0) {
     va_end(copy);
-    failed_ = true;
+    pending_.failed = true;
     return;
   }
   if (static_cast<std::size_t>(needed) < sizeof small) {
@@ -110,12 +87,7 @@ void TextWriter::print(const char* format, ...) {
   va_end(copy);
 }
 
-bool TextWriter::close() {
-  if (pending_.file == nullptr) return !failed_;
-  writeBuffer();
-  if (!commitPending(pending_, failed_)) failed_ = true;
-  return !failed_;
-}
+bool TextWriter::close() { return commitPending(pending_); }
 
 bool writeTextFile(const std::string& path, std::string_view text) {
   TextWriter writer;

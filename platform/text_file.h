@@ -28,7 +28,6 @@ class TextWriter {
   TextWriter() = default;
   TextWriter(const TextWriter&) = delete;
   TextWriter& operator=(const TextWriter&) = delete;
-  ~TextWriter() { discardPending(pending_); }
 
   bool open(const std::string& path);
   bool isOpen() const { return pending_.file != nullptr; }
@@ -41,11 +40,7 @@ class TextWriter {
   const std::string& error() const { return pending_.error; }
 
  private:
-  void flushIfLarge();
-  void writeBuffer();
   PendingFile pending_;
-  std::string buffer_;
-  bool failed_ = false;
 };
 
 // Writes the whole text (LF line ends become CR LF) to a new file; false on failure.

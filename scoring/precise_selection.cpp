@@ -68,12 +68,16 @@ void fillContext(const std::vector<RankedCandidate>& ranked, std::size_t a, doub
 }  // namespace
 
 const std::vector<std::string>& classifierInputNames() {
-  static const std::vector<std::string> names = {
-      "f_charge", "f_max_similarity", "f_mono_plus_one_cosine", "f_isotope_share",
-      "f_minus_one_mono_cosine", "f_isotope_peaks_in_window", "f_isotope_length", "f_charge_times_mz",
-      "f_elution_boundaries", "f_precursor_ion_fraction", "f_shifted_similarity_one", "f_shifted_similarity_two",
-      "f_window_share", "score", "rank", "score_below_best", "candidates_in_scan", "relative_pif",
-      "isotope_of_better", "other_charge_of_better", "better_is_its_isotope", "relative_window_share"};
+  static const std::vector<std::string> names = [] {
+    std::vector<std::string> inputs;
+    for (std::size_t feature : kClassifierFeatures) inputs.emplace_back(kDetectedFeatureNames[feature]);
+    inputs.emplace_back(kWindowShareFeatureName);
+    for (const char* context : {"score", "rank", "score_below_best", "candidates_in_scan", "relative_pif",
+                                "isotope_of_better", "other_charge_of_better", "better_is_its_isotope",
+                                "relative_window_share"})
+      inputs.emplace_back(context);
+    return inputs;
+  }();
   return names;
 }
 

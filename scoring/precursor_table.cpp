@@ -16,13 +16,6 @@
 namespace corvid {
 namespace {
 
-constexpr std::array<const char*, kDetectedFeatureCount> kFeatureNames = {
-    "f_charge",          "f_max_similarity",         "f_mz_spread",
-    "f_mono_plus_one_cosine", "f_isotope_share",     "f_minus_one_mono_cosine",
-    "f_isotope_peaks_in_window", "f_isotope_length", "f_charge_times_mz",
-    "f_elution_boundaries", "f_precursor_ion_fraction", "f_shifted_similarity_one",
-    "f_shifted_similarity_two"};
-
 // Same charge and within 20 ppm: the recorded precursor is among the ones exported.
 constexpr double kSamePrecursorPpm = 20.0;
 
@@ -70,11 +63,14 @@ bool isRecordedPrecursor(const MS2Spectrum& spectrum, const PrecursorRecord& row
 std::string precursorTableHeader(bool withWindowShare) {
   std::string header =
       "native_id\tscan\tretention_time_s\tactivation\tanalyzer\trecorded_mz\trecorded_charge\trank\tmz\tcharge\tscore";
-  for (const char* name : kFeatureNames) {
+  for (std::string_view name : kDetectedFeatureNames) {
     header += '\t';
     header += name;
   }
-  if (withWindowShare) header += "\tf_window_share";
+  if (withWindowShare) {
+    header += '\t';
+    header += kWindowShareFeatureName;
+  }
   header += "\trecorded_precursor_kept\n";
   return header;
 }
@@ -206,8 +202,8 @@ bool writePrecursorTable(const std::string& path, const std::string& table) {
   PendingFile pending;
   bool written = openPending(path, pending);
   if (written) {
-    const bool failed = std::fwrite(table.data(), 1, table.size(), pending.file) != table.size();
-    written = commitPending(pending, failed);
+    putBytes(pending, table);
+    written = commitPending(pending);
   }
   if (!written) {
     logMessage(LogLabel::kError, "Fail to write the precursor table " + path + ": " + pending.error);

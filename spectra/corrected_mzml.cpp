@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/pending_file.h"
+#include "spectra/cv_accessions.h"
 #include "spectra/mzml_output.h"
 
 namespace corvid {
@@ -151,8 +152,8 @@ bool correctSpectrum(std::string& element, const std::vector<CorrectedPrecursor>
   if (listEnd == std::string::npos) return false;
   const std::string_view original = std::string_view(element).substr(listStart, listEnd - listStart);
   const std::string replacement =
-      selectedIonList(precursors, indentationBefore(element, listStart), cvParamValue(original, "MS:1000744"),
-                      cvParamValue(original, "MS:1000041"));
+      selectedIonList(precursors, indentationBefore(element, listStart), cvParamValue(original, cv::kSelectedIonMz),
+                      cvParamValue(original, cv::kChargeState));
   element.replace(listStart, listEnd + kListEnd.size() - listStart, replacement);
   return true;
 }
@@ -185,59 +186,71 @@ struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
-}  // namespace
-
-CorrectedMzMLOutcome writeCorrectedMzML(const std::string& inputPath, const CorrectionsByNativeId& corrections,
-                                        const std::string& outputPath) {
-  CorrectedMzMLOutcome outcome;
-  std::unique_ptr<std::FILE, FileCloser> input(std::fopen(inputPath.c_str(), "rb"));
-  if (!input) {
-    outcome.error = "cannot open " + inputPath + ": " + lastErrorText();
-    return outcome;
-  }
-  MzMLOutput out;
-  if (!openPending(outputPath, out.pending)) {
-    outcome.error = out.pending.error;
-    return outcome;
-  }
-  InputWindow window(input.get());
-  auto fail = [&](std::string why) {
-    outcome.error = std::move(why);
-    return outcome;
-  };
-
-  // The XML declaration as it stands (it names the encoding), then a fresh indexedmzML opening.
+// The XML declaration as it stands (it names the encoding), a fresh indexedmzML opening and
+// everything before <run> (small, edited whole). Returns why the input cannot be copied, or nothing.
+std::string copyPreamble(InputWindow& window, MzMLOutput& out) {
   std::string declaration = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
   window.require(5);
   if (window.text().starts_with("<?xml")) {
     const std::size_t end = window.find("?>", 0);
-    if (end == std::string_view::npos) return fail("no end of the XML declaration");
+    if (end == std::string_view::npos) return "no end of the XML declaration";
     declaration = std::string(window.text().substr(0, end + 2));
   }
   const std::size_t mzml = window.find("<mzML", 0);
-  if (mzml == std::string_view::npos) return fail("no <mzML> element: not an mzML file");
+  if (mzml == std::string_view::npos) return "no <mzML> element: not an mzML file";
   window.drop(mzml);
   out.put(declaration);
   out.put("\n");
   out.put(kIndexedOpening);
-
-  // Everything before <run>: small, edited whole.
   std::size_t run = std::string_view::npos;
   for (std::size_t from = 0;; from = run + 1) {
     run = window.find("<run", from);
-    if (run == std::string_view::npos) return fail("no <run> element");
+    if (run == std::string_view::npos) return "no <run> element";
     if (window.require(run + 5) && (isXmlSpace(window.text()[run + 4]) || window.text()[run + 4] == '>')) break;
   }
   out.put(withCorvidProcessing(std::string(window.text().substr(0, run))));
   window.drop(run);
+  return {};
+}
 
-  std::vector<IndexEntry> spectrumIndex;
-  std::vector<IndexEntry> chromatogramIndex;
+struct RunIndex {
+  std::vector<IndexEntry> spectra;
+  std::vector<IndexEntry> chromatograms;
+};
+
+// Copies the <spectrum> or <chromatogram> element that starts the window, indexes it and gives a
+// spectrum its corrections. False when the element is not closed before the end of the file.
+bool copyElement(InputWindow& window, bool spectrum, const CorrectionsByNativeId& corrections, MzMLOutput& out,
+                 RunIndex& index, CorrectedMzMLOutcome& outcome) {
+  const std::string_view closing = spectrum ? "</spectrum>" : "</chromatogram>";
+  const std::size_t close = window.find(closing, 0);
+  if (close == std::string_view::npos) return false;
+  std::string element(window.text().substr(0, close + closing.size()));
+  window.drop(close + closing.size());
+  const std::string id(attributeValue(std::string_view(element).substr(0, element.find('>')), "id"));
+  (spectrum ? index.spectra : index.chromatograms).push_back({id, out.offset});
+  if (spectrum) {
+    ++outcome.spectra;
+    const auto found = corrections.find(unescapeXml(id));
+    if (found != corrections.end() && !found->second.empty()) {
+      if (correctSpectrum(element, found->second)) {
+        ++outcome.corrected;
+      } else {
+        ++outcome.withoutIonList;
+      }
+    }
+  }
+  out.put(element);
+  return true;
+}
+
+// The run up to </mzML>, element by element. Returns why the input cannot be copied, or nothing.
+std::string copyRun(InputWindow& window, const CorrectionsByNativeId& corrections, MzMLOutput& out,
+                    RunIndex& index, CorrectedMzMLOutcome& outcome) {
   std::size_t cursor = 0;
-  bool ended = false;
-  while (!ended) {
+  for (;;) {
     const std::size_t tag = window.find("<", cursor);
-    if (tag == std::string_view::npos) return fail(window.failed() ? "read error" : "the file ends before </mzML>");
+    if (tag == std::string_view::npos) return window.failed() ? "read error" : "the file ends before </mzML>";
     window.require(tag + 16);
     const std::string_view rest = window.text().substr(tag);
     const bool spectrum = rest.size() > 9 && rest.starts_with("<spectrum") && isXmlSpace(rest[9]);
@@ -245,46 +258,59 @@ CorrectedMzMLOutcome writeCorrectedMzML(const std::string& inputPath, const Corr
     if (rest.starts_with("</mzML>")) {
       out.put(window.text().substr(0, tag + 7));
       window.drop(tag + 7);
-      ended = true;
-    } else if (spectrum || chromatogram) {
+      return {};
+    }
+    if (spectrum || chromatogram) {
       out.put(window.text().substr(0, tag));
       window.drop(tag);
-      const std::string_view closing = spectrum ? "</spectrum>" : "</chromatogram>";
-      const std::size_t close = window.find(closing, 0);
-      if (close == std::string_view::npos) return fail("an element is not closed before the end of the file");
-      std::string element(window.text().substr(0, close + closing.size()));
-      window.drop(close + closing.size());
-      const std::string id(attributeValue(std::string_view(element).substr(0, element.find('>')), "id"));
-      (spectrum ? spectrumIndex : chromatogramIndex).push_back({id, out.offset});
-      if (spectrum) {
-        ++outcome.spectra;
-        const auto found = corrections.find(unescapeXml(id));
-        if (found != corrections.end() && !found->second.empty()) {
-          if (correctSpectrum(element, found->second)) {
-            ++outcome.corrected;
-          } else {
-            ++outcome.withoutIonList;
-          }
-        }
-      }
-      out.put(element);
+      if (!copyElement(window, spectrum, corrections, out, index, outcome))
+        return "an element is not closed before the end of the file";
       cursor = 0;
-    } else {
-      cursor = tag + 1;
-      // Copy what is settled, so that the window stays small between elements.
-      if (cursor > kReadSize) {
-        out.put(window.text().substr(0, cursor));
-        window.drop(cursor);
-        cursor = 0;
-      }
+      continue;
+    }
+    cursor = tag + 1;
+    // Copy what is settled, so that the window stays small between elements.
+    if (cursor > kReadSize) {
+      out.put(window.text().substr(0, cursor));
+      window.drop(cursor);
+      cursor = 0;
     }
   }
-  out.put("\n");
-  if (!finishIndexedMzML(out, spectrumIndex, chromatogramIndex)) {
-    outcome.error = out.pending.error;
-    return outcome;
+}
+
+// Writes the corrected copy; false with outcome.error set when it cannot.
+bool copyWithCorrections(const std::string& inputPath, const CorrectionsByNativeId& corrections,
+                         const std::string& outputPath, CorrectedMzMLOutcome& outcome) {
+  std::unique_ptr<std::FILE, FileCloser> input(std::fopen(inputPath.c_str(), "rb"));
+  if (!input) {
+    outcome.error = "cannot open " + inputPath + ": " + lastErrorText();
+    return false;
   }
-  outcome.written = true;
+  MzMLOutput out;
+  if (!openPending(outputPath, out.pending)) {
+    outcome.error = out.pending.error;
+    return false;
+  }
+  InputWindow window(input.get());
+  RunIndex index;
+  outcome.error = copyPreamble(window, out);
+  if (outcome.error.empty()) outcome.error = copyRun(window, corrections, out, index, outcome);
+  if (!outcome.error.empty()) return false;
+  out.put("\n");
+  if (!finishIndexedMzML(out, index.spectra, index.chromatograms)) {
+    outcome.error = out.pending.error;
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+CorrectedMzMLOutcome writeCorrectedMzML(const std::string& inputPath, const CorrectionsByNativeId& corrections,
+                                        const std::string& outputPath) {
+  CorrectedMzMLOutcome outcome;
+  outcome.written = copyWithCorrections(inputPath, corrections, outputPath, outcome);
+  reportCorrectedMzML(outcome, outputPath);
   return outcome;
 }
 

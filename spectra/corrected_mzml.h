@@ -27,9 +27,12 @@ struct CorrectedMzMLOutcome {
   std::size_t spectra = 0;        // spectra copied
   std::size_t corrected = 0;      // spectra given Corvid's precursors
   std::size_t withoutIonList = 0; // spectra with corrections but no selected ion list to put them in
-  std::string error;              // why it was not written
+  std::string error;              // why it was not written (already logged)
 };
 
+// Writes outputPath through a pending file. When it cannot be written (the input is unreadable
+// or no mzML, the output cannot be created or written) it logs one Error naming outputPath and
+// the cause, leaves no temporary file, and the outcome says written = false.
 CorrectedMzMLOutcome writeCorrectedMzML(const std::string& inputPath, const CorrectionsByNativeId& corrections,
                                         const std::string& outputPath);
 

@@ -49,7 +49,7 @@ void walkGroupBlocks(GroupExport& group, const MS2File& ms2File, const char* pro
   }
 }
 
-void putPeakLines(const std::vector<Peak>& peaks, OutputFile& out) {
+void putPeakLines(const std::vector<Peak>& peaks, PendingFile& out) {
   for (const Peak& peak : peaks) {
     putFixed(out, peak.mz, 6);
     putText(out, " ");
@@ -60,10 +60,10 @@ void putPeakLines(const std::vector<Peak>& peaks, OutputFile& out) {
 }
 
 bool finishGroupFile(const std::string& path, const SkippedSpectra& skipped, const char* format,
-                     OutputFile& out) {
+                     PendingFile& out) {
   reportSkippedSpectra(path, skipped, "not written");
-  if (!closeOutputFile(out)) {
-    logMessage(LogLabel::kError, std::string("Fail to write ") + format + " file " + path + ": " + out.pending.error);
+  if (!commitPending(out)) {
+    logMessage(LogLabel::kError, std::string("Fail to write ") + format + " file " + path + ": " + out.error);
     noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "spectra/output_file.h"
+#include "spectra/output_fields.h"
 #include "spectra/precursor_record.h"
 #include "spectra/spectrum_records.h"
 
@@ -99,12 +99,12 @@ void walkGroupBlocks(GroupExport& group, const MS2File& ms2File, const char* pro
                      const ExportBlockVisitor& visit, SkippedSpectra& skipped);
 
 // The peak lines of an MGF or MS2 block: "m/z intensity" with 6 and 1 decimals, CR LF ends.
-void putPeakLines(const std::vector<Peak>& peaks, OutputFile& out);
+void putPeakLines(const std::vector<Peak>& peaks, PendingFile& out);
 
 // Ends a writer's file: the "Alert" line for spectra not written, then the close. Returns false
 // after the "Error" line "Fail to write <format> file <path>" when the bytes did not all reach the
 // disk.
 bool finishGroupFile(const std::string& path, const SkippedSpectra& skipped, const char* format,
-                     OutputFile& out);
+                     PendingFile& out);
 
 }  // namespace corvid

@@ -3,7 +3,6 @@
 #include <bit>
 #include <cstddef>
 #include <cstdio>
-#include <filesystem>
 #include <limits>
 #include <string_view>
 
@@ -11,32 +10,14 @@
 #include "platform/run_failure.h"
 #include "platform/run_log.h"
 #include "platform/run_outcome.h"
+#include "spectra/file_size.h"
 
 namespace corvid {
 namespace {
 
-// Size of a file in bytes, measured by seeking to its end.
-std::int64_t sizeOfFile(const std::string& path) {
-  std::error_code error;
-  std::FILE* file =
-      std::filesystem::is_directory(path, error) ? nullptr : std::fopen(path.c_str(), "rb");
-  if (file == nullptr) {
-    throw RunFailure("\nDear User:\n Corvid.exe failed to open " + path +
-                     ", this file does not exist any more!\n");
-  }
-  if (fseeko(file, 0, SEEK_END) != 0) {
-    std::fclose(file);
-    std::printf("Error in %d%s\n", 180, "filesize");
-    throw RunFailure("Fail to find end of file. Corvid exits.");
-  }
-  std::int64_t size = static_cast<std::int64_t>(ftello(file));
-  std::fclose(file);
-  return size;
-}
-
 // Reads the whole file into buffer, which gets one trailing zero byte.
 void loadKXFile(const std::string& path, std::int64_t& size, std::vector<char>& buffer) {
-  size = sizeOfFile(path);
+  size = fileSize(path);
   buffer.assign(static_cast<std::size_t>(size) + 1, '\0');
   std::FILE* file = std::fopen(path.c_str(), "rb");
   if (file == nullptr) throw RunFailure("Fail to Open KX file");
@@ -46,36 +27,36 @@ void loadKXFile(const std::string& path, std::int64_t& size, std::vector<char>& 
 }
 
 // Opens the data file and its index for writing; logs the failing one.
-bool openPair(const std::string& dataPath, const std::string& indexPath, OutputFile& data,
-              OutputFile& index) {
-  if (!openOutputFile(dataPath, data)) {
-    logMessage(LogLabel::kError, "Fail to create KX file " + dataPath + ": " + data.pending.error);
+bool openPair(const std::string& dataPath, const std::string& indexPath, PendingFile& data,
+              PendingFile& index) {
+  if (!openPending(dataPath, data)) {
+    logMessage(LogLabel::kError, "Fail to create KX file " + dataPath + ": " + data.error);
     noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }
-  if (!openOutputFile(indexPath, index)) {
-    logMessage(LogLabel::kError, "Fail to create KX index file " + indexPath + ": " + index.pending.error);
+  if (!openPending(indexPath, index)) {
+    logMessage(LogLabel::kError, "Fail to create KX index file " + indexPath + ": " + index.error);
     noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }
   return true;
 }
 
-bool closePair(OutputFile& data, OutputFile& index) {
-  bool dataDone = closeOutputFile(data);
-  bool indexDone = closeOutputFile(index);
+bool closePair(PendingFile& data, PendingFile& index) {
+  bool dataDone = commitPending(data);
+  bool indexDone = commitPending(index);
   if (!dataDone) {
-    logMessage(LogLabel::kError, "Fail to write KX file " + data.path + ": " + data.pending.error);
+    logMessage(LogLabel::kError, "Fail to write KX file " + data.path + ": " + data.error);
     noteRunProblem(RunProblem::kOutputUnwritable);
   }
   if (!indexDone) {
-    logMessage(LogLabel::kError, "Fail to write KX index file " + index.path + ": " + index.pending.error);
+    logMessage(LogLabel::kError, "Fail to write KX index file " + index.path + ": " + index.error);
     noteRunProblem(RunProblem::kOutputUnwritable);
   }
   return dataDone && indexDone;
 }
 
-void putHeader(std::uint32_t count, const std::string& title, OutputFile& data) {
+void putHeader(std::uint32_t count, const std::string& title, PendingFile& data) {
   putU32(data, count);
   putU32(data, static_cast<std::uint32_t>(title.size() + 1));
   putBytes(data, title);
@@ -97,14 +78,14 @@ void checkOffset(std::int64_t offset, std::int64_t scan, const std::string& path
 }
 
 // Index entry for the record about to be written at the data file's current position.
-void putIndexEntry(std::uint32_t scan, OutputFile& data, OutputFile& index, OffsetGuard& guard) {
-  std::int64_t offset = static_cast<std::int64_t>(data.position);
+void putIndexEntry(std::uint32_t scan, PendingFile& data, PendingFile& index, OffsetGuard& guard) {
+  std::int64_t offset = static_cast<std::int64_t>(positionOf(data));
   checkOffset(offset, scan, data.path, guard);
   putU32(index, scan);
   putU32(index, static_cast<std::uint32_t>(offset));
 }
 
-void putPeaks(const std::vector<Peak>& peaks, OutputFile& data) {
+void putPeaks(const std::vector<Peak>& peaks, PendingFile& data) {
   putU32(data, static_cast<std::uint32_t>(peaks.size()));
   // On a little-endian machine the peaks in memory are already the file's bytes: m/z then
   // intensity, 8 little-endian bytes each.
@@ -125,8 +106,8 @@ void putPeaks(const std::vector<Peak>& peaks, OutputFile& data) {
 bool writeKX2(GroupExport& group, const MS2File& ms2File, const std::string& path) {
   const std::string target = path.empty() ? std::string(kKXFallbackPath) : path;
   group.writtenCount = 0;
-  OutputFile data;
-  OutputFile index;
+  PendingFile data;
+  PendingFile index;
   if (!openPair(target, target + "idx", data, index)) return false;
   putHeader(static_cast<std::uint32_t>(group.spectrumPositions.size()), group.rawName, data);
   std::size_t cursor = 0;
@@ -164,8 +145,8 @@ bool writeKX2(GroupExport& group, const MS2File& ms2File, const std::string& pat
 
 bool writeKX1(const MS1File& ms1File, const std::string& path) {
   const std::string target = path.empty() ? std::string(kKXFallbackPath) : path;
-  OutputFile data;
-  OutputFile index;
+  PendingFile data;
+  PendingFile index;
   if (!openPair(target, target + "idx", data, index)) return false;
   // The count written is the number of records that follow, so the file is always consistent.
   putHeader(static_cast<std::uint32_t>(ms1File.spectra.size()), ms1File.rawName, data);
@@ -186,8 +167,8 @@ bool writeKX1(const MS1File& ms1File, const std::string& path) {
 
 void writeKX2FromMGF(const MGFFile& mgfFile) {
   const std::string base = withoutExtension(mgfFile.path);
-  OutputFile data;
-  OutputFile index;
+  PendingFile data;
+  PendingFile index;
   if (!openPair(base + ".kx2", base + ".kx2idx", data, index)) return;
   putHeader(static_cast<std::uint32_t>(mgfFile.distinctScanCount), mgfFile.rawName, data);
   struct Precursor {
@@ -275,7 +256,7 @@ void readKXHeader(KXReader& reader) {
   reader.title = std::string(field.substr(0, field.find('\0')));
 }
 
-std::int64_t writeMergedHeader(const KXReader& reader, OutputFile& out, std::int64_t totalCount) {
+std::int64_t writeMergedHeader(const KXReader& reader, PendingFile& out, std::int64_t totalCount) {
   putU32(out, static_cast<std::uint32_t>(totalCount));
   putU32(out, reader.titleLength);
   putBytes(out, std::string_view(reader.data.data() + 8, reader.titleLength));
@@ -283,7 +264,7 @@ std::int64_t writeMergedHeader(const KXReader& reader, OutputFile& out, std::int
   return reader.headerLength;
 }
 
-void appendKX(const KXReader& reader, OutputFile& outData, OutputFile& outIndex,
+void appendKX(const KXReader& reader, PendingFile& outData, PendingFile& outIndex,
               std::int64_t& outPosition, std::int64_t headerLength) {
   const std::int64_t shift = outPosition - headerLength;
   putBytes(outData, std::string_view(reader.data.data() + headerLength,
@@ -323,8 +304,8 @@ bool mergeKX2Parts(const std::vector<std::string>& partPaths, const std::string&
     total += parts[k].spectrumCount;
   }
   std::printf("%zu Number of file will merge \n", parts.size());
-  OutputFile data;
-  OutputFile index;
+  PendingFile data;
+  PendingFile index;
   if (!openPair(targetPath, targetPath + "idx", data, index)) return false;
   std::int64_t outPosition = writeMergedHeader(parts.front(), data, total);
   for (KXReader& part : parts) {

@@ -14,7 +14,7 @@
 
 #include "spectra/group_export.h"
 #include "spectra/mgf_reader.h"
-#include "spectra/output_file.h"
+#include "spectra/output_fields.h"
 #include "spectra/spectrum_records.h"
 
 namespace corvid {
@@ -60,10 +60,10 @@ void openKX(KXReader& reader, const std::string& path);
 void readKXHeader(KXReader& reader);
 // Writes totalCount and the reader's title field; prints the title and "Title" on standard
 // output. Returns the header length written.
-std::int64_t writeMergedHeader(const KXReader& reader, OutputFile& out, std::int64_t totalCount);
+std::int64_t writeMergedHeader(const KXReader& reader, PendingFile& out, std::int64_t totalCount);
 // Appends the reader's records (data after its header) and its index entries, offsets shifted
 // to outPosition; outPosition then moves past the appended records.
-void appendKX(const KXReader& reader, OutputFile& outData, OutputFile& outIndex,
+void appendKX(const KXReader& reader, PendingFile& outData, PendingFile& outIndex,
               std::int64_t& outPosition, std::int64_t headerLength);
 // Merges the KX2 files of the parts of one acquisition into targetPath and targetPath + "idx":
 // the count is the sum, the title that of the first part. False (with an "Error" line) when

@@ -13,6 +13,7 @@
 
 #include "platform/run_failure.h"
 #include "platform/run_log.h"
+#include "platform/text_pieces.h"
 #include "spectra/precursor_record.h"
 
 namespace corvid {
@@ -29,7 +30,6 @@ namespace {
 bool isBlank(char c) {
   return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
 }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 std::string_view skipBlanks(std::string_view text) {
   std::size_t start = 0;

@@ -2,7 +2,7 @@
 
 #include "platform/run_log.h"
 #include "platform/run_outcome.h"
-#include "spectra/output_file.h"
+#include "spectra/output_fields.h"
 
 namespace corvid {
 
@@ -19,7 +19,7 @@ struct MGFBlock {
 };
 
 void putBlock(const std::string& rawName, const MGFBlock& block, const MS2Spectrum& spectrum,
-              OutputFile& out) {
+              PendingFile& out) {
   // Scans are printed as the 32-bit integers they are stored as.
   std::int32_t scan = static_cast<std::int32_t>(block.scan);
   putText(out, "BEGIN IONS\r\nTITLE=");
@@ -50,9 +50,9 @@ bool writeMGF(GroupExport& group, const MS2File& ms2File, bool writeBlocks,
               const std::string& path) {
   const std::string target = exportPathOr(path, kMGFFallbackPath);
   group.writtenCount = 0;
-  OutputFile out;
-  if (!openOutputFile(target, out)) {
-    logMessage(LogLabel::kError, "Fail to create MGF file " + target + ": " + out.pending.error);
+  PendingFile out;
+  if (!openPending(target, out)) {
+    logMessage(LogLabel::kError, "Fail to create MGF file " + target + ": " + out.error);
     noteRunProblem(RunProblem::kOutputUnwritable);
     return false;
   }

@@ -70,7 +70,7 @@ void scanMS1ChunkAs(std::string_view chunk, std::int64_t chunkOffset, MS1File& m
         p = skipToLineFeed(p, begin, end, notes.bareLineFeed);
       }
     }
-    if (p < end && isDigitChar(*p)) p = readPeakLineInto<kEnds>(p, end, current, notes);
+    if (p < end && isDigit(*p)) p = readPeakLineInto<kEnds>(p, end, current, notes);
     p = stepOver(p, end);
   }
   if (p < end && notes.zeroByteOffset < 0) notes.zeroByteOffset = chunkOffset + (p - begin);

@@ -164,7 +164,7 @@ void scanMS2TextAs(std::string_view text, MS2File& ms2File, MSTextNotes& notes,
       }
       p = skipToLineFeed(from, begin, end, notes.bareLineFeed);
     }
-    if (p < end && isDigitChar(*p)) p = readPeakLineInto<kEnds>(p, end, current, notes);
+    if (p < end && isDigit(*p)) p = readPeakLineInto<kEnds>(p, end, current, notes);
     p = stepOver(p, end);
   }
   if (p < end && notes.zeroByteOffset < 0) notes.zeroByteOffset = p - begin;

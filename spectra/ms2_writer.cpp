@@ -5,14 +5,14 @@
 
 #include "platform/run_log.h"
 #include "platform/run_outcome.h"
-#include "spectra/output_file.h"
+#include "spectra/output_fields.h"
 
 namespace corvid {
 
 namespace {
 
 // The C library's ascii time text of the local time, with its own line feed turned into CR LF.
-void putCreationDate(OutputFile& out) {
+void putCreationDate(PendingFile& out) {
   std::time_t now = std::time(nullptr);
   std::tm local{};
   localtime_r(&now, &local);
@@ -24,7 +24,7 @@ void putCreationDate(OutputFile& out) {
   putLineEnd(out);
 }
 
-void putHeader(OutputFile& out) {
+void putHeader(PendingFile& out) {
   putCreationDate(out);
   putText(out,
           "H\tExtractor\tCorvid\r\n"
@@ -35,7 +35,7 @@ void putHeader(OutputFile& out) {
 
 // One scan block; mz is the precursor m/z of the S and MonoiosotopicMz lines.
 void putScanBlock(const MS2Spectrum& spectrum, double mz, std::int32_t charge, double mh,
-                  OutputFile& out) {
+                  PendingFile& out) {
   std::int32_t scan = static_cast<std::int32_t>(spectrum.scanNumber);
   putText(out, "S\t");
   putZeroPadded(out, scan, 6);
@@ -74,8 +74,8 @@ bool writeMS2(GroupExport& group, const MS2File& ms2File, bool writeBlocks,
               const std::string& path) {
   const std::string target = exportPathOr(path, kMS2FallbackPath);
   group.writtenCount = 0;
-  OutputFile out;
-  if (!openOutputFile(target, out)) {
+  PendingFile out;
+  if (!openPending(target, out)) {
     printConsoleError("Fail to Create MS2 file! Please Check your disk!");
     noteRunProblem(RunProblem::kOutputUnwritable);
     return false;

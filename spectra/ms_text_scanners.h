@@ -12,6 +12,7 @@
 #include <cstring>
 #include <vector>
 
+#include "platform/text_pieces.h"
 #include "spectra/ms_text_notes.h"
 #include "spectra/spectrum_records.h"
 
@@ -22,7 +23,6 @@ namespace corvid {
 inline constexpr std::int64_t kSpectrumReadBufferBytes = 3221225472;
 
 inline bool isUpperLetter(char c) { return c >= 'A' && c <= 'Z'; }
-inline bool isDigitChar(char c) { return c >= '0' && c <= '9'; }
 
 // The contribution of one character: its code minus '0', taken as a signed byte so that every
 // platform gives the same value for bytes above 127.
@@ -176,12 +176,12 @@ inline double scanDecimal(const char*& cursor, const char* end, Stop isStop) {
   constexpr std::ptrdiff_t kFastDigits = 15;
   const char* p = cursor;
   std::uint64_t whole = 0;
-  while (p != end && isDigitChar(*p)) whole = whole * 10 + static_cast<std::uint64_t>(*p++ - '0');
+  while (p != end && isDigit(*p)) whole = whole * 10 + static_cast<std::uint64_t>(*p++ - '0');
   const std::ptrdiff_t integerDigits = p - cursor;
   std::ptrdiff_t fractionDigits = -1;  // -1: no point
   if (p != end && *p == '.') {
     const char* fractionStart = ++p;
-    while (p != end && isDigitChar(*p)) whole = whole * 10 + static_cast<std::uint64_t>(*p++ - '0');
+    while (p != end && isDigit(*p)) whole = whole * 10 + static_cast<std::uint64_t>(*p++ - '0');
     fractionDigits = p - fractionStart;
   }
   if ((p == end || isStop(*p)) &&

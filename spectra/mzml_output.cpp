@@ -4,6 +4,10 @@
 #include <cmath>
 #include <cstdio>
 
+#include "platform/run_log.h"
+#include "platform/run_outcome.h"
+#include "spectra/cv_accessions.h"
+
 namespace corvid {
 namespace {
 
@@ -25,22 +29,35 @@ std::string indexText(const std::vector<IndexEntry>& spectra, const std::vector<
 
 }  // namespace
 
+std::string cvParam(std::string_view accession, std::string_view name, std::string_view attributes) {
+  return "<cvParam cvRef=\"MS\" accession=\"" + std::string(accession) + "\" name=\"" + std::string(name) + "\"" +
+         std::string(attributes) + " />";
+}
+
+std::string valueAttribute(std::string_view value) { return " value=\"" + std::string(value) + "\""; }
+
+std::string unitAttributes(std::string_view cvRef, std::string_view accession, std::string_view name) {
+  return " unitCvRef=\"" + std::string(cvRef) + "\" unitAccession=\"" + std::string(accession) + "\" unitName=\"" +
+         std::string(name) + "\"";
+}
+
 std::string corvidSoftwareEntry() {
-  return "<software id=\"" + std::string(kSoftwareId) +
-         "\" version=\"2.0.8\"><cvParam cvRef=\"MS\" accession=\"MS:1000799\" "
-         "name=\"custom unreleased software tool\" value=\"Corvid\" /></software>";
+  return "<software id=\"" + std::string(kSoftwareId) + "\" version=\"2.0.8\">" +
+         cvParam(cv::kCustomUnreleasedSoftwareTool, "custom unreleased software tool", valueAttribute("Corvid")) +
+         "</software>";
 }
 
 std::string corvidProcessingEntry() {
   return "<dataProcessing id=\"" + std::string(kProcessingId) + "\"><processingMethod order=\"0\" softwareRef=\"" +
          std::string(kSoftwareId) +
-         "\"><cvParam cvRef=\"MS\" accession=\"MS:1000780\" name=\"precursor recalculation\" value=\"\" />"
+         "\">" + cvParam(cv::kPrecursorRecalculation, "precursor recalculation", valueAttribute("")) +
          "</processingMethod></dataProcessing>";
 }
 
 void MzMLOutput::put(std::string_view bytes) {
   if (bytes.empty()) return;
-  if (std::fwrite(bytes.data(), 1, bytes.size(), pending.file) != bytes.size()) writeFailed = true;
+  putBytes(pending, bytes);
+  flushIfLarge(pending);
   offset += bytes.size();
   if (!checksummed) sha1Update(checksum, bytes);
 }
@@ -59,11 +76,11 @@ std::string selectedIonList(const std::vector<CorrectedPrecursor>& precursors, s
   for (std::size_t i = 0; i < precursors.size(); ++i) {
     const CorrectedPrecursor& precursor = precursors[i];
     out += inner + "<selectedIon>\n";
-    out += param + "<cvParam cvRef=\"MS\" accession=\"MS:1000744\" name=\"selected ion m/z\" value=\"" +
-           formatNumber(precursor.mz) +
-           "\" unitCvRef=\"MS\" unitAccession=\"MS:1000040\" unitName=\"m/z\" />\n";
-    out += param + "<cvParam cvRef=\"MS\" accession=\"MS:1000041\" name=\"charge state\" value=\"" +
-           std::to_string(precursor.charge) + "\" />\n";
+    out += param +
+           cvParam(cv::kSelectedIonMz, "selected ion m/z",
+                   valueAttribute(formatNumber(precursor.mz)) + unitAttributes("MS", cv::kMz, "m/z")) +
+           "\n";
+    out += param + cvParam(cv::kChargeState, "charge state", valueAttribute(std::to_string(precursor.charge))) + "\n";
     if (std::isfinite(precursor.score)) {
       out += param + "<userParam name=\"Corvid score\" value=\"" + formatNumber(precursor.score) +
              "\" type=\"xsd:double\" />\n";
@@ -92,7 +109,13 @@ bool finishIndexedMzML(MzMLOutput& out, const std::vector<IndexEntry>& spectra,
   const std::string digest = sha1Hex(out.checksum);
   out.checksummed = true;
   out.put(digest + "</fileChecksum>\n</indexedmzML>\n");
-  return commitPending(out.pending, out.writeFailed);
+  return commitPending(out.pending);
+}
+
+void reportCorrectedMzML(const CorrectedMzMLOutcome& outcome, const std::string& target) {
+  if (outcome.written) return;
+  logMessage(LogLabel::kError, "Fail to write the corrected mzML " + target + ": " + outcome.error);
+  noteRunProblem(RunProblem::kOutputUnwritable);
 }
 
 std::string escapeXml(std::string_view text) {

@@ -27,15 +27,17 @@ struct MzMLOutput {
   PendingFile pending;
   std::uint64_t offset = 0;
   Sha1 checksum;
-  bool writeFailed = false;
   bool checksummed = false;  // the bytes after <fileChecksum> are not part of the checksum
-  MzMLOutput() = default;
-  MzMLOutput(const MzMLOutput&) = delete;
-  MzMLOutput& operator=(const MzMLOutput&) = delete;
-  // Whatever ends the writing early, a failure or an exception, leaves no temporary file behind.
-  ~MzMLOutput() { discardPending(pending); }
   void put(std::string_view bytes);
 };
+
+// One cvParam element, <cvParam cvRef="MS" accession="..." name="..."<attributes> />, where attributes
+// are the value and unit attributes as built below, each with its leading space.
+std::string cvParam(std::string_view accession, std::string_view name, std::string_view attributes = {});
+// ` value="<value>"` (the value as given: escape it first when it may hold markup).
+std::string valueAttribute(std::string_view value);
+// ` unitCvRef="<cvRef>" unitAccession="<accession>" unitName="<name>"`
+std::string unitAttributes(std::string_view cvRef, std::string_view accession, std::string_view name);
 
 // Shortest text that reads back as the same double.
 std::string formatNumber(double value);
@@ -53,6 +55,10 @@ struct IndexEntry {
 // Writes the index, its offset and the checksum, closes </indexedmzML> and commits the file.
 bool finishIndexedMzML(MzMLOutput& out, const std::vector<IndexEntry>& spectra,
                        const std::vector<IndexEntry>& chromatograms);
+
+// A corrected mzML that was not written gets its one Error, naming the file and the cause, and
+// counts as an output that could not be written.
+void reportCorrectedMzML(const CorrectedMzMLOutcome& outcome, const std::string& target);
 
 // Text with &, <, >, " escaped for an attribute value.
 std::string escapeXml(std::string_view text);

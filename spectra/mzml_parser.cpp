@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "spectra/binary_array_decoder.h"
+#include "spectra/cv_accessions.h"
 #include "spectra/open_format_terms.h"
 #include "spectra/xml_stream.h"
 
@@ -90,29 +91,29 @@ void setActivation(std::string& current, std::string_view found) {
 
 void binaryArrayParam(MzMLReader& reader, std::string_view accession) {
   ArrayEncoding& e = reader.encoding;
-  if (accession == "MS:1000514")
+  if (accession == cv::kMzArray)
     reader.arrayKind = ArrayKind::Mz;
-  else if (accession == "MS:1000515")
+  else if (accession == cv::kIntensityArray)
     reader.arrayKind = ArrayKind::Intensity;
-  else if (accession == "MS:1000521")
+  else if (accession == cv::k32BitFloat)
     e.bits = 32;
-  else if (accession == "MS:1000523")
+  else if (accession == cv::k64BitFloat)
     e.bits = 64;
-  else if (accession == "MS:1000519" || accession == "MS:1000522" || accession == "MS:1001479")
+  else if (accession == cv::k32BitInteger || accession == cv::k64BitInteger || accession == cv::kNullTerminatedAsciiString)
     reader.unsupportedArrayType = true;  // integer or text arrays never hold peaks
-  else if (accession == "MS:1000574")
+  else if (accession == cv::kZlibCompression)
     e.zlib = true;
-  else if (accession == "MS:1002312")
+  else if (accession == cv::kMsNumpressLinearPredictionCompression)
     e.numpress = NumpressKind::Linear;
-  else if (accession == "MS:1002313")
+  else if (accession == cv::kMsNumpressPositiveIntegerCompression)
     e.numpress = NumpressKind::Pic;
-  else if (accession == "MS:1002314")
+  else if (accession == cv::kMsNumpressShortLoggedFloatCompression)
     e.numpress = NumpressKind::Slof;
-  else if (accession == "MS:1002746")
+  else if (accession == cv::kMsNumpressLinearPredictionCompressionFollowedByZlibCompression)
     e = {64, true, NumpressKind::Linear, false};
-  else if (accession == "MS:1002747")
+  else if (accession == cv::kMsNumpressPositiveIntegerCompressionFollowedByZlibCompression)
     e = {64, true, NumpressKind::Pic, false};
-  else if (accession == "MS:1002748")
+  else if (accession == cv::kMsNumpressShortLoggedFloatCompressionFollowedByZlibCompression)
     e = {64, true, NumpressKind::Slof, false};
 }
 
@@ -123,37 +124,37 @@ void handleCvParam(MzMLReader& reader, Context context, const CvParam& param) {
   switch (context) {
     case Context::Spectrum:
     case Context::Scan:
-      if (accession == "MS:1000511") {
+      if (accession == cv::kMsLevel) {
         long long level = 0;
         if (!parseInteger(param.value, level) || level < 0 || level > 1000)
           return fail(reader,
                       spectrumName(reader) + " has an invalid ms level \"" + param.value + "\"");
         s.msLevel = static_cast<int>(level);
-      } else if (accession == "MS:1000016" && !reader.sawRetentionTime) {
+      } else if (accession == cv::kScanStartTime && !reader.sawRetentionTime) {
         if (!parseReal(param.value, value))
           return fail(reader, spectrumName(reader) + " has an invalid scan start time \"" +
                                   param.value + "\"");
         bool minutes = param.unitAccession == "UO:0000031" || param.unitName == "minute";
         s.retentionTime = minutes ? value * 60.0 : value;
         reader.sawRetentionTime = true;
-      } else if (accession == "MS:1000927") {
+      } else if (accession == cv::kIonInjectionTime) {
         if (parseReal(param.value, value)) s.ionInjectionTime = value;
-      } else if (accession == "MS:1000512") {
+      } else if (accession == cv::kFilterString) {
         s.filterText = param.value;
       }
       return;
     case Context::IsolationWindow:
-      if (accession == "MS:1000827" && parseReal(param.value, value)) {
+      if (accession == cv::kIsolationWindowTargetMz && parseReal(param.value, value)) {
         s.isolationTarget = value;
         s.hasIsolationTarget = true;
       }
       return;
     case Context::SelectedIon:
-      if ((accession == "MS:1000744" || accession == "MS:1000040") &&
+      if ((accession == cv::kSelectedIonMz || accession == cv::kMz) &&
           parseReal(param.value, value)) {
         s.selectedMz = value;
         s.hasSelectedMz = true;
-      } else if (accession == "MS:1000041") {
+      } else if (accession == cv::kChargeState) {
         long long charge = 0;
         if (parseInteger(param.value, charge) && charge > 0 && charge < 1000)
           s.charge = static_cast<int>(charge);

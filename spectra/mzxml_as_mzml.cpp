@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "platform/paths.h"
+#include "spectra/cv_accessions.h"
 #include "spectra/mzml_output.h"
 #include "spectra/mzxml_parser.h"
 
@@ -22,14 +23,14 @@ const char* configurationOf(AnalyzerKind kind) {
 }
 
 // The PSI-MS dissociation term of an activation name.
-std::pair<const char*, const char*> activationTerm(const std::string& activation) {
-  if (activation == "CID") return {"MS:1000133", "collision-induced dissociation"};
-  if (activation == "HCD") return {"MS:1000422", "beam-type collision-induced dissociation"};
-  if (activation == "ETD") return {"MS:1000598", "electron transfer dissociation"};
-  if (activation == "PQD") return {"MS:1000599", "pulsed q dissociation"};
-  if (activation == "ECD") return {"MS:1000250", "electron capture dissociation"};
-  if (activation == "IRM") return {"MS:1000262", "infrared multiphoton dissociation"};
-  return {"MS:1000044", "dissociation method"};
+std::pair<std::string_view, std::string_view> activationTerm(const std::string& activation) {
+  if (activation == "CID") return {cv::kCollisionInducedDissociation, "collision-induced dissociation"};
+  if (activation == "HCD") return {cv::kBeamTypeCollisionInducedDissociation, "beam-type collision-induced dissociation"};
+  if (activation == "ETD") return {cv::kElectronTransferDissociation, "electron transfer dissociation"};
+  if (activation == "PQD") return {cv::kPulsedQDissociation, "pulsed q dissociation"};
+  if (activation == "ECD") return {cv::kElectronCaptureDissociation, "electron capture dissociation"};
+  if (activation == "IRM") return {cv::kInfraredMultiphotonDissociation, "infrared multiphoton dissociation"};
+  return {cv::kDissociationMethod, "dissociation method"};
 }
 
 std::string base64(const unsigned char* bytes, std::size_t size) {
@@ -72,12 +73,14 @@ std::string encodeArray(const std::vector<double>& values, std::string& error) {
 std::string binaryArray(const std::vector<double>& values, bool mz, std::string& error) {
   const std::string text = encodeArray(values, error);
   std::string out = "\t\t\t\t\t<binaryDataArray encodedLength=\"" + std::to_string(text.size()) + "\">\n";
-  out += "\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000523\" name=\"64-bit float\" />\n";
-  out += "\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000574\" name=\"zlib compression\" />\n";
-  out += mz ? "\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000514\" name=\"m/z array\" unitCvRef=\"MS\" "
-              "unitAccession=\"MS:1000040\" unitName=\"m/z\" />\n"
-            : "\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000515\" name=\"intensity array\" unitCvRef=\"MS\" "
-              "unitAccession=\"MS:1000131\" unitName=\"number of detector counts\" />\n";
+  const std::string indent = "\t\t\t\t\t\t";
+  out += indent + cvParam(cv::k64BitFloat, "64-bit float") + "\n";
+  out += indent + cvParam(cv::kZlibCompression, "zlib compression") + "\n";
+  out += indent +
+         (mz ? cvParam(cv::kMzArray, "m/z array", unitAttributes("MS", cv::kMz, "m/z"))
+             : cvParam(cv::kIntensityArray, "intensity array",
+                       unitAttributes("MS", cv::kNumberOfDetectorCounts, "number of detector counts"))) +
+         "\n";
   out += "\t\t\t\t\t\t<binary>" + text + "</binary>\n\t\t\t\t\t</binaryDataArray>\n";
   return out;
 }
@@ -87,26 +90,30 @@ std::string spectrumElement(const OpenSpectrum& s, std::size_t index, const Corr
   const std::string id = escapeXml(s.nativeId);
   std::string out = "<spectrum index=\"" + std::to_string(index) + "\" id=\"" + id + "\" defaultArrayLength=\"" +
                     std::to_string(s.mz.size()) + "\">\n";
-  out += "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000511\" name=\"ms level\" value=\"" +
-         std::to_string(s.msLevel) + "\" />\n";
-  out += s.msLevel == 1 ? "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000579\" name=\"MS1 spectrum\" />\n"
-                        : "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000580\" name=\"MSn spectrum\" />\n";
+  out += "\t\t\t\t" + cvParam(cv::kMsLevel, "ms level", valueAttribute(std::to_string(s.msLevel))) + "\n";
+  out += "\t\t\t\t" +
+         (s.msLevel == 1 ? cvParam(cv::kMs1Spectrum, "MS1 spectrum") : cvParam(cv::kMsnSpectrum, "MSn spectrum")) +
+         "\n";
   // mzXML says centroided="0" or "1"; when it says nothing, the representation is not known.
-  out += s.centroided == 1   ? "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000127\" name=\"centroid spectrum\" />\n"
-         : s.centroided == 0 ? "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000128\" name=\"profile spectrum\" />\n"
-                             : "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000525\" name=\"spectrum representation\" />\n";
-  out += "\t\t\t\t<scanList count=\"1\">\n\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000795\" name=\"no combination\" />\n";
+  out += "\t\t\t\t" +
+         (s.centroided == 1   ? cvParam(cv::kCentroidSpectrum, "centroid spectrum")
+          : s.centroided == 0 ? cvParam(cv::kProfileSpectrum, "profile spectrum")
+                              : cvParam(cv::kSpectrumRepresentation, "spectrum representation")) +
+         "\n";
+  out += "\t\t\t\t<scanList count=\"1\">\n\t\t\t\t\t" + cvParam(cv::kNoCombination, "no combination") + "\n";
   out += std::string("\t\t\t\t\t<scan instrumentConfigurationRef=\"") + configurationOf(s.analyzer) + "\">\n";
-  out += "\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000016\" name=\"scan start time\" value=\"" +
-         formatNumber(s.retentionTime) + "\" unitCvRef=\"UO\" unitAccession=\"UO:0000010\" unitName=\"second\" />\n";
+  out += "\t\t\t\t\t\t" +
+         cvParam(cv::kScanStartTime, "scan start time",
+                 valueAttribute(formatNumber(s.retentionTime)) + unitAttributes("UO", "UO:0000010", "second")) +
+         "\n";
   if (!s.filterText.empty()) {
-    out += "\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000512\" name=\"filter string\" value=\"" +
-           escapeXml(s.filterText) + "\" />\n";
+    out += "\t\t\t\t\t\t" + cvParam(cv::kFilterString, "filter string", valueAttribute(escapeXml(s.filterText))) + "\n";
   }
   if (s.ionInjectionTime > 0.0) {
-    out += "\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000927\" name=\"ion injection time\" value=\"" +
-           formatNumber(s.ionInjectionTime) +
-           "\" unitCvRef=\"UO\" unitAccession=\"UO:0000028\" unitName=\"millisecond\" />\n";
+    out += "\t\t\t\t\t\t" +
+           cvParam(cv::kIonInjectionTime, "ion injection time",
+                   valueAttribute(formatNumber(s.ionInjectionTime)) + unitAttributes("UO", "UO:0000028", "millisecond")) +
+           "\n";
   }
   out += "\t\t\t\t\t</scan>\n\t\t\t\t</scanList>\n";
   if (s.msLevel > 1) {
@@ -114,10 +121,10 @@ std::string spectrumElement(const OpenSpectrum& s, std::size_t index, const Corr
     out += s.precursorRef.empty() ? "\t\t\t\t\t<precursor>\n"
                                   : "\t\t\t\t\t<precursor spectrumRef=\"" + escapeXml(s.precursorRef) + "\">\n";
     if (s.hasIsolationTarget) {
-      out += "\t\t\t\t\t\t<isolationWindow>\n\t\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000827\" "
-             "name=\"isolation window target m/z\" value=\"" +
-             formatNumber(s.isolationTarget) +
-             "\" unitCvRef=\"MS\" unitAccession=\"MS:1000040\" unitName=\"m/z\" />\n\t\t\t\t\t\t</isolationWindow>\n";
+      out += "\t\t\t\t\t\t<isolationWindow>\n\t\t\t\t\t\t\t" +
+             cvParam(cv::kIsolationWindowTargetMz, "isolation window target m/z",
+                     valueAttribute(formatNumber(s.isolationTarget)) + unitAttributes("MS", cv::kMz, "m/z")) +
+             "\n\t\t\t\t\t\t</isolationWindow>\n";
     }
     const auto found = corrections.find(s.nativeId);
     const std::string instrumentMz = s.hasSelectedMz ? formatNumber(s.selectedMz) : std::string();
@@ -127,17 +134,17 @@ std::string spectrumElement(const OpenSpectrum& s, std::size_t index, const Corr
       corrected = true;
     } else if (s.hasSelectedMz) {
       out += "\t\t\t\t\t\t<selectedIonList count=\"1\">\n\t\t\t\t\t\t\t<selectedIon>\n";
-      out += "\t\t\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000744\" name=\"selected ion m/z\" value=\"" +
-             instrumentMz + "\" unitCvRef=\"MS\" unitAccession=\"MS:1000040\" unitName=\"m/z\" />\n";
+      out += "\t\t\t\t\t\t\t\t" +
+             cvParam(cv::kSelectedIonMz, "selected ion m/z",
+                     valueAttribute(instrumentMz) + unitAttributes("MS", cv::kMz, "m/z")) +
+             "\n";
       if (!instrumentCharge.empty()) {
-        out += "\t\t\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000041\" name=\"charge state\" value=\"" +
-               instrumentCharge + "\" />\n";
+        out += "\t\t\t\t\t\t\t\t" + cvParam(cv::kChargeState, "charge state", valueAttribute(instrumentCharge)) + "\n";
       }
       out += "\t\t\t\t\t\t\t</selectedIon>\n\t\t\t\t\t\t</selectedIonList>\n";
     }
     const auto [accession, name] = activationTerm(s.activation);
-    out += std::string("\t\t\t\t\t\t<activation>\n\t\t\t\t\t\t\t<cvParam cvRef=\"MS\" accession=\"") + accession +
-           "\" name=\"" + name + "\" />\n\t\t\t\t\t\t</activation>\n";
+    out += "\t\t\t\t\t\t<activation>\n\t\t\t\t\t\t\t" + cvParam(accession, name) + "\n\t\t\t\t\t\t</activation>\n";
     out += "\t\t\t\t\t</precursor>\n\t\t\t\t</precursorList>\n";
   }
   out += "\t\t\t\t<binaryDataArrayList count=\"2\">\n";
@@ -147,14 +154,12 @@ std::string spectrumElement(const OpenSpectrum& s, std::size_t index, const Corr
   return out;
 }
 
-std::string instrumentConfiguration(const char* id, const char* accession, const char* name) {
-  return std::string("\t\t<instrumentConfiguration id=\"") + id +
-         "\">\n\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000031\" name=\"instrument model\" />\n"
-         "\t\t\t<componentList count=\"3\">\n"
-         "\t\t\t\t<source order=\"1\"><cvParam cvRef=\"MS\" accession=\"MS:1000008\" name=\"ionization type\" /></source>\n"
-         "\t\t\t\t<analyzer order=\"2\"><cvParam cvRef=\"MS\" accession=\"" + accession + "\" name=\"" + name +
-         "\" /></analyzer>\n"
-         "\t\t\t\t<detector order=\"3\"><cvParam cvRef=\"MS\" accession=\"MS:1000026\" name=\"detector type\" /></detector>\n"
+std::string instrumentConfiguration(std::string_view id, std::string_view accession, std::string_view name) {
+  return "\t\t<instrumentConfiguration id=\"" + std::string(id) + "\">\n\t\t\t" +
+         cvParam(cv::kInstrumentModel, "instrument model") + "\n\t\t\t<componentList count=\"3\">\n" +
+         "\t\t\t\t<source order=\"1\">" + cvParam(cv::kIonizationType, "ionization type") + "</source>\n" +
+         "\t\t\t\t<analyzer order=\"2\">" + cvParam(accession, name) + "</analyzer>\n" +
+         "\t\t\t\t<detector order=\"3\">" + cvParam(cv::kDetectorType, "detector type") + "</detector>\n" +
          "\t\t\t</componentList>\n\t\t</instrumentConfiguration>\n";
 }
 
@@ -185,20 +190,20 @@ std::string header(const std::string& inputPath, const std::string& inputSha1, s
          "URI=\"https://raw.githubusercontent.com/bio-ontology-research-group/unit-ontology/master/unit.obo\" />\n"
          "\t</cvList>\n";
   out += "\t<fileDescription>\n\t\t<fileContent>\n"
-         "\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000579\" name=\"MS1 spectrum\" />\n"
-         "\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000580\" name=\"MSn spectrum\" />\n\t\t</fileContent>\n"
+         "\t\t\t" + cvParam(cv::kMs1Spectrum, "MS1 spectrum") + "\n" +
+         "\t\t\t" + cvParam(cv::kMsnSpectrum, "MSn spectrum") + "\n\t\t</fileContent>\n" +
          "\t\t<sourceFileList count=\"1\">\n\t\t\t<sourceFile id=\"SF1\" name=\"" + name + "\" location=\"file://" +
-         escapeXml(folderOf(inputPath)) + "\">\n"
-         "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000776\" name=\"scan number only nativeID format\" />\n"
-         "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000566\" name=\"ISB mzXML format\" />\n"
-         "\t\t\t\t<cvParam cvRef=\"MS\" accession=\"MS:1000569\" name=\"SHA-1\" value=\"" + inputSha1 + "\" />\n"
+         escapeXml(folderOf(inputPath)) + "\">\n" +
+         "\t\t\t\t" + cvParam(cv::kScanNumberOnlyNativeIdFormat, "scan number only nativeID format") + "\n" +
+         "\t\t\t\t" + cvParam(cv::kIsbMzXmlFormat, "ISB mzXML format") + "\n" +
+         "\t\t\t\t" + cvParam(cv::kSha1, "SHA-1", valueAttribute(inputSha1)) + "\n" +
          "\t\t\t</sourceFile>\n\t\t</sourceFileList>\n\t</fileDescription>\n";
   out += "\t<softwareList count=\"1\">\n\t\t" + corvidSoftwareEntry() + "\n\t</softwareList>\n";
   out += "\t<instrumentConfigurationList count=\"4\">\n";
-  out += instrumentConfiguration("IC_FT", "MS:1000079", "fourier transform ion cyclotron resonance mass spectrometer");
-  out += instrumentConfiguration("IC_IT", "MS:1000264", "ion trap");
-  out += instrumentConfiguration("IC_TOF", "MS:1000084", "time-of-flight");
-  out += instrumentConfiguration("IC_UNKNOWN", "MS:1000443", "mass analyzer type");
+  out += instrumentConfiguration("IC_FT", cv::kFourierTransformIonCyclotronResonance, "fourier transform ion cyclotron resonance mass spectrometer");
+  out += instrumentConfiguration("IC_IT", cv::kIonTrap, "ion trap");
+  out += instrumentConfiguration("IC_TOF", cv::kTimeOfFlight, "time-of-flight");
+  out += instrumentConfiguration("IC_UNKNOWN", cv::kMassAnalyzerType, "mass analyzer type");
   out += "\t</instrumentConfigurationList>\n";
   out += "\t<dataProcessingList count=\"1\">\n\t\t" + corvidProcessingEntry() + "\n\t</dataProcessingList>\n";
   out += "\t<run id=\"" + escapeXml(withoutExtension(fileNameOf(inputPath)) + "x") +
@@ -208,27 +213,25 @@ std::string header(const std::string& inputPath, const std::string& inputSha1, s
   return out;
 }
 
-}  // namespace
-
-CorrectedMzMLOutcome writeCorrectedMzMLFromMzXML(const std::string& inputPath, const CorrectionsByNativeId& corrections,
-                                                 const std::string& outputPath) {
-  CorrectedMzMLOutcome outcome;
+// Writes the converted copy; false with outcome.error set when it cannot.
+bool convertWithCorrections(const std::string& inputPath, const CorrectionsByNativeId& corrections,
+                            const std::string& outputPath, CorrectedMzMLOutcome& outcome) {
   // The spectrum count stands before the spectra: one reading pass to count them.
   std::size_t count = 0;
   std::string error;
   if (!readMzXMLFile(inputPath, [&count](const OpenSpectrum&, std::string&) { return ++count > 0; }, error)) {
     outcome.error = error;
-    return outcome;
+    return false;
   }
   std::string inputSha1;
   if (!fileSha1(inputPath, inputSha1)) {
     outcome.error = "cannot read " + inputPath;
-    return outcome;
+    return false;
   }
   MzMLOutput out;
   if (!openPending(outputPath, out.pending)) {
     outcome.error = out.pending.error;
-    return outcome;
+    return false;
   }
   out.put(header(inputPath, inputSha1, count));
   std::vector<IndexEntry> index;
@@ -246,15 +249,24 @@ CorrectedMzMLOutcome writeCorrectedMzMLFromMzXML(const std::string& inputPath, c
   }, error);
   if (!read || index.size() != count) {
     outcome.error = read ? "the file changed while it was read" : error;
-    return outcome;
+    return false;
   }
   outcome.spectra = count;
   out.put("\t\t</spectrumList>\n\t</run>\n</mzML>\n");
   if (!finishIndexedMzML(out, index, {})) {
     outcome.error = out.pending.error;
-    return outcome;
+    return false;
   }
-  outcome.written = true;
+  return true;
+}
+
+}  // namespace
+
+CorrectedMzMLOutcome writeCorrectedMzMLFromMzXML(const std::string& inputPath, const CorrectionsByNativeId& corrections,
+                                                 const std::string& outputPath) {
+  CorrectedMzMLOutcome outcome;
+  outcome.written = convertWithCorrections(inputPath, corrections, outputPath, outcome);
+  reportCorrectedMzML(outcome, outputPath);
   return outcome;
 }
 

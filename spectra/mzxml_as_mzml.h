@@ -9,6 +9,7 @@
 
 namespace corvid {
 
+// Reports a failure as writeCorrectedMzML does: one Error, no temporary file, written = false.
 CorrectedMzMLOutcome writeCorrectedMzMLFromMzXML(const std::string& inputPath, const CorrectionsByNativeId& corrections,
                                                  const std::string& outputPath);
 

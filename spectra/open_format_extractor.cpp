@@ -16,11 +16,13 @@
 #include "platform/text_file.h"
 #include "spectra/extracted_scan.h"
 #include "spectra/extraction_marker.h"
+#include "spectra/file_size.h"
 #include "spectra/loaded_pair.h"
 #include "spectra/ms_text_writer.h"
 #include "spectra/mzml_parser.h"
 #include "spectra/mzxml_parser.h"
 #include "spectra/open_format_terms.h"
+#include "spectra/peak_repair.h"
 #include "spectra/scan_numbering.h"
 #include "spectra/scan_summary.h"
 #include "spectra/spectrum_pipe.h"
@@ -33,54 +35,6 @@ namespace {
 constexpr std::size_t kProgressEvery = 1000;
 
 
-
-// Output is handed to the system in blocks of this size: few, large writes.
-constexpr std::size_t kOutputBlock = 1 << 20;
-
-// A file written through one reused buffer that knows its own length, so that the position of
-// every block is known when it is written.
-// Each is written under a temporary name and renamed into place when closed.
-struct BlockFile {
-  PendingFile pending;
-  std::FILE* file = nullptr;
-  std::string buffer;
-  std::uint64_t flushed = 0;
-  bool failed = false;
-};
-
-bool openBlockFile(const std::string& path, BlockFile& out) {
-  out.file = openPending(path, out.pending) ? out.pending.file : nullptr;
-  out.buffer.clear();
-  out.flushed = 0;
-  out.failed = out.file == nullptr;
-  return out.file != nullptr;
-}
-
-void flushBlockFile(BlockFile& out) {
-  if (out.file == nullptr || out.buffer.empty()) return;
-  if (std::fwrite(out.buffer.data(), 1, out.buffer.size(), out.file) != out.buffer.size())
-    out.failed = true;
-  out.flushed += out.buffer.size();
-  out.buffer.clear();
-}
-
-std::uint64_t blockFilePosition(const BlockFile& out) { return out.flushed + out.buffer.size(); }
-
-bool closeBlockFile(BlockFile& out) {
-  if (out.file == nullptr) return !out.failed;
-  flushBlockFile(out);
-  out.file = nullptr;
-  if (!commitPending(out.pending, out.failed)) out.failed = true;
-  return !out.failed;
-}
-
-bool seekTo(std::FILE* file, std::uint64_t offset) {
-#ifdef _WIN32
-  return _fseeki64(file, static_cast<long long>(offset), SEEK_SET) == 0;
-#else
-  return fseeko(file, static_cast<off_t>(offset), SEEK_SET) == 0;
-#endif
-}
 
 struct OutputPaths {
   std::string ms1, ms2, summary, marker, ms1Work, ms2Work, recordWork, idWork;
@@ -115,7 +69,7 @@ void removeOutputs(const OutputPaths& paths) {
 struct Extraction {
   std::string inputPath;
   OutputPaths paths;
-  BlockFile ms1, ms2, records, ids;
+  PendingFile ms1, ms2, records, ids;
   std::vector<ScanKey> keys;
   bool nativeOrder = true;   // native numbers still usable
   std::int32_t lastMS1 = 0;  // scan written for the last MS1 spectrum so far
@@ -123,16 +77,12 @@ struct Extraction {
   std::size_t higherLevels = 0;
   std::size_t unknownActivations = 0;
   std::size_t unknownAnalyzers = 0;
-  std::size_t unsortedSpectra = 0;       // spectra whose peaks were sorted by m/z
-  std::size_t droppedPeaks = 0;          // non-finite or negative peaks left out
-  std::size_t spectraWithDropped = 0;    // spectra that lost at least one such peak
-  std::vector<std::uint32_t> peakOrder;  // reused while repairing a spectrum's peaks
-  std::vector<double> keptMz, keptIntensity;
+  PeakRepair repair;
   LoadedPair* loaded = nullptr;  // when asked for: the text scanned as it is written
 };
 
 // Scans the text just appended to out.buffer (from `from` on) into the loaded pair.
-void loadAppended(Extraction& x, const BlockFile& out, std::size_t from, int msLevel) {
+void loadAppended(Extraction& x, const PendingFile& out, std::size_t from, int msLevel) {
   if (x.loaded == nullptr) return;
   const std::string_view piece = std::string_view(out.buffer).substr(from);
   if (msLevel == 1) {
@@ -157,7 +107,7 @@ ExtractedScan describe(const OpenSpectrum& spectrum, Extraction& x) {
   for (std::size_t i = 0; i < 3 && i < activation.size(); ++i) e.activation[i] = activation[i];
   e.idHash = nativeIdHash(spectrum.nativeId);
   e.precursorRefHash = spectrum.precursorRef.empty() ? 0 : nativeIdHash(spectrum.precursorRef);
-  e.idOffset = blockFilePosition(x.ids);
+  e.idOffset = positionOf(x.ids);
   e.idLength = static_cast<std::uint32_t>(spectrum.nativeId.size());
   x.ids.buffer += spectrum.nativeId;
   e.peakCount = static_cast<std::uint32_t>(spectrum.mz.size());
@@ -169,59 +119,13 @@ bool isKnownActivation(const ExtractedScan& scan) {
   return name == "CID" || name == "ETD" || name == "HCD";
 }
 
-void appendRecord(BlockFile& out, const ExtractedScan& record) {
+void appendRecord(PendingFile& out, const ExtractedScan& record) {
   out.buffer.append(reinterpret_cast<const char*>(&record), sizeof record);
 }
 
 // Writes one spectrum with the numbers that hold while the file keeps its native order: native
 // scan, and the last MS1 scan as precursor. When the order breaks or a spectrum names another
 // precursor, the headers are rewritten at the end and only the peak lines are reused.
-bool usablePeak(double mz, double intensity) {
-  return std::isfinite(mz) && std::isfinite(intensity) && mz >= 0.0 && intensity >= 0.0;
-}
-
-// Peaks are written finite, non-negative (zero intensity kept) and in m/z order, as the
-// detection's sorted searches need them; a spectrum is copied (into the extraction's buffers, with
-// mz and intensity pointed at the copy) only when it needs a repair. Returns the peaks kept.
-std::size_t repairPeaks(Extraction& x, const std::vector<double>*& mz, const std::vector<double>*& intensity) {
-  std::size_t count = std::min(mz->size(), intensity->size());
-  std::size_t usable = 0;
-  bool ordered = true;
-  double lastMz = 0.0;
-  for (std::size_t i = 0; i < count; ++i) {
-    double m = (*mz)[i];
-    double v = (*intensity)[i];
-    if (!usablePeak(m, v)) continue;
-    if (usable++ > 0 && m < lastMz) ordered = false;
-    lastMz = m;
-  }
-  if (usable != count || !ordered) {
-    x.peakOrder.clear();
-    for (std::size_t i = 0; i < count; ++i) {
-      double m = (*mz)[i];
-      double v = (*intensity)[i];
-      if (usablePeak(m, v)) x.peakOrder.push_back(static_cast<std::uint32_t>(i));
-    }
-    if (!ordered)
-      std::stable_sort(x.peakOrder.begin(), x.peakOrder.end(),
-                       [mz](std::uint32_t a, std::uint32_t b) { return (*mz)[a] < (*mz)[b]; });
-    x.keptMz.resize(usable);
-    x.keptIntensity.resize(usable);
-    for (std::size_t k = 0; k < usable; ++k) {
-      x.keptMz[k] = (*mz)[x.peakOrder[k]];
-      x.keptIntensity[k] = (*intensity)[x.peakOrder[k]];
-    }
-    mz = &x.keptMz;
-    intensity = &x.keptIntensity;
-    if (!ordered) ++x.unsortedSpectra;
-    if (usable != count) {
-      x.droppedPeaks += count - usable;
-      ++x.spectraWithDropped;
-    }
-  }
-  return usable;
-}
-
 bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& error) {
   if (spectrum.msLevel < 1 || spectrum.msLevel > 2) {
     ++x.higherLevels;
@@ -229,7 +133,7 @@ bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& err
   }
   const std::vector<double>* mz = &spectrum.mz;
   const std::vector<double>* intensity = &spectrum.intensity;
-  const std::size_t usable = repairPeaks(x, mz, intensity);
+  const std::size_t usable = repairPeaks(x.repair, mz, intensity);
   ExtractedScan e = describe(spectrum, x);
   e.peakCount = static_cast<std::uint32_t>(usable);
   ScanKey key{e.retentionTime, e.nativeScan, e.idHash, e.precursorRefHash, 0, 0, 0, e.msLevel};
@@ -246,25 +150,25 @@ bool writeSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::string& err
   }
   if (e.analyzer == AnalyzerKind::Unknown) ++x.unknownAnalyzers;
   key.streamedPrecursorScan = e.precursorScan;
-  BlockFile& out = e.msLevel == 1 ? x.ms1 : x.ms2;
+  PendingFile& out = e.msLevel == 1 ? x.ms1 : x.ms2;
   const std::size_t from = out.buffer.size();
   if (e.msLevel == 1)
     appendMS1Header(out.buffer, e);
   else
     appendMS2Header(out.buffer, e);
-  e.peakOffset = blockFilePosition(out);
+  e.peakOffset = positionOf(out);
   std::size_t negatives = 0;  // none left: negative peaks were taken out above
   if (!appendPeakLines(out.buffer, *mz, *intensity, negatives)) {
     error = "spectrum \"" + spectrum.nativeId +
             "\" holds a peak value that is not a finite, non-negative number";
     return false;
   }
-  e.peakBytes = blockFilePosition(out) - e.peakOffset;
+  e.peakBytes = positionOf(out) - e.peakOffset;
   loadAppended(x, out, from, e.msLevel);
   appendRecord(x.records, e);
   x.keys.push_back(key);
-  for (BlockFile* file : {&out, &x.records, &x.ids})
-    if (file->buffer.size() >= kOutputBlock) flushBlockFile(*file);
+  for (PendingFile* file : {&out, &x.records, &x.ids})
+    flushIfLarge(*file);
   return true;
 }
 
@@ -273,7 +177,8 @@ bool readAt(std::FILE* file, std::uint64_t offset, std::uint64_t length, std::st
   if (length == 0) return true;
   std::size_t start = out.size();
   out.resize(start + length);
-  return seekTo(file, offset) && std::fread(out.data() + start, 1, length, file) == length;
+  const auto count = static_cast<std::int64_t>(length);
+  return readBytesAt(file, static_cast<std::int64_t>(offset), out.data() + start, count) == count;
 }
 
 bool readRecord(std::FILE* records, std::uint32_t index, ExtractedScan& record,
@@ -293,11 +198,11 @@ bool writeOutputs(Extraction& x, const std::vector<std::uint32_t>& order, bool r
   std::FILE* ids = std::fopen(x.paths.idWork.c_str(), "rb");
   std::FILE* work1 = rewrite ? std::fopen(x.paths.ms1Work.c_str(), "rb") : nullptr;
   std::FILE* work2 = rewrite ? std::fopen(x.paths.ms2Work.c_str(), "rb") : nullptr;
-  BlockFile out1, out2, summary;
-  bool ok = records != nullptr && ids != nullptr && openBlockFile(x.paths.summary, summary);
+  PendingFile out1, out2, summary;
+  bool ok = records != nullptr && ids != nullptr && openPending(x.paths.summary, summary);
   if (ok && rewrite)
-    ok = work1 != nullptr && work2 != nullptr && openBlockFile(x.paths.ms1, out1) &&
-         openBlockFile(x.paths.ms2, out2);
+    ok = work1 != nullptr && work2 != nullptr && openPending(x.paths.ms1, out1) &&
+         openPending(x.paths.ms2, out2);
   summary.buffer += kScanSummaryHeader;
   summary.buffer += "\r\n";
   ExtractedScan scan;
@@ -310,9 +215,9 @@ bool writeOutputs(Extraction& x, const std::vector<std::uint32_t>& order, bool r
     id.clear();
     ok = ok && readAt(ids, scan.idOffset, scan.idLength, id);
     appendScanSummaryLine(summary.buffer, scan, id);
-    if (summary.buffer.size() >= kOutputBlock) flushBlockFile(summary);
+    flushIfLarge(summary);
     if (!rewrite) continue;
-    BlockFile& out = scan.msLevel == 1 ? out1 : out2;
+    PendingFile& out = scan.msLevel == 1 ? out1 : out2;
     const std::size_t from = out.buffer.size();
     if (scan.msLevel == 1)
       appendMS1Header(out.buffer, scan);
@@ -321,9 +226,9 @@ bool writeOutputs(Extraction& x, const std::vector<std::uint32_t>& order, bool r
     ok = ok &&
          readAt(scan.msLevel == 1 ? work1 : work2, scan.peakOffset, scan.peakBytes, out.buffer);
     if (ok) loadAppended(x, out, from, scan.msLevel);
-    if (out.buffer.size() >= kOutputBlock) flushBlockFile(out);
+    flushIfLarge(out);
   }
-  for (BlockFile* file : {&out1, &out2, &summary}) ok = closeBlockFile(*file) && ok;
+  for (PendingFile* file : {&out1, &out2, &summary}) ok = commitPending(*file) && ok;
   for (std::FILE* file : {records, ids, work1, work2})
     if (file != nullptr) std::fclose(file);
   if (!ok)
@@ -341,8 +246,8 @@ bool renameWorkFiles(const Extraction& x, std::string& error) {
 
 bool finishExtraction(Extraction& x, std::string& error) {
   bool closed = true;
-  for (BlockFile* file : {&x.ms1, &x.ms2, &x.records, &x.ids})
-    closed = closeBlockFile(*file) && closed;
+  for (PendingFile* file : {&x.ms1, &x.ms2, &x.records, &x.ids})
+    closed = commitPending(*file) && closed;
   if (!closed) {
     error = "the MS1/MS2 text files cannot be written in " + folderOf(x.paths.ms1);
     return false;
@@ -380,12 +285,12 @@ void reportAlerts(const Extraction& x) {
   if (x.unknownAnalyzers > 0)
     logMessage(LogLabel::kAlert, name + ": " + std::to_string(x.unknownAnalyzers) +
                             " spectra name no known mass analyzer; they were written as ITMS");
-  if (x.unsortedSpectra > 0)
-    logMessage(LogLabel::kAlert, name + ": the peaks of " + std::to_string(x.unsortedSpectra) +
+  if (x.repair.unsortedSpectra > 0)
+    logMessage(LogLabel::kAlert, name + ": the peaks of " + std::to_string(x.repair.unsortedSpectra) +
                             " spectra were not in m/z order; they were sorted by m/z");
-  if (x.droppedPeaks > 0)
-    logMessage(LogLabel::kAlert, name + ": " + std::to_string(x.droppedPeaks) + " peaks in " +
-                            std::to_string(x.spectraWithDropped) +
+  if (x.repair.droppedPeaks > 0)
+    logMessage(LogLabel::kAlert, name + ": " + std::to_string(x.repair.droppedPeaks) + " peaks in " +
+                            std::to_string(x.repair.spectraWithDropped) +
                             " spectra had a non-finite or negative m/z or intensity and were "
                             "left out");
 }
@@ -399,15 +304,15 @@ bool fail(const std::string& inputPath, const OutputPaths& paths, const std::str
 
 bool openWorkFiles(Extraction& x) {
   bool ok = true;
-  ok = openBlockFile(x.paths.ms1Work, x.ms1) && ok;
-  ok = openBlockFile(x.paths.ms2Work, x.ms2) && ok;
-  ok = openBlockFile(x.paths.recordWork, x.records) && ok;
-  ok = openBlockFile(x.paths.idWork, x.ids) && ok;
+  ok = openPending(x.paths.ms1Work, x.ms1) && ok;
+  ok = openPending(x.paths.ms2Work, x.ms2) && ok;
+  ok = openPending(x.paths.recordWork, x.records) && ok;
+  ok = openPending(x.paths.idWork, x.ids) && ok;
   return ok;
 }
 
 void closeWorkFiles(Extraction& x) {
-  for (BlockFile* file : {&x.ms1, &x.ms2, &x.records, &x.ids}) closeBlockFile(*file);
+  for (PendingFile* file : {&x.ms1, &x.ms2, &x.records, &x.ids}) commitPending(*file);
 }
 
 // Precursors are detected in MS1 spectra: a file without any gives nothing to work from, so it
@@ -418,6 +323,17 @@ bool hasMS1Spectra(Extraction& x) {
   removeOutputs(x.paths);
   logMessage(LogLabel::kError, "No MS1 spectra in " + x.inputPath + ": nothing to detect precursors from.");
   noteRunProblem(RunProblem::kInputUnreadable);
+  return false;
+}
+
+// The marker goes last: its presence says the extraction is complete.
+bool writeMarker(const Extraction& x, const InputIdentity& identity, std::string& error) {
+  TextWriter marker;
+  if (marker.open(x.paths.marker)) {
+    marker.write(extractionMarkerText(fileNameOf(x.inputPath), identity));
+    if (marker.close()) return true;
+  }
+  error = marker.error();
   return false;
 }
 
@@ -496,12 +412,9 @@ bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
   if (!readInputIdentity(inputPath, after) || after.size != identity.size ||
       after.modified != identity.modified || after.checksum != identity.checksum)
     return fail(inputPath, x.paths, "the file changed while it was being extracted");
-  TextWriter marker;
-  if (!marker.open(x.paths.marker))
-    return fail(inputPath, x.paths, "the completion marker cannot be written (" + marker.error() + ")");
-  marker.write(extractionMarkerText(fileNameOf(inputPath), identity));
-  if (!marker.close())
-    return fail(inputPath, x.paths, "the completion marker cannot be written (" + marker.error() + ")");
+  std::string markerError;
+  if (!writeMarker(x, identity, markerError))
+    return fail(inputPath, x.paths, "the completion marker cannot be written (" + markerError + ")");
   logMessage(LogLabel::kNote, "Extracted " + std::to_string(x.ms1Count) + " MS1 and " +
                           std::to_string(x.keys.size() - x.ms1Count) + " MS2 spectra from " +
                           fileNameOf(inputPath));

@@ -4,19 +4,12 @@
 #include <charconv>
 #include <utility>
 
+#include "platform/text_pieces.h"
+#include "spectra/cv_accessions.h"
+
 namespace corvid {
 
 namespace {
-
-std::string_view trimmed(std::string_view text) {
-  while (!text.empty() && (text.front() == ' ' || text.front() == '\t' || text.front() == '\n' ||
-                           text.front() == '\r'))
-    text.remove_prefix(1);
-  while (!text.empty() &&
-         (text.back() == ' ' || text.back() == '\t' || text.back() == '\n' || text.back() == '\r'))
-    text.remove_suffix(1);
-  return text;
-}
 
 bool containsIgnoringCase(std::string_view text, std::string_view word) {
   if (word.size() > text.size()) return false;
@@ -38,32 +31,32 @@ bool containsIgnoringCase(std::string_view text, std::string_view word) {
 // PSI-MS analyzer terms. Orbitrap and FT-ICR are Fourier-transform analyzers; every ion-trap
 // variant reads as an ion trap; quadrupole-TOF instruments list the TOF as their last analyzer.
 constexpr std::array<std::pair<std::string_view, AnalyzerKind>, 8> kAnalyzerTerms = {{
-    {"MS:1000484", AnalyzerKind::FourierTransform},  // orbitrap
-    {"MS:1000079", AnalyzerKind::FourierTransform},  // fourier transform ion cyclotron resonance
-    {"MS:1000084", AnalyzerKind::TimeOfFlight},      // time-of-flight
-    {"MS:1000264", AnalyzerKind::IonTrap},           // ion trap
-    {"MS:1000082", AnalyzerKind::IonTrap},           // quadrupole ion trap
-    {"MS:1000291", AnalyzerKind::IonTrap},           // linear ion trap
-    {"MS:1000083", AnalyzerKind::IonTrap},           // radial ejection linear ion trap
-    {"MS:1000078", AnalyzerKind::IonTrap},           // axial ejection linear ion trap
+    {cv::kOrbitrap, AnalyzerKind::FourierTransform},
+    {cv::kFourierTransformIonCyclotronResonance, AnalyzerKind::FourierTransform},
+    {cv::kTimeOfFlight, AnalyzerKind::TimeOfFlight},
+    {cv::kIonTrap, AnalyzerKind::IonTrap},
+    {cv::kQuadrupoleIonTrap, AnalyzerKind::IonTrap},
+    {cv::kLinearIonTrap, AnalyzerKind::IonTrap},
+    {cv::kRadialEjectionLinearIonTrap, AnalyzerKind::IonTrap},
+    {cv::kAxialEjectionLinearIonTrap, AnalyzerKind::IonTrap},
 }};
 
 // PSI-MS dissociation terms with the three letters MS2 text carries for them.
 constexpr std::array<std::pair<std::string_view, std::string_view>, 14> kActivationTerms = {{
-    {"MS:1000133", "CID"},  // collision-induced dissociation
-    {"MS:1000422", "HCD"},  // beam-type collision-induced dissociation
-    {"MS:1002481", "HCD"},  // higher energy beam-type collision-induced dissociation
-    {"MS:1002472", "CID"},  // trap-type collision-induced dissociation
-    {"MS:1000598", "ETD"},  // electron transfer dissociation
-    {"MS:1000599", "PQD"},  // pulsed q dissociation
-    {"MS:1000250", "ECD"},  // electron capture dissociation
-    {"MS:1000262", "IRM"},  // infrared multiphoton dissociation
-    {"MS:1003246", "UVP"},  // ultraviolet photodissociation
-    {"MS:1000435", "UNK"},  // photodissociation
-    {"MS:1000136", "UNK"},  // surface-induced dissociation
-    {"MS:1000134", "UNK"},  // plasma desorption
-    {"MS:1000135", "UNK"},  // post-source decay
-    {"MS:1000044", "UNK"},  // dissociation method (unspecified)
+    {cv::kCollisionInducedDissociation, "CID"},
+    {cv::kBeamTypeCollisionInducedDissociation, "HCD"},
+    {cv::kHigherEnergyBeamTypeCollisionInducedDissociation, "HCD"},
+    {cv::kTrapTypeCollisionInducedDissociation, "CID"},
+    {cv::kElectronTransferDissociation, "ETD"},
+    {cv::kPulsedQDissociation, "PQD"},
+    {cv::kElectronCaptureDissociation, "ECD"},
+    {cv::kInfraredMultiphotonDissociation, "IRM"},
+    {cv::kUltravioletPhotodissociation, "UVP"},
+    {cv::kPhotodissociation, "UNK"},
+    {cv::kSurfaceInducedDissociation, "UNK"},
+    {cv::kPlasmaDesorption, "UNK"},
+    {cv::kPostSourceDecay, "UNK"},
+    {cv::kDissociationMethod, "UNK"},  // unspecified
 }};
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 namespace corvid {
 
-// Analyzer family of a PSI-MS analyzer accession ("MS:1000484" orbitrap ...), Unknown otherwise.
+// Analyzer family of a PSI-MS analyzer accession (orbitrap, ion trap ...), Unknown otherwise.
 AnalyzerKind analyzerFromAccession(std::string_view accession);
 // Analyzer family of an mzXML msMassAnalyzer value ("FTMS", "Orbitrap", "ITMS", "TOF" ...).
 AnalyzerKind analyzerFromName(std::string_view name);

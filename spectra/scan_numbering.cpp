@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <numeric>
 
+#include "platform/text_pieces.h"
+
 namespace corvid {
 
 namespace {
-
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // Value of the digits starting at `start`, capped above the usable range.
 std::int64_t digitsValue(std::string_view text, std::size_t start) {

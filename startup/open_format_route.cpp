@@ -131,11 +131,7 @@ void writeCorrectedMzMLFor(const RunSettings& settings, const InputJob& job, con
   }
   const CorrectedMzMLOutcome outcome = fromMzXML ? writeCorrectedMzMLFromMzXML(input, byNativeId, target)
                                                   : writeCorrectedMzML(input, byNativeId, target);
-  if (!outcome.written) {
-    logMessage(LogLabel::kError, "Fail to write the corrected mzML " + target + ": " + outcome.error);
-    noteRunProblem(RunProblem::kOutputUnwritable);
-    return;
-  }
+  if (!outcome.written) return;  // the writer logged why
   logMessage(LogLabel::kNote, "Corrected mzML: " + std::to_string(outcome.spectra) + " spectra, " +
                           std::to_string(outcome.corrected) + " with Corvid's precursors.");
   if (outcome.withoutIonList > 0) {

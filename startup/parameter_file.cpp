@@ -7,6 +7,7 @@
 #include "platform/paths.h"
 #include "platform/text_file.h"
 #include "platform/run_failure.h"
+#include "platform/text_pieces.h"
 
 namespace corvid {
 namespace {
@@ -28,10 +29,9 @@ void applyLine(std::string_view line, ParameterTable& table) {
 }  // namespace
 
 void trimBlanks(std::string& text) {
-  std::size_t first = text.find_first_not_of(' ');
-  if (first == std::string::npos) throw RunFailure(kInvalidKey);
-  std::size_t last = text.find_last_not_of(' ');
-  text = text.substr(first, last - first + 1);
+  const std::string_view kept = trimmed(text, " ");
+  if (kept.empty()) throw RunFailure(kInvalidKey);
+  text = std::string(kept);
 }
 
 ParameterTable readParameterFile(const std::string& path) {

@@ -334,17 +334,17 @@ TEST(AppendKX, OffsetsPastTwoGibibytesRaiseAnAlert) {
   part.index.push_back('\0');
   part.indexSize = 8;
   readKXHeader(part);
-  OutputFile outData;
-  OutputFile outIndex;
-  ASSERT_TRUE(openOutputFile(folder.file("m.kx2"), outData));
-  ASSERT_TRUE(openOutputFile(folder.file("m.kx2idx"), outIndex));
+  PendingFile outData;
+  PendingFile outIndex;
+  ASSERT_TRUE(openPending(folder.file("m.kx2"), outData));
+  ASSERT_TRUE(openPending(folder.file("m.kx2idx"), outIndex));
   std::int64_t outPosition = kKXOffsetLimit + 100;
   std::size_t mark = logMark();
   ::testing::internal::CaptureStdout();
   appendKX(part, outData, outIndex, outPosition, part.headerLength);
   ::testing::internal::GetCapturedStdout();
-  ASSERT_TRUE(closeOutputFile(outData));
-  ASSERT_TRUE(closeOutputFile(outIndex));
+  ASSERT_TRUE(commitPending(outData));
+  ASSERT_TRUE(commitPending(outIndex));
   EXPECT_EQ(outPosition, kKXOffsetLimit + 104);
   EXPECT_EQ(readFile(folder.file("m.kx2")), ByteBuilder().u32(7).bytes);
   EXPECT_EQ(readFile(folder.file("m.kx2idx")),

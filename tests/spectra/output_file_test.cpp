@@ -1,4 +1,4 @@
-#include "spectra/output_file.h"
+#include "spectra/output_fields.h"
 
 #include <gtest/gtest.h>
 
@@ -13,12 +13,12 @@ namespace {
 
 using namespace testing;
 
-std::string written(const TempDir& folder, void (*fill)(OutputFile&)) {
-  OutputFile out;
+std::string written(const TempDir& folder, void (*fill)(PendingFile&)) {
+  PendingFile out;
   std::string path = folder.file("out.bin");
-  EXPECT_TRUE(openOutputFile(path, out));
+  EXPECT_TRUE(openPending(path, out));
   fill(out);
-  EXPECT_TRUE(closeOutputFile(out));
+  EXPECT_TRUE(commitPending(out));
   return readFile(path);
 }
 
@@ -45,8 +45,8 @@ TEST(OutputFile, NumbersMatchPrintfFormats) {
                            std::numeric_limits<double>::infinity(),
                            std::nan("")};
   for (double value : values) {
-    OutputFile out;
-    ASSERT_TRUE(openOutputFile(folder.file("n.txt"), out));
+    PendingFile out;
+    ASSERT_TRUE(openPending(folder.file("n.txt"), out));
     putFixed(out, value, 6);
     putText(out, "|");
     putFixed(out, value, 1);
@@ -56,7 +56,7 @@ TEST(OutputFile, NumbersMatchPrintfFormats) {
     putFixed(out, value, 2);
     putText(out, "|");
     putGeneral(out, value, 10);
-    ASSERT_TRUE(closeOutputFile(out));
+    ASSERT_TRUE(commitPending(out));
     EXPECT_EQ(readFile(folder.file("n.txt")),
               printed("%lf", value) + "|" + printed("%.1f", value) + "|" + printed("%.7lf", value) +
                   "|" + printed("%.2f", value) + "|" + printed("%.10g", value))
@@ -66,7 +66,7 @@ TEST(OutputFile, NumbersMatchPrintfFormats) {
 
 TEST(OutputFile, ZeroPaddedAsPrintfWidthSix) {
   TempDir folder;
-  std::string bytes = written(folder, [](OutputFile& out) {
+  std::string bytes = written(folder, [](PendingFile& out) {
     for (std::int64_t value : {0, 12, 999999, 1234567, -12}) {
       putZeroPadded(out, value, 6);
       putText(out, ",");
@@ -77,7 +77,7 @@ TEST(OutputFile, ZeroPaddedAsPrintfWidthSix) {
 
 TEST(OutputFile, BinaryFieldsAreLittleEndian) {
   TempDir folder;
-  std::string bytes = written(folder, [](OutputFile& out) {
+  std::string bytes = written(folder, [](PendingFile& out) {
     putU32(out, 0x04030201u);
     putF64(out, 1.0);
   });
@@ -86,14 +86,14 @@ TEST(OutputFile, BinaryFieldsAreLittleEndian) {
 
 TEST(OutputFile, PositionCountsBufferedAndLargeWrites) {
   TempDir folder;
-  OutputFile out;
-  ASSERT_TRUE(openOutputFile(folder.file("big.bin"), out));
+  PendingFile out;
+  ASSERT_TRUE(openPending(folder.file("big.bin"), out));
   putText(out, "head");
   std::string large(3 << 20, 'x');
   putBytes(out, large);
   putLineEnd(out);
-  EXPECT_EQ(out.position, 4u + large.size() + 2u);
-  ASSERT_TRUE(closeOutputFile(out));
+  EXPECT_EQ(positionOf(out), 4u + large.size() + 2u);
+  ASSERT_TRUE(commitPending(out));
   std::string bytes = readFile(folder.file("big.bin"));
   EXPECT_EQ(bytes.size(), 4u + large.size() + 2u);
   EXPECT_EQ(bytes.substr(0, 5), "headx");
@@ -102,8 +102,8 @@ TEST(OutputFile, PositionCountsBufferedAndLargeWrites) {
 
 TEST(OutputFile, UncreatableFileIsReported) {
   TempDir folder;
-  OutputFile out;
-  EXPECT_FALSE(openOutputFile(folder.file("none/x.bin"), out));
+  PendingFile out;
+  EXPECT_FALSE(openPending(folder.file("none/x.bin"), out));
   EXPECT_EQ(out.file, nullptr);
 }
 

@@ -4,14 +4,15 @@
 #include <cmath>
 #include <system_error>
 
+#include "platform/text_pieces.h"
+
 namespace corvid::reflist {
 
 namespace {
 
-std::string_view trimmed(std::string_view text) {
-  const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
-  while (!text.empty() && blank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && blank(text.back())) text.remove_suffix(1);
+// Blanks around the number are not part of it.
+std::string_view numberText(std::string_view text) {
+  text = trimmed(text);
   // from_chars does not take a leading '+', which some writers put on charges.
   if (text.size() > 1 && text.front() == '+' && text[1] != '-') text.remove_prefix(1);
   return text;
@@ -20,7 +21,7 @@ std::string_view trimmed(std::string_view text) {
 }  // namespace
 
 std::optional<double> parseReal(std::string_view text) {
-  text = trimmed(text);
+  text = numberText(text);
   double value = 0.0;
   const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
   if (text.empty() || result.ec != std::errc() || result.ptr != text.data() + text.size()) return std::nullopt;
@@ -29,7 +30,7 @@ std::optional<double> parseReal(std::string_view text) {
 }
 
 std::optional<long> parseInteger(std::string_view text) {
-  text = trimmed(text);
+  text = numberText(text);
   long value = 0;
   const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
   if (text.empty() || result.ec != std::errc() || result.ptr != text.data() + text.size()) return std::nullopt;

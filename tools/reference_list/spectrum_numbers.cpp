@@ -1,6 +1,6 @@
 #include "tools/reference_list/spectrum_numbers.h"
 
-
+#include "platform/text_pieces.h"
 
 namespace corvid::reflist {
 
@@ -9,7 +9,6 @@ namespace {
 // Scan numbers beyond this are not scan numbers (and would overflow Corvid's 32-bit fields).
 constexpr long kLargestScan = 2147483647L;
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // The value of the digits from `start`; 0 when there are none or the number is out of range.
 long digitsAt(std::string_view text, std::size_t start) {
