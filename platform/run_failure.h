@@ -3,11 +3,13 @@
 // routine, which turns its kind into the program's message and exit status. Library code never
 // ends the process itself.
 //
-// Who throws: readers throw RunFailure, since a run cannot go on without its input. Writers never
-// throw for input/output failures: they log one Error naming the file and the cause, remove their
-// temporary file, and return whether the file was written; the caller only decides what that
-// means for the run (for example, not saving the CSV report). Programming errors (broken
-// invariants) throw RunFailure with kind kOutOfBounds.
+// Who throws: code throws RunFailure when the run cannot go on: a reader that cannot read its
+// input, and a writer of a working file that the next step reads (the SVMlight files svmrunner
+// trains on, the training tables a labelled run is made for, the parts of a split MS2 file).
+// Writers of result files never throw for input/output failures: they log one Error naming the
+// file and the cause, remove their temporary file, and return whether the file was written; the
+// caller only decides what that means for the run (for example, not saving the CSV report).
+// Programming errors (broken invariants) throw RunFailure with kind kOutOfBounds.
 #include <exception>
 #include <string>
 #include <utility>
