@@ -52,6 +52,17 @@ std::vector<InputJob> pairJobs(PairSource source, const std::string& folder, con
   return jobs;
 }
 
+// The files a folder route found, announced; nothing (and the data path skipped) when there are none.
+std::optional<std::vector<std::string>> announceFound(std::vector<std::string> names, const std::string& none,
+                                                      const std::string& found) {
+  if (names.empty()) {
+    skipDataPath(none);
+    return std::nullopt;
+  }
+  logMessage(LogLabel::kAlert, found);
+  return names;
+}
+
 // The jobs a route leaves for the common tail; none when the route finished the data path.
 using RouteJobs = std::optional<std::vector<InputJob>>;
 
@@ -106,24 +117,16 @@ RouteJobs runRawFolder(const Route& route) {
                                      "\": the RAW files of its folder are processed instead and the WIFF file is "
                                      "not. Give -F wiff to process it.");
   }
-  const std::vector<std::string> rawNames = listRawFiles(dataPath);
-  if (rawNames.empty()) {
-    skipDataPath("No Raw files in datapath!\n" + dataPath);
-    return std::nullopt;
-  }
-  logMessage(LogLabel::kAlert, "Rawlist completes");
-  for (const std::string& name : rawNames) runRawExtractor(route.settings, dataPath, name);
+  const auto rawNames = announceFound(listRawFiles(dataPath), "No Raw files in datapath!\n" + dataPath, "Rawlist completes");
+  if (!rawNames) return std::nullopt;
+  for (const std::string& name : *rawNames) runRawExtractor(route.settings, dataPath, name);
   return pairJobs(PairSource::kRaw, dataPath, listMS1Files(dataPath));
 }
 
 RouteJobs runMGFFolder(const Route& route) {
-  const std::vector<std::string> mgfNames = listMGFFiles(route.dataPath);
-  if (mgfNames.empty()) {
-    skipDataPath("No MGF files in datapath!\n" + route.dataPath);
-    return std::nullopt;
-  }
-  logMessage(LogLabel::kAlert, "MGFlist completes");
-  runMGFPipeline(route.dataPath, mgfNames);
+  const auto mgfNames =
+      announceFound(listMGFFiles(route.dataPath), "No MGF files in datapath!\n" + route.dataPath, "MGFlist completes");
+  if (mgfNames) runMGFPipeline(route.dataPath, *mgfNames);
   return std::nullopt;
 }
 
@@ -143,13 +146,10 @@ RouteJobs runWiffPath(const Route& route) {
 
 RouteJobs runWiffFolder(const Route& route) {
   const std::string& dataPath = route.dataPath;
-  const std::vector<std::string> wiffNames = listWiffFiles(dataPath);
-  if (wiffNames.empty()) {
-    skipDataPath("No Wiff files in datapath!\n" + dataPath);
-    return std::nullopt;
-  }
-  logMessage(LogLabel::kAlert, "Wifflist completes");
-  for (const std::string& name : wiffNames) runWiffExtractor(route.settings, dataPath, name);
+  const auto wiffNames =
+      announceFound(listWiffFiles(dataPath), "No Wiff files in datapath!\n" + dataPath, "Wifflist completes");
+  if (!wiffNames) return std::nullopt;
+  for (const std::string& name : *wiffNames) runWiffExtractor(route.settings, dataPath, name);
   const std::vector<std::string> ms1Names = listMS1Files(dataPath);
   if (ms1Names.empty()) {
     skipDataPath("No MS1 files in datapath! Corvid exits!");
@@ -164,12 +164,10 @@ RouteJobs runOpenFormatFolder(const Route& route, bool mzxml) {
   // The lister takes both formats; keep the one asked for.
   std::erase_if(names, [mzxml](const std::string& name) { return isMzXMLName(name) != mzxml; });
   const std::string kind = mzxml ? "mzXML" : "mzML";
-  if (names.empty()) {
-    skipDataPath("No " + kind + " files in datapath!\n" + route.dataPath);
-    return std::nullopt;
-  }
-  logMessage(LogLabel::kAlert, kind + "list completes");
-  return extractOpenFormatFiles(route.settings, route.dataPath, names);
+  const auto found = announceFound(std::move(names), "No " + kind + " files in datapath!\n" + route.dataPath,
+                                   kind + "list completes");
+  if (!found) return std::nullopt;
+  return extractOpenFormatFiles(route.settings, route.dataPath, *found);
 }
 
 bool namesAnInputFile(const std::string& dataPath) {

@@ -58,30 +58,45 @@ ThresholdSettings thresholdSettingsFrom(const TableReader& read) {
   return settings;
 }
 
+// The path keys and the field each fills, as given.
+struct PathKey {
+  const char* key;
+  std::string RunPaths::*field;
+};
+constexpr PathKey kPathKeys[] = {
+    {"datapath", &RunPaths::data},          {"outputpath", &RunPaths::output},
+    {"logfilepath", &RunPaths::log},        {"extract_path", &RunPaths::extraction},
+    {"binpath", &RunPaths::program},        {"ipv_file", &RunPaths::isotopeTable},
+};
+
 RunPaths pathsFrom(const TableReader& read) {
   RunPaths paths;
-  paths.data = read.text("datapath");
-  paths.output = read.text("outputpath");
-  paths.log = read.text("logfilepath");
-  paths.extraction = read.text("extract_path");
-  paths.program = read.text("binpath");
-  paths.isotopeTable = read.text("ipv_file");
+  for (const PathKey& row : kPathKeys) paths.*row.field = read.text(row.key);
   const std::string& trainingSet = read.text("trainingset");
   if (trainingSet != kEmptyPath) paths.trainingSet = trainingSet;
   return paths;
 }
 
+// The output switches and the key that turns each on.
+struct SwitchKey {
+  const char* key;
+  bool OutputSwitches::*field;
+};
+constexpr SwitchKey kOutputSwitchKeys[] = {
+    {"output_mgf", &OutputSwitches::mgf},
+    {"output_ms2", &OutputSwitches::ms2},
+    {"output_kx", &OutputSwitches::kx},
+    {"output_table", &OutputSwitches::precursorTable},
+    {"output_mzml", &OutputSwitches::correctedMzML},
+    {"output_trainingdata", &OutputSwitches::trainingData},
+    {"export_unchecked_mono", &OutputSwitches::uncheckedLists},
+    {"delete_msn", &OutputSwitches::deleteSpectrumFiles},
+    {"output_freq", &OutputSwitches::peakDifferences},
+};
+
 OutputSwitches outputSwitchesFrom(const TableReader& read) {
   OutputSwitches outputs;
-  outputs.mgf = read.on("output_mgf");
-  outputs.ms2 = read.on("output_ms2");
-  outputs.kx = read.on("output_kx");
-  outputs.precursorTable = read.on("output_table");
-  outputs.correctedMzML = read.on("output_mzml");
-  outputs.trainingData = read.on("output_trainingdata");
-  outputs.uncheckedLists = read.on("export_unchecked_mono");
-  outputs.deleteSpectrumFiles = read.on("delete_msn");
-  outputs.peakDifferences = read.on("output_freq");
+  for (const SwitchKey& row : kOutputSwitchKeys) outputs.*row.field = read.on(row.key);
   return outputs;
 }
 
