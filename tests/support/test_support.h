@@ -39,6 +39,8 @@ class TempDir {
   // The folder with a trailing separator, as Corvid's folders are written.
   std::string folder() const { return path_.string() + "/"; }
   std::string file(std::string_view name) const { return (path_ / name).string(); }
+  // Writes a file in the folder and returns its path.
+  std::string write(std::string_view name, std::string_view content) const;
 
  private:
   fs::path path_;
@@ -55,6 +57,11 @@ inline void writeFile(const fs::path& path, std::string_view content) {
   std::ofstream out(path, std::ios::binary);
   out.write(content.data(), static_cast<std::streamsize>(content.size()));
   ASSERT_TRUE(out.good()) << path;
+}
+
+inline std::string TempDir::write(std::string_view name, std::string_view content) const {
+  writeFile(path_ / name, content);
+  return file(name);
 }
 
 // Replaces every occurrence of `from` by `to`.
@@ -148,6 +155,18 @@ inline std::string withoutElapsedSeconds(std::string text) {
   const std::size_t elapsed = text.find("Time elapsed: ");
   if (elapsed != std::string::npos) text.erase(elapsed + 14, text.find(' ', elapsed + 14) - elapsed - 14);
   return text;
+}
+
+// Runs an action with `folder` as the current folder, for code that writes to relative paths;
+// the previous current folder is back afterwards, also when the action throws.
+template <typename Action>
+auto runInFolder(const fs::path& folder, Action action) {
+  struct Restore {
+    fs::path previous = fs::current_path();
+    ~Restore() { fs::current_path(previous); }
+  } restore;
+  fs::current_path(folder);
+  return action();
 }
 
 // Compares text with a golden file. CORVID_UPDATE_GOLDEN=1 rewrites the file instead and fails all
