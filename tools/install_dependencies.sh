@@ -2,7 +2,7 @@
 # Installs, from Debian's archive, what building and testing Corvid needs (only what is missing).
 set -euo pipefail
 packages=(g++ cmake make libgtest-dev libgmock-dev libbenchmark-dev zlib1g-dev libexpat1-dev libmsnumpress-dev
-          libsvm-dev libsvm-tools comet-ms dpkg-dev libssl-dev)
+          libsvm-dev libsvm-tools comet-ms dpkg-dev libssl-dev clang-format)
 # Installed without recommends: snakemake would otherwise bring every cloud storage client along
 # and topp (OpenMS's FileInfo and its mzML schemas validate the corrected mzML in the tests, as does
 # xmllint from libxml2-utils) a desktop viewer.

@@ -8,14 +8,13 @@
 #include <set>
 #include <sstream>
 
+#include "tests/support/bsa1_copy.h"
 #include "tests/support/test_support.h"
 
 namespace corvid {
 namespace {
 
 using namespace corvid::testing;
-
-fs::path bsa1Path() { return bsa1MzmlPath(); }
 
 std::vector<std::string> splitLines(const std::string& text) {
   std::vector<std::string> lines;
@@ -37,18 +36,7 @@ std::vector<std::string> fields(const std::string& row) {
   return values;
 }
 
-class Bsa1EndToEnd : public ::testing::Test {
- protected:
-  void SetUp() override {
-    if (!fs::exists(bsa1Path())) GTEST_SKIP() << "BSA1.mzML not cached at " << bsa1Path();
-    fs::create_directories(data);
-    fs::create_directories(out);
-    fs::copy_file(bsa1Path(), data / "BSA1.mzML");
-  }
-  TempDir dir;
-  fs::path data = dir.path() / "data";
-  fs::path out = dir.path() / "out";
-};
+using Bsa1EndToEnd = Bsa1Copy;
 
 TEST_F(Bsa1EndToEnd, MainJobWritesOneRowPerMs2ScanAndOneBlockPerPrecursor) {
   RunResult run = runCorvid(dir.path(), {"-D", (data / "BSA1.mzML").string(), "-O", out.string()});

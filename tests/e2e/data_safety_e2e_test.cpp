@@ -15,14 +15,13 @@
 #include <map>
 #include <thread>
 
+#include "tests/support/bsa1_copy.h"
 #include "tests/support/test_support.h"
 
 namespace corvid {
 namespace {
 
 using namespace corvid::testing;
-
-fs::path bsa1Path() { return bsa1MzmlPath(); }
 
 bool anyTemporaryFile(const fs::path& folder) {
   for (const std::string& name : namesIn(folder)) {
@@ -35,14 +34,8 @@ bool anyTemporaryFile(const fs::path& folder) {
 const std::vector<std::string> kResults = {"BSA1.csv", "BSA1.kx1", "BSA1_CIDIT.kx2", "BSA1_CIDIT.kx2idx",
                                            "BSA1_CIDIT.mgf"};
 
-class DataSafety : public ::testing::Test {
+class DataSafety : public Bsa1Copy {
  protected:
-  void SetUp() override {
-    if (!fs::exists(bsa1Path())) GTEST_SKIP() << "BSA1.mzML not cached at " << bsa1Path();
-    fs::create_directories(data);
-    fs::create_directories(out);
-    fs::copy_file(bsa1Path(), data / "BSA1.mzML");
-  }
   // Runs in the output folder, so that runs at once keep their console files apart.
   RunResult run(const fs::path& output, std::vector<std::string> extra = {}) const {
     std::vector<std::string> arguments = {"-D", (data / "BSA1.mzML").string(), "-O", output.string()};
@@ -65,9 +58,6 @@ class DataSafety : public ::testing::Test {
       EXPECT_TRUE(readFile(folder / name) == bytes) << name << " differs from a clean run's";
     }
   }
-  TempDir dir;
-  fs::path data = dir.path() / "data";
-  fs::path out = dir.path() / "out";
 };
 
 // A 2 MB file system as the output folder: the spectrum files do not fit.
@@ -116,7 +106,7 @@ TEST_F(DataSafety, KilledExtractionIsNeverTakenAsFinished) {
   const auto expected = reference();
   fs::remove_all(data);
   fs::create_directories(data);
-  fs::copy_file(bsa1Path(), data / "BSA1.mzML");
+  fs::copy_file(bsa1MzmlPath(), data / "BSA1.mzML");
   // Kill the run at several points of its extraction and detection.
   for (int delayMs : {20, 60, 120, 200, 300}) {
     const pid_t child = ::fork();
@@ -186,7 +176,7 @@ TEST_F(DataSafety, ReplacedInputIsExtractedAgainAndItsResultsMadeAgain) {
   EXPECT_EQ(std::count(secondCsv.begin(), secondCsv.end(), '\n') + 1, std::count(firstCsv.begin(), firstCsv.end(), '\n'));
 
   // With -r 1 the same holds: the changed input is extracted again, not reused.
-  writeFile(data / "BSA1.mzML", readFile(bsa1Path()));
+  writeFile(data / "BSA1.mzML", readFile(bsa1MzmlPath()));
   RunResult third = run(out, {"-r", "1"});
   ASSERT_EQ(third.status, 0) << third.out;
   EXPECT_NE(third.out.find("extracting it again"), std::string::npos) << third.out;
@@ -197,7 +187,7 @@ TEST_F(DataSafety, TwoRunsAtOnceOnOneInputBothGiveTheSingleRunResult) {
   const auto expected = reference();
   fs::remove_all(data);
   fs::create_directories(data);
-  fs::copy_file(bsa1Path(), data / "BSA1.mzML");
+  fs::copy_file(bsa1MzmlPath(), data / "BSA1.mzML");
   const fs::path outA = dir.path() / "a";
   const fs::path outB = dir.path() / "b";
   fs::create_directories(outA);

@@ -1,5 +1,6 @@
 // Runs every fuzz target over its corpus (tests/fuzz/corpus/<target>/) and over a deterministic
 // sweep of random and mutated inputs, so that the targets guard every ordinary test run.
+#include <gtest/gtest-spi.h>
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -14,13 +15,21 @@ namespace {
 namespace fs = std::filesystem;
 using Target = std::function<int(const std::uint8_t*, std::size_t)>;
 
-// Seeds from the corpus, then random bytes and byte-level mutations of each seed.
-void replay(const std::string& corpus, const Target& target, int sweeps = 200) {
+// The seeds of a target's corpus folder. A missing or empty folder fails the test: random bytes
+// alone would pass without ever reaching the structure the seeds reach.
+std::vector<std::string> corpusSeeds(const fs::path& folder) {
   std::vector<std::string> seeds;
-  const fs::path folder = fs::path(CORVID_SOURCE_DIR) / "tests" / "fuzz" / "corpus" / corpus;
-  if (fs::exists(folder)) {
+  if (fs::is_directory(folder)) {
     for (const auto& entry : fs::directory_iterator(folder)) seeds.push_back(corvid::testing::readFile(entry.path()));
   }
+  EXPECT_FALSE(seeds.empty()) << "the corpus folder " << folder.string() << " is missing or empty";
+  return seeds;
+}
+
+// Seeds from the corpus, then random bytes and byte-level mutations of each seed.
+void replay(const std::string& corpus, const Target& target, int sweeps = 200) {
+  const std::vector<std::string> seeds =
+      corpusSeeds(fs::path(CORVID_SOURCE_DIR) / "tests" / "fuzz" / "corpus" / corpus);
   for (const std::string& seed : seeds) target(reinterpret_cast<const std::uint8_t*>(seed.data()), seed.size());
   std::mt19937 random(20261122);
   for (int i = 0; i < sweeps; ++i) {
@@ -42,6 +51,17 @@ void replay(const std::string& corpus, const Target& target, int sweeps = 200) {
     }
     target(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
   }
+}
+
+TEST(FuzzReplay, MissingOrEmptyCorpusFolderFailsNamingIt) {
+  const corvid::testing::TempDir root;
+  const fs::path missing = root.path() / "missing_corpus";
+  EXPECT_NONFATAL_FAILURE(corpusSeeds(missing), "the corpus folder " + missing.string() + " is missing or empty");
+  const fs::path empty = root.path() / "empty_corpus";
+  fs::create_directories(empty);
+  EXPECT_NONFATAL_FAILURE(corpusSeeds(empty), "the corpus folder " + empty.string() + " is missing or empty");
+  corvid::testing::writeFile(empty / "seed.txt", "seed");
+  EXPECT_EQ(corpusSeeds(empty), std::vector<std::string>{"seed"});
 }
 
 TEST(FuzzReplay, ParameterFile) { replay("parameter_file", fuzzParameterFile); }

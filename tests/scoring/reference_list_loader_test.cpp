@@ -2,47 +2,29 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <random>
 #include <string>
 
 #include "platform/run_failure.h"
+#include "tests/support/failure_text.h"
+#include "tests/support/test_support.h"
 
 namespace corvid {
 namespace {
 
-struct TempFolder {
-  std::filesystem::path path;
-  TempFolder() {
-    std::random_device seed;
-    path = std::filesystem::temp_directory_path() /
-           ("corvid_reference_test_" + std::to_string(seed()) + std::to_string(seed()));
-    std::filesystem::create_directories(path);
-  }
-  ~TempFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
-  }
-  std::string write(const std::string& name, const std::string& bytes) const {
-    const std::string file = (path / name).string();
-    std::FILE* out = std::fopen(file.c_str(), "wb");
-    std::fwrite(bytes.data(), 1, bytes.size(), out);
-    std::fclose(out);
-    return file;
-  }
-};
+using corvid::testing::TempDir;
 
 // Parses text and returns the list; printed console text goes to printed.
 ReferencePrecursorList parse(const std::string& text, std::string& printed) {
-  testing::internal::CaptureStdout();
+  ::testing::internal::CaptureStdout();
   ReferencePrecursorList list = parseReferencePrecursorList(text, "ref.txt");
-  printed = testing::internal::GetCapturedStdout();
+  printed = ::testing::internal::GetCapturedStdout();
   return list;
 }
 
 TEST(LoadReferencePrecursorList, ReadsFourTabSeparatedFieldsPerLine) {
-  TempFolder folder;
+  TempDir folder;
   const std::string path = folder.write("ref.txt", "1201\t612.345678\t2\t1.5e3\n1305\t400.5\t3\t-0.25\n");
   const ReferencePrecursorList list = loadReferencePrecursorList(path);
   ASSERT_EQ(list.size(), 2u);
@@ -56,28 +38,23 @@ TEST(LoadReferencePrecursorList, ReadsFourTabSeparatedFieldsPerLine) {
 }
 
 TEST(LoadReferencePrecursorList, MissingFileThrowsDearUserText) {
-  TempFolder folder;
-  const std::string path = (folder.path / "absent.txt").string();
-  try {
-    loadReferencePrecursorList(path);
-    FAIL() << "no failure raised";
-  } catch (const RunFailure& failure) {
-    EXPECT_EQ(failure.text,
-              "\nDear User:\n Corvid.exe failed to open " + path + ", this file does not exist any more!\n");
-  }
+  TempDir folder;
+  const std::string path = (folder.path() / "absent.txt").string();
+  EXPECT_EQ(corvid::testing::failureText([&] { loadReferencePrecursorList(path); }),
+            corvid::testing::missingFileText(path));
 }
 
 TEST(LoadReferencePrecursorList, FolderInsteadOfFileThrows) {
-  TempFolder folder;
-  EXPECT_THROW(loadReferencePrecursorList(folder.path.string()), RunFailure);
+  TempDir folder;
+  EXPECT_THROW(loadReferencePrecursorList(folder.path().string()), RunFailure);
 }
 
 TEST(LoadReferencePrecursorList, EmptyFileGivesEmptyList) {
-  TempFolder folder;
+  TempDir folder;
   std::string printed;
-  testing::internal::CaptureStdout();
+  ::testing::internal::CaptureStdout();
   const ReferencePrecursorList list = loadReferencePrecursorList(folder.write("empty.txt", ""));
-  printed = testing::internal::GetCapturedStdout();
+  printed = ::testing::internal::GetCapturedStdout();
   EXPECT_EQ(list.size(), 0u);
   EXPECT_EQ(printed, "");
 }

@@ -4,13 +4,13 @@
 
 #include <cstdio>
 #include <filesystem>
-#include <random>
 #include <string>
 
-#include "platform/text_file.h"
 #include "platform/run_log.h"
-#include "tests/support/reference_list_support.h"
+#include "platform/text_file.h"
 #include "tests/support/failure_text.h"
+#include "tests/support/reference_list_support.h"
+#include "tests/support/test_support.h"
 
 namespace corvid {
 namespace {
@@ -35,19 +35,7 @@ const std::vector<std::size_t> kAllPositions{0, 1, 2};
 
 using corvid::testing::referenceOf;
 
-struct TempFolder {
-  std::filesystem::path path;
-  TempFolder() {
-    std::random_device seed;
-    path = std::filesystem::temp_directory_path() /
-           ("corvid_report_test_" + std::to_string(seed()) + std::to_string(seed()));
-    std::filesystem::create_directories(path);
-  }
-  ~TempFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
-  }
-};
+using corvid::testing::TempDir;
 
 TEST(ReportHeader, IsTheExactHeaderLine) {
   EXPECT_STREQ(reportHeader(),
@@ -214,11 +202,11 @@ TEST(ResetFound, ClearsOnlyFoundFlags) {
 }
 
 TEST(WriteUncheckedList, WritesUnfoundEntriesWithCrLf) {
-  TempFolder folder;
+  TempDir folder;
   ReferencePrecursorList reference =
       referenceOf({{100, 500.123456, 2, 1500.0}, {101, 600.5, 3, 0.000123}, {102, 700.25, 4, -2.5}});
   reference.found = {0, 1, 0};
-  const std::string path = (folder.path / "run_unchecked.csv").string();
+  const std::string path = (folder.path() / "run_unchecked.csv").string();
   writeUncheckedList(reference, path);
   EXPECT_EQ(readWholeFile(path).value(),
             "100, 500.12346, 2, 1.500000e+03\r\n"
@@ -230,9 +218,9 @@ TEST(WriteUncheckedList, WritesUnfoundEntriesWithCrLf) {
 }
 
 TEST(WriteUncheckedList, UnwritablePathIsLoggedAsError) {
-  TempFolder folder;
+  TempDir folder;
   const ReferencePrecursorList reference = referenceOf({{100, 500.0, 2, 1.0}});
-  const std::string path = (folder.path / "missing" / "x_unchecked.csv").string();
+  const std::string path = (folder.path() / "missing" / "x_unchecked.csv").string();
   ::testing::internal::CaptureStdout();
   writeUncheckedList(reference, path);
   const std::string printed = ::testing::internal::GetCapturedStdout();

@@ -5,8 +5,9 @@
 
 #include <string>
 
-#include "tests/spectra/spectra_test_support.h"
 #include "platform/run_failure.h"
+#include "tests/spectra/spectra_test_support.h"
+#include "tests/support/failure_text.h"
 
 namespace corvid {
 namespace {
@@ -14,12 +15,7 @@ namespace {
 using namespace testing;
 
 std::string failureText(const std::string& path) {
-  try {
-    fileSize(path);
-  } catch (const RunFailure& failure) {
-    return failure.text;
-  }
-  return "no failure";
+  return corvid::testing::failureText([&] { fileSize(path); });
 }
 
 TEST(FileSize, ReturnsTheSizeInBytes) {
@@ -33,15 +29,13 @@ TEST(FileSize, ReturnsTheSizeInBytes) {
 TEST(FileSize, MissingFileRaisesTheDoesNotExistText) {
   TempDir folder;
   const std::string path = folder.file("gone.ms2");
-  EXPECT_EQ(failureText(path), "\nDear User:\n Corvid.exe failed to open " + path +
-                                   ", this file does not exist any more!\n");
+  EXPECT_EQ(failureText(path), missingFileText(path));
 }
 
 TEST(FileSize, FolderIsTreatedAsAFileThatCannotBeOpened) {
   TempDir folder;
   const std::string path = folder.path().string();
-  EXPECT_EQ(failureText(path), "\nDear User:\n Corvid.exe failed to open " + path +
-                                   ", this file does not exist any more!\n");
+  EXPECT_EQ(failureText(path), missingFileText(path));
 }
 
 #ifdef __linux__

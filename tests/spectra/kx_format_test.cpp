@@ -16,15 +16,6 @@ namespace {
 
 using namespace testing;
 
-GroupExport groupOf(const MS2File& file, std::string rawName,
-                    std::vector<PrecursorRecord> accepted) {
-  GroupExport group;
-  group.rawName = std::move(rawName);
-  for (std::size_t i = 0; i < file.spectra.size(); ++i) group.spectrumPositions.push_back(i);
-  group.accepted = std::move(accepted);
-  return group;
-}
-
 using corvid::testing::failureText;
 
 TEST(WriteKX2, GoldenBytesForAcceptedAndRecordedPrecursors) {
@@ -32,7 +23,7 @@ TEST(WriteKX2, GoldenBytesForAcceptedAndRecordedPrecursors) {
   MS2File file;
   file.spectra = {makeSpectrum(100, 2, 999.492724, {{100.5, 20.0}, {200.25, 3.5}}),
                   makeSpectrum(101, 3, 1500.0, {{50.0, 1.0}})};
-  GroupExport group = groupOf(file, "run1", {{100.0, 2.0, 500.1}, {100.0, 3.0, 400.2}});
+  GroupExport group = wholeFileGroup(file, {{100.0, 2.0, 500.1}, {100.0, 3.0, 400.2}}, "run1");
   std::string path = folder.file("g.kx2");
   ASSERT_TRUE(writeKX2(group, file, path));
   ByteBuilder data;
@@ -68,7 +59,7 @@ TEST(WriteKX2, ThreeAcceptedPrecursorsGiveOneRecord) {
   TempDir folder;
   MS2File file;
   file.spectra = {makeSpectrum(7, 2, 800.0, {})};
-  GroupExport group = groupOf(file, "r", {{7.0, 2.0, 401.0}, {7.0, 3.0, 301.0}, {7.0, 4.0, 201.0}});
+  GroupExport group = wholeFileGroup(file, {{7.0, 2.0, 401.0}, {7.0, 3.0, 301.0}, {7.0, 4.0, 201.0}}, "r");
   std::string path = folder.file("t.kx2");
   ASSERT_TRUE(writeKX2(group, file, path));
   ByteBuilder data;
@@ -83,7 +74,7 @@ TEST(WriteKX2, SmallerScanUnderCursorGivesRecordWithoutPrecursorsAndAlert) {
   TempDir folder;
   MS2File file;
   file.spectra = {makeSpectrum(5, 2, 800.0, {}), makeSpectrum(9, 2, 800.0, {})};
-  GroupExport group = groupOf(file, "r", {{6.0, 2.0, 401.0}});
+  GroupExport group = wholeFileGroup(file, {{6.0, 2.0, 401.0}}, "r");
   std::string path = folder.file("b.kx2");
   std::size_t mark = logMark();
   ::testing::internal::CaptureStdout();
@@ -117,12 +108,9 @@ TEST(WriteKX2, UncreatableFileLogsErrorAndReturnsFalse) {
 
 TEST(WriteKX2, EmptyPathWritesTheFallbackPair) {
   TempDir folder;
-  std::filesystem::path previous = std::filesystem::current_path();
-  std::filesystem::current_path(folder.path());
   MS2File file;
   GroupExport group;
-  bool written = writeKX2(group, file, "");
-  std::filesystem::current_path(previous);
+  bool written = runInFolder(folder.path(), [&] { return writeKX2(group, file, ""); });
   EXPECT_TRUE(written);
   EXPECT_TRUE(std::filesystem::exists(folder.path() / "F:\\test.kx"));
   EXPECT_TRUE(std::filesystem::exists(folder.path() / "F:\\test.kxidx"));
@@ -224,7 +212,7 @@ TEST(OpenKX, RoundTripOfWriteKX2) {
     file.spectra.push_back(
         makeSpectrum(scan, 2, 900.0, std::vector<Peak>(scan - 19, Peak{1.0, 2.0})));
   }
-  GroupExport group = groupOf(file, "roundtrip", {{22.0, 3.0, 300.0}});
+  GroupExport group = wholeFileGroup(file, {{22.0, 3.0, 300.0}}, "roundtrip");
   std::string path = folder.file("rt.kx2");
   ASSERT_TRUE(writeKX2(group, file, path));
   KXReader reader;
@@ -259,7 +247,7 @@ std::string writePart(const TempDir& folder, const std::string& name, std::uint3
         makeSpectrum(firstScan + i, 2, 700.0 + i,
                      std::vector<Peak>(static_cast<std::size_t>(i % 3), Peak{5.0, 6.0})));
   }
-  GroupExport group = groupOf(file, title, {});
+  GroupExport group = wholeFileGroup(file, {}, title);
   std::string path = folder.file(name);
   EXPECT_TRUE(writeKX2(group, file, path));
   return path;
@@ -361,13 +349,9 @@ TEST(OpenKX, MissingFilesRaiseTheMissingFileText) {
   std::string path = folder.file("absent.kx2");
   KXReader reader;
   ::testing::internal::CaptureStdout();
-  EXPECT_EQ(failureText([&] { openKX(reader, path); }),
-            "\nDear User:\n Corvid.exe failed to open " + path +
-                ", this file does not exist any more!\n");
+  EXPECT_EQ(failureText([&] { openKX(reader, path); }), missingFileText(path));
   writeFile(path, ByteBuilder().u32(0).title("x").bytes);
-  EXPECT_EQ(failureText([&] { openKX(reader, path); }),
-            "\nDear User:\n Corvid.exe failed to open " + path +
-                "idx, this file does not exist any more!\n");
+  EXPECT_EQ(failureText([&] { openKX(reader, path); }), missingFileText(path + "idx"));
   ::testing::internal::GetCapturedStdout();
 }
 

@@ -16,15 +16,6 @@ using namespace testing;
 
 ParameterTable mgfOn() { return ParameterTable{{"output_mgf", "1"}}; }
 
-// Spectrum positions 0..n-1 of the file as one group.
-GroupExport wholeFileGroup(const MS2File& file, std::vector<PrecursorRecord> accepted) {
-  GroupExport group;
-  group.rawName = "run1";
-  for (std::size_t i = 0; i < file.spectra.size(); ++i) group.spectrumPositions.push_back(i);
-  group.accepted = std::move(accepted);
-  return group;
-}
-
 MS2File twoPeakFile(std::vector<std::uint32_t> scans) {
   MS2File file;
   for (std::uint32_t scan : scans) {
@@ -202,14 +193,11 @@ TEST(WriteMGF, FullDiskLogsWriteErrorAndReturnsFalse) {
 
 TEST(WriteMGF, EmptyPathWritesTheFallbackFile) {
   TempDir folder;
-  std::filesystem::path previous = std::filesystem::current_path();
-  std::filesystem::current_path(folder.path());
   MS2File file = twoPeakFile({100});
   GroupExport group = wholeFileGroup(file, {});
   ::testing::internal::CaptureStdout();
-  bool written = writeMGF(group, file, mgfOn(), "");
+  bool written = runInFolder(folder.path(), [&] { return writeMGF(group, file, mgfOn(), ""); });
   ::testing::internal::GetCapturedStdout();
-  std::filesystem::current_path(previous);
   EXPECT_TRUE(written);
   EXPECT_TRUE(std::filesystem::exists(folder.path() / "F:\\test.mgf"));
 }

@@ -5,8 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/spectra/spectra_test_support.h"
 #include "platform/run_failure.h"
+#include "tests/spectra/spectra_test_support.h"
+#include "tests/support/failure_text.h"
 
 namespace corvid {
 namespace {
@@ -226,13 +227,7 @@ TEST(LoadMS1File, MissingFileRaisesTheDoesNotExistText) {
   TempDir folder;
   const std::string path = folder.file("none.ms1");
   MS1File ms1;
-  try {
-    loadMS1File(path, ms1);
-    FAIL() << "no failure";
-  } catch (const RunFailure& failure) {
-    EXPECT_EQ(failure.text, "\nDear User:\n Corvid.exe failed to open " + path +
-                                ", this file does not exist any more!\n");
-  }
+  EXPECT_EQ(failureText([&] { loadMS1File(path, ms1); }), missingFileText(path));
 }
 
 TEST(LoadMS1File, EmptyFileLoadsNoSpectra) {

@@ -7,8 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/spectra/spectra_test_support.h"
 #include "platform/run_failure.h"
+#include "tests/spectra/spectra_test_support.h"
+#include "tests/support/failure_text.h"
 
 namespace corvid {
 namespace {
@@ -318,13 +319,7 @@ TEST(LoadMS2File, MissingFileRaisesTheDoesNotExistText) {
   TempDir folder;
   const std::string path = folder.file("none.ms2");
   MS2File ms2;
-  try {
-    loadMS2File(path, ms2);
-    FAIL() << "no failure";
-  } catch (const RunFailure& failure) {
-    EXPECT_EQ(failure.text, "\nDear User:\n Corvid.exe failed to open " + path +
-                                ", this file does not exist any more!\n");
-  }
+  EXPECT_EQ(failureText([&] { loadMS2File(path, ms2); }), missingFileText(path));
 }
 
 TEST(LoadMS2File, EmptyFileLoadsNoSpectra) {

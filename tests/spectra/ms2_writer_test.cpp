@@ -29,14 +29,6 @@ MS2Spectrum hcdSpectrum(std::uint32_t scan) {
   return spectrum;
 }
 
-GroupExport groupOf(const MS2File& file, std::vector<PrecursorRecord> accepted) {
-  GroupExport group;
-  group.rawName = "run1";
-  for (std::size_t i = 0; i < file.spectra.size(); ++i) group.spectrumPositions.push_back(i);
-  group.accepted = std::move(accepted);
-  return group;
-}
-
 // Writes the file and returns it with the creation-date line checked and removed.
 std::string writeWithoutDate(GroupExport& group, const MS2File& file, const ParameterTable& table,
                              const std::string& path, std::string* console = nullptr) {
@@ -61,7 +53,7 @@ TEST(WriteMS2, GoldenFileApartFromTheCreationDate) {
   MS2File file;
   file.spectra = {hcdSpectrum(12), hcdSpectrum(1234567)};
   file.spectra[1].peaks.clear();
-  GroupExport group = groupOf(file, {{1234567.0, 3.0, 500.0}});
+  GroupExport group = wholeFileGroup(file, {{1234567.0, 3.0, 500.0}});
   std::string text =
       writeWithoutDate(group, file, ParameterTable{{"output_ms2", "1"}}, folder.file("g.ms2"));
   EXPECT_EQ(text, std::string(kHeaderAfterDate) +
@@ -94,7 +86,7 @@ TEST(WriteMS2, ScanTwelveIsZeroPaddedInBothFields) {
   TempDir folder;
   MS2File file;
   file.spectra = {hcdSpectrum(12)};
-  GroupExport group = groupOf(file, {});
+  GroupExport group = wholeFileGroup(file, {});
   std::string text =
       writeWithoutDate(group, file, ParameterTable{{"output_ms2", "1"}}, folder.file("s.ms2"));
   EXPECT_NE(text.find("\r\nS\t000012\t000012\t"), std::string::npos);
@@ -104,7 +96,7 @@ TEST(WriteMS2, RowWithChargeThreeGivesItsMass) {
   TempDir folder;
   MS2File file;
   file.spectra = {hcdSpectrum(40)};
-  GroupExport group = groupOf(file, {{40.0, 3.0, 500.0}, {40.0, 2.0, 612.5}});
+  GroupExport group = wholeFileGroup(file, {{40.0, 3.0, 500.0}, {40.0, 2.0, 612.5}});
   std::string text =
       writeWithoutDate(group, file, ParameterTable{{"output_ms2", "1"}}, folder.file("z.ms2"));
   std::size_t first = text.find("Z\t3\t1497.985448\r\n");
@@ -119,7 +111,7 @@ TEST(WriteMS2, SwitchOffLeavesOnlyTheFiveHeaderLines) {
   TempDir folder;
   MS2File file;
   file.spectra = {hcdSpectrum(12), hcdSpectrum(13)};
-  GroupExport group = groupOf(file, {});
+  GroupExport group = wholeFileGroup(file, {});
   std::string text =
       writeWithoutDate(group, file, ParameterTable{{"output_ms2", "0"}}, folder.file("o.ms2"));
   EXPECT_EQ(text, kHeaderAfterDate);
@@ -131,7 +123,7 @@ TEST(WriteMS2, SpectrumWithoutPeaksHasZeroPeakCountAndNoPeakLines) {
   MS2File file;
   file.spectra = {hcdSpectrum(12)};
   file.spectra[0].peaks.clear();
-  GroupExport group = groupOf(file, {});
+  GroupExport group = wholeFileGroup(file, {});
   std::string text =
       writeWithoutDate(group, file, ParameterTable{{"output_ms2", "1"}}, folder.file("e.ms2"));
   EXPECT_NE(text.find("I\tNumberOfPeaks\t0\r\n"), std::string::npos);
@@ -142,7 +134,7 @@ TEST(WriteMS2, LinesSitWhereTheMS2LoaderLooks) {
   TempDir folder;
   MS2File file;
   file.spectra = {hcdSpectrum(12)};
-  GroupExport group = groupOf(file, {});
+  GroupExport group = wholeFileGroup(file, {});
   std::string text =
       writeWithoutDate(group, file, ParameterTable{{"output_ms2", "1"}}, folder.file("l.ms2"));
   std::size_t activation = text.find("I\tActivationType\t");
@@ -168,7 +160,7 @@ TEST(WriteMS2, UncreatableFilePrintsDiskMessageOnStandardError) {
   TempDir folder;
   MS2File file;
   file.spectra = {hcdSpectrum(12)};
-  GroupExport group = groupOf(file, {});
+  GroupExport group = wholeFileGroup(file, {});
   std::string path = folder.file("missing/x.ms2");
   ::testing::internal::CaptureStderr();
   EXPECT_FALSE(writeMS2(group, file, ParameterTable{{"output_ms2", "1"}}, path));
@@ -179,12 +171,9 @@ TEST(WriteMS2, UncreatableFilePrintsDiskMessageOnStandardError) {
 
 TEST(WriteMS2, EmptyPathWritesTheFallbackFile) {
   TempDir folder;
-  std::filesystem::path previous = std::filesystem::current_path();
-  std::filesystem::current_path(folder.path());
   MS2File file;
   GroupExport group;
-  bool written = writeMS2(group, file, ParameterTable{}, "");
-  std::filesystem::current_path(previous);
+  bool written = runInFolder(folder.path(), [&] { return writeMS2(group, file, ParameterTable{}, ""); });
   EXPECT_TRUE(written);
   EXPECT_TRUE(std::filesystem::exists(folder.path() / "C:\\test.ms2"));
 }
@@ -193,7 +182,7 @@ TEST(WriteMS2, ProgressTextAndSkippedSpectraAlert) {
   TempDir folder;
   MS2File file;
   file.spectra = {hcdSpectrum(10), hcdSpectrum(20), hcdSpectrum(30)};
-  GroupExport group = groupOf(file, {{15.0, 2.0, 400.0}});
+  GroupExport group = wholeFileGroup(file, {{15.0, 2.0, 400.0}});
   std::size_t mark = logMark();
   std::string console;
   std::string path = folder.file("p.ms2");

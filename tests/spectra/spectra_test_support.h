@@ -11,8 +11,9 @@
 #include <string_view>
 #include <vector>
 
-#include "spectra/spectrum_records.h"
 #include "platform/run_log.h"
+#include "spectra/group_export.h"
+#include "spectra/spectrum_records.h"
 #include "tests/support/test_support.h"
 
 namespace corvid::testing {
@@ -89,6 +90,16 @@ inline MS2Spectrum makeSpectrum(std::uint32_t scan, std::int32_t charge, double 
   spectrum.precursorMH = precursorMH;
   spectrum.peaks = std::move(peaks);
   return spectrum;
+}
+
+// Spectrum positions 0..n-1 of the file as one group of the given run, with its accepted precursors.
+inline GroupExport wholeFileGroup(const MS2File& file, std::vector<PrecursorRecord> accepted,
+                                  std::string rawName = "run1") {
+  GroupExport group;
+  group.rawName = std::move(rawName);
+  for (std::size_t i = 0; i < file.spectra.size(); ++i) group.spectrumPositions.push_back(i);
+  group.accepted = std::move(accepted);
+  return group;
 }
 
 inline std::string fixturePath(const std::string& name) {

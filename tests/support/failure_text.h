@@ -16,6 +16,11 @@ inline std::string failureText(const std::function<void()>& action) {
   return "(no failure)";
 }
 
+// The failure text of a file that cannot be opened, as users know it.
+inline std::string missingFileText(const std::string& path) {
+  return "\nDear User:\n Corvid.exe failed to open " + path + ", this file does not exist any more!\n";
+}
+
 // The kind of the RunFailure an action throws; false when it throws none.
 inline bool failsAsOutOfBounds(const std::function<void()>& action) {
   try {

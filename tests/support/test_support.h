@@ -1,6 +1,6 @@
 #pragma once
 // Helpers shared by the tests: temporary folders, captured console text, running the real
-// binary, and golden files (rewritten only when CORVID_UPDATE_GOLDEN=1, then reviewed as a diff).
+// binary, and golden files (CORVID_UPDATE_GOLDEN=1 rewrites them and fails: review, then rerun).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -39,6 +39,8 @@ class TempDir {
   // The folder with a trailing separator, as Corvid's folders are written.
   std::string folder() const { return path_.string() + "/"; }
   std::string file(std::string_view name) const { return (path_ / name).string(); }
+  // Writes a file in the folder and returns its path.
+  std::string write(std::string_view name, std::string_view content) const;
 
  private:
   fs::path path_;
@@ -55,6 +57,11 @@ inline void writeFile(const fs::path& path, std::string_view content) {
   std::ofstream out(path, std::ios::binary);
   out.write(content.data(), static_cast<std::streamsize>(content.size()));
   ASSERT_TRUE(out.good()) << path;
+}
+
+inline std::string TempDir::write(std::string_view name, std::string_view content) const {
+  writeFile(path_ / name, content);
+  return file(name);
 }
 
 // Replaces every occurrence of `from` by `to`.
@@ -150,17 +157,42 @@ inline std::string withoutElapsedSeconds(std::string text) {
   return text;
 }
 
-// Compares text with tests/golden/<name>; CORVID_UPDATE_GOLDEN=1 rewrites the golden file instead.
-inline void expectGolden(const std::string& actual, const std::string& name) {
-  const fs::path golden = fs::path(CORVID_GOLDEN_DIR) / name;
+// Runs an action with `folder` as the current folder, for code that writes to relative paths;
+// the previous current folder is back afterwards, also when the action throws.
+template <typename Action>
+auto runInFolder(const fs::path& folder, Action action) {
+  struct Restore {
+    fs::path previous = fs::current_path();
+    ~Restore() { fs::current_path(previous); }
+  } restore;
+  fs::current_path(folder);
+  return action();
+}
+
+// Compares text with a golden file. CORVID_UPDATE_GOLDEN=1 rewrites the file instead and fails all
+// the same, so that a switch left set can never make a run pass: the new file is to be reviewed as
+// a diff and the suite rerun without the switch.
+inline void expectGoldenFile(const std::string& actual, const fs::path& golden) {
   const char* update = std::getenv("CORVID_UPDATE_GOLDEN");
   if (update != nullptr && std::string(update) == "1") {
+    const bool changed = !fs::exists(golden) || readFile(golden) != actual;
     fs::create_directories(golden.parent_path());
     writeFile(golden, actual);
+    ADD_FAILURE() << "golden file " << golden.string() << " was updated (CORVID_UPDATE_GOLDEN=1"
+                  << (changed ? ", content changed" : ", content unchanged")
+                  << "): review it, then rerun the suite without CORVID_UPDATE_GOLDEN";
     return;
   }
-  ASSERT_TRUE(fs::exists(golden)) << "missing golden file " << golden;
-  EXPECT_EQ(readFile(golden), actual) << "differs from golden file " << golden;
+  if (!fs::exists(golden)) {
+    ADD_FAILURE() << "missing golden file " << golden.string();
+    return;
+  }
+  EXPECT_EQ(readFile(golden), actual) << "differs from golden file " << golden.string();
+}
+
+// Compares text with tests/golden/<name> (see expectGoldenFile).
+inline void expectGolden(const std::string& actual, const std::string& name) {
+  expectGoldenFile(actual, fs::path(CORVID_GOLDEN_DIR) / name);
 }
 
 // Captures what the code under test prints on standard output (C stdio included).
