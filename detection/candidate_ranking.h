@@ -18,7 +18,6 @@ void rankCandidateRows(std::vector<RankingRow>& rows);
 
 // Applies the ranking and the limit of the settings to scratch.scanCandidates and appends the
 // kept candidates to the output's feature and record lists; returns the number kept.
-std::size_t finishScanCandidates(const DetectionSettings& settings, DetectionScratch& scratch,
-                                 DetectionOutput& output);
+std::size_t finishScanCandidates(const DetectionSettings& settings, DetectionScratch& scratch, DetectionOutput& output);
 
 }  // namespace corvid

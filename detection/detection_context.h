@@ -59,8 +59,8 @@ struct DetectionInput {
   DetectionSettings settings;
   const MS1File* ms1 = nullptr;
   const IsotopePatternTable* isotopes = nullptr;  // the run's theoretical isotope patterns
-  bool ms1ScansAscending = true;                // scan numbers never decrease along the file
-  std::vector<std::uint8_t> ms1PeaksAscending;  // per MS1 scan: peaks in ascending m/z
+  bool ms1ScansAscending = true;                  // scan numbers never decrease along the file
+  std::vector<std::uint8_t> ms1PeaksAscending;    // per MS1 scan: peaks in ascending m/z
   // The training reference list, when one is loaded, and its entries by scan. Detection only
   // looks entries up; the entries it finds are reported in DetectionOutput.
   const ReferencePrecursorList* reference = nullptr;
@@ -84,8 +84,8 @@ struct DetectionScratch {
   std::array<double, kExtendedProfileSize> extendedError{};  // mean |isotope m/z - bin m/z|
   std::array<std::int32_t, kExtendedProfileSize> extendedErrorCount{};
   std::vector<std::int32_t> valleys;
-  std::vector<Peak> takenPeaks;          // one scan's peaks inside the gathering window
-  std::vector<Peak> relatedWindowPeaks;  // precision mode: the related scan's window peaks
+  std::vector<Peak> takenPeaks;            // one scan's peaks inside the gathering window
+  std::vector<Peak> relatedWindowPeaks;    // precision mode: the related scan's window peaks
   std::vector<std::uint8_t> removalMarks;  // near-peak merging
   // Reference entries of the current scan, and which of them a pair of the scan matched.
   std::vector<std::size_t> scanReferenceEntries;

@@ -117,8 +117,8 @@ void checkActivationCenter(const DetectionScratch& scratch, double center, std::
 // The ten scans around the related one: their window peaks go to the context peak list, and after
 // the weak ones are removed, to the filtered grid; those of the three scans next to the MS2 scan
 // also go to gatheredPeaks. The debug modes write each scan's window peaks to a peak file.
-void fillFilteredGrid(const DetectionInput& input, DetectionScratch& scratch, std::int32_t ms2ScanNumber,
-                      double center, std::vector<Peak>& gatheredPeaks) {
+void fillFilteredGrid(const DetectionInput& input, DetectionScratch& scratch, std::int32_t ms2ScanNumber, double center,
+                      std::vector<Peak>& gatheredPeaks) {
   const double low = center - kGatherHalfWidth;
   const double high = center + kGatherHalfWidth;
   const DebugMode debugMode = input.settings.debugMode;
@@ -186,8 +186,7 @@ std::int64_t findRelatedScan(const DetectionInput& input, std::int64_t ms2ScanNu
 
 PeakRange peaksWithin(const std::vector<Peak>& peaks, double low, double high) {
   PeakRange range;
-  range.first = static_cast<std::size_t>(std::lower_bound(peaks.begin(), peaks.end(), low, mzBelow) -
-                                          peaks.begin());
+  range.first = static_cast<std::size_t>(std::lower_bound(peaks.begin(), peaks.end(), low, mzBelow) - peaks.begin());
   range.last = range.first;
   while (range.last < peaks.size() && peaks[range.last].mz <= high) ++range.last;
   return range;
@@ -211,9 +210,8 @@ void gatherMS1Peaks(const DetectionInput& input, DetectionScratch& scratch, std:
   if (input.settings.checkActivationCenter && !gatheredPeaks.empty()) {
     checkActivationCenter(scratch, center, gatheredPeaks);
   }
-  std::sort(scratch.contextPeaks.begin(), scratch.contextPeaks.end(), [](const Peak& a, const Peak& b) {
-    return a.mz < b.mz || (a.mz == b.mz && a.intensity < b.intensity);
-  });
+  std::sort(scratch.contextPeaks.begin(), scratch.contextPeaks.end(),
+            [](const Peak& a, const Peak& b) { return a.mz < b.mz || (a.mz == b.mz && a.intensity < b.intensity); });
 }
 
 }  // namespace corvid

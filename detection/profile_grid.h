@@ -14,8 +14,8 @@ struct ProfileGrid {
   std::int32_t rows = 0;
   std::int32_t bins = 600;
   std::int32_t centerRow = 0;
-  std::vector<double> matrix;              // rows x bins, zero outside the cells listed below
-  std::vector<std::int32_t> filledCells;   // cells written since the last clear (for a cheap clear)
+  std::vector<double> matrix;             // rows x bins, zero outside the cells listed below
+  std::vector<std::int32_t> filledCells;  // cells written since the last clear (for a cheap clear)
 };
 
 // Ten MS1 scans (offsets -4..+5 around the related scan) feed candidate detection.

@@ -18,8 +18,8 @@ constexpr int kWindowShareIsotopes = 4;
 bool mzBelow(const Peak& peak, double mz) { return peak.mz < mz; }
 
 // Precision mode: the related MS1 scan's peaks within [low, high], ascending, into the scratch.
-const std::vector<Peak>& collectRelatedWindowPeaks(const DetectionInput& input, DetectionScratch& scratch,
-                                                   double low, double high) {
+const std::vector<Peak>& collectRelatedWindowPeaks(const DetectionInput& input, DetectionScratch& scratch, double low,
+                                                   double high) {
   std::vector<Peak>& related = scratch.relatedWindowPeaks;
   related.clear();
   const auto scan = static_cast<std::size_t>(scratch.relatedScan);
@@ -54,10 +54,10 @@ ScanWindow makeScanWindow(const DetectionInput& input, DetectionScratch& scratch
     if (peak.mz >= low && peak.mz <= high) window.total += peak.intensity;
   }
   const auto above = [](double value, const Peak& p) { return value < p.mz; };
-  window.innerFirst = static_cast<std::size_t>(std::upper_bound(peaks.begin(), peaks.end(), low, above) -
-                                               peaks.begin());
-  window.innerLast = static_cast<std::size_t>(std::lower_bound(peaks.begin(), peaks.end(), high, mzBelow) -
-                                              peaks.begin());
+  window.innerFirst =
+      static_cast<std::size_t>(std::upper_bound(peaks.begin(), peaks.end(), low, above) - peaks.begin());
+  window.innerLast =
+      static_cast<std::size_t>(std::lower_bound(peaks.begin(), peaks.end(), high, mzBelow) - peaks.begin());
   window.innerLast = std::max(window.innerLast, window.innerFirst);
   if (input.settings.precisionCandidates) {
     const std::vector<Peak>& related = collectRelatedWindowPeaks(input, scratch, low, high);
@@ -87,8 +87,8 @@ bool coversCenter(const ScanWindow& window, double mz, std::int32_t charge) {
   return false;
 }
 
-double matchedIntensity(const ScanWindow& window, const std::vector<Peak>& peaks, double mz,
-                        std::int32_t charge, std::int32_t isoLen, bool positiveOnly) {
+double matchedIntensity(const ScanWindow& window, const std::vector<Peak>& peaks, double mz, std::int32_t charge,
+                        std::int32_t isoLen, bool positiveOnly) {
   if (isoLen <= 0) return 0.0;
   // Only peaks between the first isotope's lower and the last isotope's upper bound can match;
   // the margin of one tolerance on each side keeps rounding at the bounds out of the question.

@@ -46,8 +46,8 @@ bool coversCenter(const ScanWindow& window, double mz, std::int32_t charge);
 
 // Intensity of the gathered peaks strictly inside the window that lie within the tolerance of
 // isotopes 0..isoLen-1; a peak matching two isotopes counts twice. Peaks are visited in order.
-double matchedIntensity(const ScanWindow& window, const std::vector<Peak>& peaks, double mz,
-                        std::int32_t charge, std::int32_t isoLen, bool positiveOnly);
+double matchedIntensity(const ScanWindow& window, const std::vector<Peak>& peaks, double mz, std::int32_t charge,
+                        std::int32_t isoLen, bool positiveOnly);
 
 // The precursor ion fraction of a matched intensity: 0 when the window holds no intensity.
 double precursorIonFraction(const ScanWindow& window, double matched);

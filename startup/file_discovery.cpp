@@ -80,10 +80,18 @@ bool isDirectory(const std::string& path) {
   return closeDirectory(reader) == 0;
 }
 
-std::vector<std::string> listMGFFiles(const std::string& folder) { return listByExtension(folder, {InputFormat::kMGF}); }
-std::vector<std::string> listRawFiles(const std::string& folder) { return listByExtension(folder, {InputFormat::kRaw}); }
-std::vector<std::string> listMS1Files(const std::string& folder) { return listByExtension(folder, {InputFormat::kMS1}); }
-std::vector<std::string> listWiffFiles(const std::string& folder) { return listByExtension(folder, {InputFormat::kWiff}); }
+std::vector<std::string> listMGFFiles(const std::string& folder) {
+  return listByExtension(folder, {InputFormat::kMGF});
+}
+std::vector<std::string> listRawFiles(const std::string& folder) {
+  return listByExtension(folder, {InputFormat::kRaw});
+}
+std::vector<std::string> listMS1Files(const std::string& folder) {
+  return listByExtension(folder, {InputFormat::kMS1});
+}
+std::vector<std::string> listWiffFiles(const std::string& folder) {
+  return listByExtension(folder, {InputFormat::kWiff});
+}
 std::vector<std::string> listOpenFormatFiles(const std::string& folder) {
   return listByExtension(folder, {InputFormat::kMzML, InputFormat::kMzXML});
 }

@@ -59,12 +59,15 @@ void collectCorrections(GroupExport group, const MS2File& ms2File, const std::ve
                         CorrectionsByScan& corrections) {
   const PrecursorRecord* first = group.accepted.data();
   SkippedSpectra skipped;
-  walkGroupBlocks(group, ms2File, "mzML", [&](const MS2Spectrum& spectrum, const PrecursorRecord* row, std::int32_t rank) {
-    if (row == nullptr) return;
-    const PrecursorFeatures& features = keptFeatures[static_cast<std::size_t>(row - first)];
-    const double score = features.size() > kFeatureScore ? features[kFeatureScore] : std::nan("");
-    corrections[spectrum.scanNumber].push_back({row->mz, chargeOfRow(*row), score, rank + 1});
-  }, skipped);
+  walkGroupBlocks(
+      group, ms2File, "mzML",
+      [&](const MS2Spectrum& spectrum, const PrecursorRecord* row, std::int32_t rank) {
+        if (row == nullptr) return;
+        const PrecursorFeatures& features = keptFeatures[static_cast<std::size_t>(row - first)];
+        const double score = features.size() > kFeatureScore ? features[kFeatureScore] : std::nan("");
+        corrections[spectrum.scanNumber].push_back({row->mz, chargeOfRow(*row), score, rank + 1});
+      },
+      skipped);
 }
 
 // The number of scans of the group that kept no precursor.
@@ -97,9 +100,8 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
   if (reference != nullptr) resetFound(*reference);
   logMessage(LogLabel::kNote, "Writing CSV...");
   const std::vector<std::uint32_t>* listed = run.debug.mode == DebugMode::kScanList ? &run.debug.scans : nullptr;
-  const std::size_t scansWithoutPrecursor =
-      writeReportRows(run.ms2File, positions, run.detected.records, group, listed, reference, run.report,
-                      !run.settings.precisionMode);
+  const std::size_t scansWithoutPrecursor = writeReportRows(run.ms2File, positions, run.detected.records, group, listed,
+                                                            reference, run.report, !run.settings.precisionMode);
   if (run.settings.precisionMode && !positions.empty()) {
     const std::size_t none = scansWithoutKept(positions, run.detected.records);
     if (none > 0) {
@@ -109,8 +111,9 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
     }
   }
   if (scansWithoutPrecursor > 0) {
-    logMessage(LogLabel::kAlert, std::to_string(scansWithoutPrecursor) +
-                            " MS2 scans were reported with 0 precursors: their kept precursors were out of scan order.");
+    logMessage(LogLabel::kAlert,
+               std::to_string(scansWithoutPrecursor) +
+                   " MS2 scans were reported with 0 precursors: their kept precursors were out of scan order.");
   }
   if (reference != nullptr) {
     reportFoundCount(*reference, " Precursors.");

@@ -69,5 +69,4 @@ std::vector<std::size_t> groupPositions(const MS2File& ms2File, int group) {
   return positions;
 }
 
-
 }  // namespace corvid

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "detection/parallel_detection.h"
 #include "spectra/spectrum_records.h"
 #include "startup/debug_scan_input.h"
-#include "detection/parallel_detection.h"
 
 namespace corvid {
 

@@ -9,8 +9,8 @@
 #include "platform/run_log.h"
 #include "scoring/precise_selection.h"
 #include "scoring/precursor_table.h"
-#include "scoring/result_report.h"
 #include "scoring/reference_list_loader.h"
+#include "scoring/result_report.h"
 #include "scoring/score_candidates.h"
 #include "scoring/svm_classifier.h"
 #include "scoring/svm_light_export.h"
@@ -53,8 +53,8 @@ void scoreWithProbabilities(const SvmJob& job, std::vector<PrecursorFeatures>& f
   const std::string counts = " holds " + std::to_string(scores.size()) + " probabilities for " +
                              std::to_string(features.size()) + " candidates: ";
   if (scores.empty() && !features.empty()) {
-    logMessage(LogLabel::kAlert, "The SVM output " + job.outputFile + counts +
-                                     "every candidate is kept unscored, in detection order.");
+    logMessage(LogLabel::kAlert,
+               "The SVM output " + job.outputFile + counts + "every candidate is kept unscored, in detection order.");
     for (PrecursorFeatures& row : features) row.push_back(std::numeric_limits<double>::quiet_NaN());
     return;
   }

@@ -16,9 +16,9 @@ enum class PairSource { kRaw, kWiff };
 
 struct InputJob {
   PairSource source = PairSource::kRaw;
-  std::string folder;             // the folder of the pair (ends with a separator)
-  std::string ms1Name;            // its MS1 file's name; the MS2 file has the same stem
-  std::string openFormatFolder{};  // the folder of the mzML/mzXML input it was extracted from, or empty
+  std::string folder;                      // the folder of the pair (ends with a separator)
+  std::string ms1Name;                     // its MS1 file's name; the MS2 file has the same stem
+  std::string openFormatFolder{};          // the folder of the mzML/mzXML input it was extracted from, or empty
   std::optional<HandedOverPair> loaded{};  // the pair as its extraction loaded it, when it did
 };
 

@@ -39,7 +39,7 @@ struct PairRun {
   const DetectionInput& detectionInput;
   DetectionOutput& detected;
   ReferencePrecursorList* reference = nullptr;  // the training reference list, when one is loaded
-  std::vector<std::string>& outputList;  // the spectrum files written
+  std::vector<std::string>& outputList;         // the spectrum files written
   ScanLoopState scans{};
   std::string report{};            // the CSV report text, written once after the last group
   bool outputsIncomplete = false;  // a spectrum file of the pair could not be written

@@ -5,8 +5,8 @@
 
 #include "build_config.h"
 #include "platform/paths.h"
-#include "platform/text_file.h"
 #include "platform/run_failure.h"
+#include "platform/text_file.h"
 #include "platform/text_pieces.h"
 
 namespace corvid {

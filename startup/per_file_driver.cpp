@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "detection/detection_context.h"
+#include "detection/parallel_detection.h"
 #include "platform/paths.h"
 #include "platform/process.h"
 #include "platform/run_failure.h"
@@ -20,7 +21,6 @@
 #include "startup/group_output.h"
 #include "startup/group_scoring.h"
 #include "startup/pair_loading.h"
-#include "detection/parallel_detection.h"
 
 namespace corvid {
 namespace {
@@ -35,9 +35,9 @@ PairOutputs outputsFor(const std::string& outputFolder, const std::string& ms2Pa
 // Ion-trap survey scans carry no isotope resolution: the vendor extractor exports the MGF itself.
 void handOverIonTrapRun(const RunSettings& settings, const std::string& ms1Path) {
   logMessage(LogLabel::kNote, "ITMS encountered.. use quarry_raw.exe...");
-  runChildProcess({toolPath(settings.paths.program, "quarry_raw"),
-                   {"-mgf", withoutExtension(ms1Path) + ".Raw", "-m", settings.extractorMz, "-i",
-                    settings.extractorIntensity}});
+  runChildProcess(
+      {toolPath(settings.paths.program, "quarry_raw"),
+       {"-mgf", withoutExtension(ms1Path) + ".Raw", "-m", settings.extractorMz, "-i", settings.extractorIntensity}});
 }
 
 // The extraction summary of the pair's input: beside the MS2 file, named after the input's stem

@@ -48,7 +48,8 @@ void skipDataPath(const std::string& message) {
 
 std::vector<InputJob> pairJobs(PairSource source, const std::string& folder, const std::vector<std::string>& ms1Names) {
   std::vector<InputJob> jobs;
-  for (const std::string& name : ms1Names) jobs.push_back(InputJob{.source = source, .folder = folder, .ms1Name = name});
+  for (const std::string& name : ms1Names)
+    jobs.push_back(InputJob{.source = source, .folder = folder, .ms1Name = name});
   return jobs;
 }
 
@@ -117,7 +118,8 @@ RouteJobs runRawFolder(const Route& route) {
                                      "\": the RAW files of its folder are processed instead and the WIFF file is "
                                      "not. Give -F wiff to process it.");
   }
-  const auto rawNames = announceFound(listRawFiles(dataPath), "No Raw files in datapath!\n" + dataPath, "Rawlist completes");
+  const auto rawNames =
+      announceFound(listRawFiles(dataPath), "No Raw files in datapath!\n" + dataPath, "Rawlist completes");
   if (!rawNames) return std::nullopt;
   for (const std::string& name : *rawNames) runRawExtractor(route.settings, dataPath, name);
   return pairJobs(PairSource::kRaw, dataPath, listMS1Files(dataPath));
@@ -164,8 +166,8 @@ RouteJobs runOpenFormatFolder(const Route& route, bool mzxml) {
   // The lister takes both formats; keep the one asked for.
   std::erase_if(names, [mzxml](const std::string& name) { return isMzXMLName(name) != mzxml; });
   const std::string kind = mzxml ? "mzXML" : "mzML";
-  const auto found = announceFound(std::move(names), "No " + kind + " files in datapath!\n" + route.dataPath,
-                                   kind + "list completes");
+  const auto found =
+      announceFound(std::move(names), "No " + kind + " files in datapath!\n" + route.dataPath, kind + "list completes");
   if (!found) return std::nullopt;
   return extractOpenFormatFiles(route.settings, route.dataPath, *found);
 }

@@ -64,9 +64,8 @@ struct PathKey {
   std::string RunPaths::*field;
 };
 constexpr PathKey kPathKeys[] = {
-    {"datapath", &RunPaths::data},          {"outputpath", &RunPaths::output},
-    {"logfilepath", &RunPaths::log},        {"extract_path", &RunPaths::extraction},
-    {"binpath", &RunPaths::program},        {"ipv_file", &RunPaths::isotopeTable},
+    {"datapath", &RunPaths::data},           {"outputpath", &RunPaths::output}, {"logfilepath", &RunPaths::log},
+    {"extract_path", &RunPaths::extraction}, {"binpath", &RunPaths::program},   {"ipv_file", &RunPaths::isotopeTable},
 };
 
 RunPaths pathsFrom(const TableReader& read) {

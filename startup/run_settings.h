@@ -36,15 +36,15 @@ struct RunPaths {
 
 // What the outputs of one file pair are.
 struct OutputSwitches {
-  bool mgf = true;                 // output_mgf
-  bool ms2 = false;                // output_ms2
-  bool kx = true;                  // output_kx
-  bool precursorTable = false;     // output_table
-  bool correctedMzML = false;      // output_mzml
-  bool trainingData = false;       // output_trainingdata
-  bool uncheckedLists = false;     // export_unchecked_mono
+  bool mgf = true;                   // output_mgf
+  bool ms2 = false;                  // output_ms2
+  bool kx = true;                    // output_kx
+  bool precursorTable = false;       // output_table
+  bool correctedMzML = false;        // output_mzml
+  bool trainingData = false;         // output_trainingdata
+  bool uncheckedLists = false;       // export_unchecked_mono
   bool deleteSpectrumFiles = false;  // delete_msn
-  bool peakDifferences = false;    // output_freq: the statistics only, then the run ends
+  bool peakDifferences = false;      // output_freq: the statistics only, then the run ends
 };
 
 // When an MS2 file is processed in parts. The two sizes come from the parameter file only
@@ -57,7 +57,7 @@ struct SplitSettings {
 
 struct RunSettings {
   RunPaths paths;
-  InputFormatChoice inputFormat;   // input_format
+  InputFormatChoice inputFormat;  // input_format
   DetectionSettings detection;
   ThresholdSettings threshold;
   MarsModelChoice model = MarsModelChoice::kFallback;
@@ -65,16 +65,16 @@ struct RunSettings {
   std::string svmSampleNumber;     // samplenumberinsvmlight, as the SVMlight export reads it
   std::string svmChargeRange;      // svmlight_charge_range
   bool precisionMode = false;      // precision_mode
-  bool keepEveryCandidate = false; // output_all_mars_y
+  bool keepEveryCandidate = false;  // output_all_mars_y
   OutputSwitches outputs;
   SplitSettings split;
   // debug_mode is exactly "0": spectrum files are written. Any other value writes none, also one
   // that selects no debug mode ("3").
   bool writeSpectrumFiles = true;
-  bool rewriteFiles = false;       // rewrite_files is not "0": earlier results are redone
-  unsigned threads = 1;            // threads: detection workers and the extraction's second thread
-  bool strictExit = false;         // strict_exit: the exit status tells a failed run from a good one
-  std::string extractorMz;         // m/z and Intensity, handed to the vendor extractor as given
+  bool rewriteFiles = false;  // rewrite_files is not "0": earlier results are redone
+  unsigned threads = 1;       // threads: detection workers and the extraction's second thread
+  bool strictExit = false;    // strict_exit: the exit status tells a failed run from a good one
+  std::string extractorMz;    // m/z and Intensity, handed to the vendor extractor as given
   std::string extractorIntensity;
   // One text per value that is no number or out of range, in table order, for the run's log.
   std::vector<std::string> valueAlerts;

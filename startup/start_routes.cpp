@@ -5,11 +5,11 @@
 #include <vector>
 
 #include "platform/run_log.h"
-#include "spectra/input_formats.h"
 #include "platform/run_outcome.h"
+#include "spectra/input_formats.h"
 #include "startup/command_line.h"
-#include "startup/parameter_file.h"
 #include "startup/mgf_pipeline.h"
+#include "startup/parameter_file.h"
 #include "startup/run_driver.h"
 
 namespace corvid {

@@ -18,8 +18,7 @@ ChildCommand rawExtractorCommand(const RunSettings& settings, const std::string&
           {"-m", settings.extractorMz, "-i", settings.extractorIntensity, "-a", "-ms", folder + rawName}};
 }
 
-ChildCommand wiffExtractorCommand(const RunSettings& settings, const std::string& folder,
-                                  const std::string& wiffName) {
+ChildCommand wiffExtractorCommand(const RunSettings& settings, const std::string& folder, const std::string& wiffName) {
   return {toolPath(settings.paths.program, "quarry_wiff"), {"-ms", folder + wiffName}};
 }
 

@@ -47,8 +47,8 @@ void joinKX2PartsOfSplit(const std::string& outputStem, int partCount) {
 
 // The pair's MS2 file in parts of `split.partScans` scans, each processed as a pair of its own and
 // the parts' outputs joined.
-bool processSplit(const RunSettings& settings, RunResources& resources, const PairFiles& files,
-                  const std::string& stem, CorrectionsByScan* corrections) {
+bool processSplit(const RunSettings& settings, RunResources& resources, const PairFiles& files, const std::string& stem,
+                  CorrectionsByScan* corrections) {
   logMessage(LogLabel::kNote, "Start spliting MS2...");
   std::vector<std::string> partPaths;
   const int partCount = splitMS2(files.ms2Path, settings.split.partScans, partPaths);

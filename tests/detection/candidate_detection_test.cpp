@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "detection/ms1_peak_gathering.h"
-#include "tests/support/table_adapters.h"
 #include "tests/detection/detection_test_support.h"
+#include "tests/support/table_adapters.h"
 
 namespace corvid {
 namespace {
@@ -354,8 +354,8 @@ TEST(RecalibratedMz, WeightedMeanWithinTheRecalibrationWindow) {
   const MS1File file;
   testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   const double mz = 500.0;
-  detection.scratch.contextPeaks = {{mz * (1 - 8e-6), 100.0}, {mz * (1 - 6e-6), 1.0}, {mz * (1 + 6e-6), 3.0},
-                          {mz * (1 + 8e-6), 100.0}};
+  detection.scratch.contextPeaks = {
+      {mz * (1 - 8e-6), 100.0}, {mz * (1 - 6e-6), 1.0}, {mz * (1 + 6e-6), 3.0}, {mz * (1 + 8e-6), 100.0}};
   EXPECT_DOUBLE_EQ(recalibratedMz(detection.input, detection.scratch, mz),
                    (mz * (1 - 6e-6) * 1.0 + mz * (1 + 6e-6) * 3.0) / 4.0);
   detection.scratch.contextPeaks = {{499.0, 1.0}};

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/table_adapters.h"
 #include "tests/detection/detection_test_support.h"
+#include "tests/support/table_adapters.h"
 
 namespace corvid {
 namespace {

@@ -7,8 +7,8 @@
 #include <random>
 
 #include "platform/text_file.h"
-#include "tests/support/table_adapters.h"
 #include "tests/detection/detection_test_support.h"
+#include "tests/support/table_adapters.h"
 
 namespace corvid {
 namespace {
@@ -47,7 +47,7 @@ TEST(FindRelatedScan, UnorderedScanNumbersUseTheBackwardsWalk) {
   const MS1File file = makeMs1File({makeScan(5, {}), makeScan(2, {}), makeScan(9, {}), makeScan(1, {})});
   const testing::Detection detection = testing::makeDetection(defaultParameters(), file);
   EXPECT_FALSE(detection.input.ms1ScansAscending);
-  EXPECT_EQ(findRelatedScan(detection.input, 6), 3);   // scan 1, the first from the end below 6
+  EXPECT_EQ(findRelatedScan(detection.input, 6), 3);  // scan 1, the first from the end below 6
   EXPECT_EQ(findRelatedScan(detection.input, 1), -1);
   EXPECT_EQ(findRelatedScan(detection.input, 10), 3);
 }
@@ -173,9 +173,9 @@ TEST(GatherMs1Peaks, IndexPastTheEndStopsTheScanLoop) {
   gatherMS1Peaks(detection, 100, 500.0, gathered);  // related = last scan (index 4)
   EXPECT_EQ(detection.scratch.relatedScan, 4);
   EXPECT_EQ(detection.scratch.gatheredCounts[2], 0);
-  EXPECT_EQ(detection.scratch.contextPeaks.size(), 5u);       // offsets -4..0
-  EXPECT_EQ(filteredCell(detection, 0, 300), 100.0);  // offset -4 -> row 0
-  EXPECT_EQ(filteredCell(detection, 4, 300), 100.0);  // offset 0 -> row 4
+  EXPECT_EQ(detection.scratch.contextPeaks.size(), 5u);  // offsets -4..0
+  EXPECT_EQ(filteredCell(detection, 0, 300), 100.0);     // offset -4 -> row 0
+  EXPECT_EQ(filteredCell(detection, 4, 300), 100.0);     // offset 0 -> row 4
   EXPECT_EQ(filteredCell(detection, 5, 300), 0.0);
 }
 

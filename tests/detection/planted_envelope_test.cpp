@@ -7,8 +7,8 @@
 
 #include "detection/candidate_detection.h"
 #include "detection/ms1_peak_gathering.h"
-#include "tests/support/table_adapters.h"
 #include "tests/detection/detection_test_support.h"
+#include "tests/support/table_adapters.h"
 
 namespace corvid {
 namespace {

@@ -8,8 +8,8 @@
 #include "platform/msvc_random.h"
 #include "platform/run_failure.h"
 #include "scoring/svm_light_export.h"
-#include "tests/support/table_adapters.h"
 #include "tests/support/failure_text.h"
+#include "tests/support/table_adapters.h"
 #include "tests/support/test_support.h"
 
 namespace corvid {

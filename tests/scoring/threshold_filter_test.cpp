@@ -1,6 +1,6 @@
 #include "scoring/threshold_filter.h"
-#include "tests/support/table_adapters.h"
 #include "tests/support/failure_text.h"
+#include "tests/support/table_adapters.h"
 
 #include <gtest/gtest.h>
 
