@@ -58,6 +58,60 @@ bool isRecordedPrecursor(const MS2Spectrum& spectrum, const PrecursorRecord& row
   return std::abs(row.mz - recorded) <= recorded * kSamePrecursorPpm * 1e-6;
 }
 
+// The scan's own fields: native id, scan, retention time, activation, analyzer, recorded m/z and
+// charge, each followed by a tab.
+void appendScanFields(std::string& line, const MS2Spectrum& spectrum,
+                      const std::unordered_map<std::uint32_t, std::string>& nativeIds) {
+  const auto id = nativeIds.find(spectrum.scanNumber);
+  if (id != nativeIds.end()) appendText(line, id->second);
+  line += '\t';
+  appendInteger(line, spectrum.scanNumber);
+  line += '\t';
+  appendNumber(line, spectrum.retentionTime);
+  line += '\t';
+  line += activationName(spectrum);
+  line += '\t';
+  line += analyzerName(spectrum);
+  line += '\t';
+  appendNumber(line, recordedMz(spectrum));
+  line += '\t';
+  appendInteger(line, spectrum.charge);
+  line += '\t';
+}
+
+// Nothing accepted: the instrument's precursor is exported, unscored, its feature fields empty.
+void appendRecordedPrecursorFields(std::string& line, const MS2Spectrum& spectrum, bool withWindowShare) {
+  line += "0\t";
+  appendNumber(line, recordedMz(spectrum));
+  line += '\t';
+  appendInteger(line, spectrum.charge);
+  line += '\t';
+  for (std::size_t f = 0; f < kDetectedFeatureCount; ++f) line += '\t';
+  if (withWindowShare) line += '\t';
+  line += '\t';
+}
+
+// One accepted precursor: rank (from 1), m/z, charge, score and the detected features.
+void appendAcceptedFields(std::string& line, const PrecursorRecord& row, std::int32_t rank,
+                          const PrecursorFeatures& features, bool withWindowShare) {
+  appendInteger(line, rank + 1);
+  line += '\t';
+  appendNumber(line, row.mz);
+  line += '\t';
+  appendInteger(line, chargeOfRow(row));
+  line += '\t';
+  if (features.size() > kFeatureScore) appendNumber(line, features[kFeatureScore]);
+  for (std::size_t f = 0; f < kDetectedFeatureCount; ++f) {
+    line += '\t';
+    if (f < features.size()) appendNumber(line, features[f]);
+  }
+  if (withWindowShare) {
+    line += '\t';
+    if (features.size() > kFeatureWindowShare) appendNumber(line, features[kFeatureWindowShare]);
+  }
+  line += '\t';
+}
+
 }  // namespace
 
 std::string precursorTableHeader(bool withWindowShare) {
@@ -147,50 +201,12 @@ void appendPrecursorTableRows(GroupExport group, const MS2File& ms2File,
     anyScan = true;
     currentScan = spectrum.scanNumber;
     std::string line;
-    const auto id = nativeIds.find(spectrum.scanNumber);
-    if (id != nativeIds.end()) appendText(line, id->second);
-    line += '\t';
-    appendInteger(line, spectrum.scanNumber);
-    line += '\t';
-    appendNumber(line, spectrum.retentionTime);
-    line += '\t';
-    line += activationName(spectrum);
-    line += '\t';
-    line += analyzerName(spectrum);
-    line += '\t';
-    appendNumber(line, recordedMz(spectrum));
-    line += '\t';
-    appendInteger(line, spectrum.charge);
-    line += '\t';
+    appendScanFields(line, spectrum, nativeIds);
     if (row == nullptr) {
-      // Nothing accepted: the instrument's precursor is exported, unscored.
-      line += "0\t";
-      appendNumber(line, recordedMz(spectrum));
-      line += '\t';
-      appendInteger(line, spectrum.charge);
-      line += '\t';
-      for (std::size_t f = 0; f < kDetectedFeatureCount; ++f) line += '\t';
-      if (withWindowShare) line += '\t';
-      line += '\t';
+      appendRecordedPrecursorFields(line, spectrum, withWindowShare);
       recordedKept = true;
     } else {
-      const PrecursorFeatures& features = keptFeatures[static_cast<std::size_t>(row - first)];
-      appendInteger(line, rank + 1);
-      line += '\t';
-      appendNumber(line, row->mz);
-      line += '\t';
-      appendInteger(line, chargeOfRow(*row));
-      line += '\t';
-      if (features.size() > kFeatureScore) appendNumber(line, features[kFeatureScore]);
-      for (std::size_t f = 0; f < kDetectedFeatureCount; ++f) {
-        line += '\t';
-        if (f < features.size()) appendNumber(line, features[f]);
-      }
-      if (withWindowShare) {
-        line += '\t';
-        if (features.size() > kFeatureWindowShare) appendNumber(line, features[kFeatureWindowShare]);
-      }
-      line += '\t';
+      appendAcceptedFields(line, *row, rank, keptFeatures[static_cast<std::size_t>(row - first)], withWindowShare);
       if (isRecordedPrecursor(spectrum, *row)) recordedKept = true;
     }
     pending.push_back(std::move(line));

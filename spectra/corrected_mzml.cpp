@@ -297,21 +297,14 @@ bool copyWithCorrections(const std::string& inputPath, const CorrectionsByNative
   if (outcome.error.empty()) outcome.error = copyRun(window, corrections, out, index, outcome);
   if (!outcome.error.empty()) return false;
   out.put("\n");
-  if (!finishIndexedMzML(out, index.spectra, index.chromatograms)) {
-    outcome.error = out.pending.error;
-    return false;
-  }
-  return true;
+  return finishIndexedMzML(out, index.spectra, index.chromatograms, outcome.error);
 }
 
 }  // namespace
 
 CorrectedMzMLOutcome writeCorrectedMzML(const std::string& inputPath, const CorrectionsByNativeId& corrections,
                                         const std::string& outputPath) {
-  CorrectedMzMLOutcome outcome;
-  outcome.written = copyWithCorrections(inputPath, corrections, outputPath, outcome);
-  reportCorrectedMzML(outcome, outputPath);
-  return outcome;
+  return writeReportedCorrectedMzML(copyWithCorrections, inputPath, corrections, outputPath);
 }
 
 }  // namespace corvid

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "platform/reported_output.h"
 #include "platform/run_log.h"
 #include "platform/run_outcome.h"
 
@@ -62,12 +63,7 @@ void putPeakLines(const std::vector<Peak>& peaks, PendingFile& out) {
 bool finishGroupFile(const std::string& path, const SkippedSpectra& skipped, const char* format,
                      PendingFile& out) {
   reportSkippedSpectra(path, skipped, "not written");
-  if (!commitPending(out)) {
-    logMessage(LogLabel::kError, std::string("Fail to write ") + format + " file " + path + ": " + out.error);
-    noteRunProblem(RunProblem::kOutputUnwritable);
-    return false;
-  }
-  return true;
+  return commitReportedOutput(out, std::string(format) + " file");
 }
 
 }  // namespace corvid

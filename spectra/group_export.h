@@ -81,8 +81,10 @@ inline void noteSkipped(std::int64_t scan, std::int64_t rowScan, SkippedSpectra&
 void reportSkippedSpectra(const std::string& path, const SkippedSpectra& skipped,
                           const char* effect);
 
-// The path a writer uses: the given one, or its fixed fallback name when none was given.
-inline std::string exportPathOr(const std::string& path, const char* fallbackPath) {
+// Starts a writer call on the group: its written count goes back to 0, and the path it writes is
+// the given one, or its fixed fallback name when none was given.
+inline std::string startGroupFile(GroupExport& group, const std::string& path, const char* fallbackPath) {
+  group.writtenCount = 0;
   return path.empty() ? std::string(fallbackPath) : path;
 }
 

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "platform/paths.h"
+#include "platform/reported_output.h"
 #include "platform/run_failure.h"
 #include "platform/run_log.h"
 #include "platform/run_outcome.h"
@@ -29,30 +30,12 @@ void loadKXFile(const std::string& path, std::int64_t& size, std::vector<char>& 
 // Opens the data file and its index for writing; logs the failing one.
 bool openPair(const std::string& dataPath, const std::string& indexPath, PendingFile& data,
               PendingFile& index) {
-  if (!openPending(dataPath, data)) {
-    logMessage(LogLabel::kError, "Fail to create KX file " + dataPath + ": " + data.error);
-    noteRunProblem(RunProblem::kOutputUnwritable);
-    return false;
-  }
-  if (!openPending(indexPath, index)) {
-    logMessage(LogLabel::kError, "Fail to create KX index file " + indexPath + ": " + index.error);
-    noteRunProblem(RunProblem::kOutputUnwritable);
-    return false;
-  }
-  return true;
+  return openReportedOutput(dataPath, "KX file", data) && openReportedOutput(indexPath, "KX index file", index);
 }
 
 bool closePair(PendingFile& data, PendingFile& index) {
-  bool dataDone = commitPending(data);
-  bool indexDone = commitPending(index);
-  if (!dataDone) {
-    logMessage(LogLabel::kError, "Fail to write KX file " + data.path + ": " + data.error);
-    noteRunProblem(RunProblem::kOutputUnwritable);
-  }
-  if (!indexDone) {
-    logMessage(LogLabel::kError, "Fail to write KX index file " + index.path + ": " + index.error);
-    noteRunProblem(RunProblem::kOutputUnwritable);
-  }
+  const bool dataDone = commitReportedOutput(data, "KX file");
+  const bool indexDone = commitReportedOutput(index, "KX index file");
   return dataDone && indexDone;
 }
 

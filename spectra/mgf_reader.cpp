@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,13 +13,10 @@
 #include "platform/run_failure.h"
 #include "platform/run_log.h"
 #include "platform/text_pieces.h"
+#include "spectra/mgf_read_notes.h"
 #include "spectra/precursor_record.h"
 
 namespace corvid {
-
-// The line reader takes at most this many characters per piece (a 1024-byte line buffer with its
-// terminating zero); longer lines arrive in several pieces, which are not recognised.
-constexpr std::size_t kLinePiece = 1023;
 
 // A progress line is printed for every scan number that is a multiple of this.
 constexpr std::int64_t kProgressScanStep = 91;
@@ -152,22 +148,6 @@ void dropCarriageReturns(std::string& text) {
 
 enum class ReadMode { Blocks, Peaks, SkipToEnd };
 
-// Values and lines that the reader keeps as it has always read them although they change or
-// drop data; reported together, once per file.
-struct KeptAsReadNotes {
-  std::int64_t nonFiniteValues = 0;    // nan or inf in a peak or in the PEPMASS of a peak list
-  std::int64_t negativeValues = 0;     // negative intensity or PEPMASS
-  std::int64_t overlongLines = 0;      // lines longer than kLinePiece characters
-  std::int64_t overlongPieces = 0;     // the pieces they were read in
-  // Peak lists left by a line that is not a peak, END IONS or the start of the next block (a
-  // missing END IONS has its own report: the blocks it swallows).
-  std::int64_t peakListsEndedEarly = 0;
-  std::int64_t linesSkippedToEnd = 0;    // that line and the lines after it up to END IONS
-  bool skippingToEnd = false;            // such a line was met and END IONS is not yet reached
-  std::int64_t firstEarlyEndLine = 0;    // line number of the first such line
-  std::string firstEarlyEndText;         // and its beginning
-};
-
 struct ReaderState {
   ReadMode mode = ReadMode::Blocks;
   std::int32_t charge = 2;  // default charge, and the last CHARGE read since
@@ -182,14 +162,6 @@ struct ReaderState {
 
 // Characters of an offending line quoted in the report.
 constexpr std::size_t kQuotedLineLength = 40;
-
-void noteValue(double value, KeptAsReadNotes& kept) {
-  if (!std::isfinite(value)) {
-    ++kept.nonFiniteValues;
-  } else if (value < 0.0) {
-    ++kept.negativeValues;
-  }
-}
 
 void noteEarlyEnd(std::string_view line, ReaderState& state) {
   KeptAsReadNotes& kept = state.kept;
@@ -280,60 +252,6 @@ void readPiece(std::string_view line, MGFFile& mgfFile, ReaderState& state) {
   }
 }
 
-// Lines ended by CR alone, without any line feed: the whole file is one line for the reader.
-bool hasCarriageReturnsOnly(std::string_view text) {
-  return text.find('\n') == std::string_view::npos && text.find('\r') != std::string_view::npos;
-}
-
-std::string counted(std::int64_t count, std::string_view one, std::string_view many) {
-  return std::to_string(count) + " " + std::string(count == 1 ? one : many);
-}
-
-// One "Alert" per file listing what was kept as read although it changes or drops data.
-void reportKeptAsRead(std::string_view text, const MGFFile& mgfFile, const ReaderState& state) {
-  const KeptAsReadNotes& kept = state.kept;
-  const bool carriageReturnsOnly = hasCarriageReturnsOnly(text);
-  std::vector<std::string> parts;
-  if (kept.nonFiniteValues > 0) {
-    parts.push_back(counted(kept.nonFiniteValues, "non-finite value", "non-finite values") +
-                    " (nan or inf) copied into peaks or precursor masses");
-  }
-  if (kept.negativeValues > 0) {
-    parts.push_back(counted(kept.negativeValues, "negative value", "negative values") +
-                    " copied into peak intensities or precursor masses");
-  }
-  // A file without line feeds is one long line: its skipped blocks say all there is to say.
-  if (kept.overlongLines > 0 && !carriageReturnsOnly) {
-    parts.push_back(counted(kept.overlongLines, "line", "lines") +
-                    " longer than " + std::to_string(kLinePiece) + " characters split into " +
-                    std::to_string(kept.overlongPieces) +
-                    " pieces, each read as a line of its own (a piece starting with a digit is a peak)");
-  }
-  if (kept.peakListsEndedEarly > 0) {
-    parts.push_back(counted(kept.peakListsEndedEarly, "peak list", "peak lists") +
-                    " ended early at a line that is not a peak (first at line " +
-                    std::to_string(kept.firstEarlyEndLine) + ": \"" + kept.firstEarlyEndText +
-                    "\"), " + counted(kept.linesSkippedToEnd, "line", "lines") +
-                    " up to END IONS skipped");
-  }
-  // A file without line feeds reads as one line in pieces, so its blocks are lost whatever they
-  // hold. (Blocks swallowed for a missing END IONS have an alert of their own.)
-  std::int64_t titles = 0;
-  if (carriageReturnsOnly) {
-    for (std::size_t at = text.find("TITLE="); at != std::string_view::npos; at = text.find("TITLE=", at + 1)) {
-      ++titles;
-    }
-  }
-  if (const std::int64_t lost = titles - static_cast<std::int64_t>(mgfFile.spectra.size()); lost > 0) {
-    parts.push_back(counted(lost, "block", "blocks") +
-                    " skipped: the file has no line feed (its lines end with CR alone), so it reads as "
-                    "one line in pieces of " + std::to_string(kLinePiece) + " characters");
-  }
-  if (parts.empty()) return;
-  std::string message = "MGF file " + mgfFile.path + " was read with data kept as read: ";
-  for (std::size_t i = 0; i < parts.size(); ++i) message += (i == 0 ? "" : "; ") + parts[i];
-  logMessage(LogLabel::kAlert, message + ".");
-}
 
 }  // namespace
 
@@ -399,7 +317,7 @@ void readMGF(MGFFile& mgfFile) {
     logMessage(LogLabel::kAlert, std::to_string(state.orphanPeaks) + " peak lines of " + mgfFile.path +
                             " come before any TITLE and were ignored");
   }
-  reportKeptAsRead(text, mgfFile, state);
+  reportKeptAsRead(text, mgfFile, state.kept);
 }
 
 }  // namespace corvid

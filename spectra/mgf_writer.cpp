@@ -1,12 +1,14 @@
 #include "spectra/mgf_writer.h"
 
-#include "platform/run_log.h"
-#include "platform/run_outcome.h"
+#include "platform/reported_output.h"
 #include "spectra/output_fields.h"
 
 namespace corvid {
 
 namespace {
+
+// Empty path: the fixed fallback name below is used, as it always has been.
+constexpr const char* kMGFFallbackPath = "F:\\test.mgf";
 
 struct MGFBlock {
   std::int64_t scan = 0;
@@ -48,14 +50,9 @@ void putBlock(const std::string& rawName, const MGFBlock& block, const MS2Spectr
 
 bool writeMGF(GroupExport& group, const MS2File& ms2File, bool writeBlocks,
               const std::string& path) {
-  const std::string target = exportPathOr(path, kMGFFallbackPath);
-  group.writtenCount = 0;
+  const std::string target = startGroupFile(group, path, kMGFFallbackPath);
   PendingFile out;
-  if (!openPending(target, out)) {
-    logMessage(LogLabel::kError, "Fail to create MGF file " + target + ": " + out.error);
-    noteRunProblem(RunProblem::kOutputUnwritable);
-    return false;
-  }
+  if (!openReportedOutput(target, "MGF file", out)) return false;
   SkippedSpectra skipped;
   auto putOne = [&](const MS2Spectrum& spectrum, const PrecursorRecord* row,
                     std::int32_t rowIndex) {

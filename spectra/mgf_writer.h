@@ -8,13 +8,11 @@
 
 namespace corvid {
 
-// Empty path: the fixed fallback name below is used, as it always has been.
-inline constexpr const char* kMGFFallbackPath = "F:\\test.mgf";
-
-// Writes the group's MGF file (CR LF line ends). Blocks are written only when `output_mgf` is
-// "1"; otherwise the file is created empty. group.writtenCount gets the number of blocks the
-// group exports (one per accepted precursor or recorded precursor), counted with the switch off
-// too. Returns false, after an "Error" log line naming the file, when the file cannot be written.
+// Writes the group's MGF file (CR LF line ends), to the fixed name F:\test.mgf when path is empty.
+// Blocks are written only when `output_mgf` is "1"; otherwise the file is created empty.
+// group.writtenCount gets the number of blocks the group exports (one per accepted precursor or
+// recorded precursor), counted with the switch off too. Returns false, after an "Error" log line
+// naming the file, when the file cannot be written.
 bool writeMGF(GroupExport& group, const MS2File& ms2File, bool writeBlocks,
               const std::string& path);
 

@@ -35,6 +35,14 @@ const char* valueAt(const char* line, std::int64_t position, const char* end) {
   return line + std::min(position, static_cast<std::int64_t>(end - line));
 }
 
+// Reads the decimal value of an I line into `field`; returns where the value starts.
+template <LineEnds kEnds>
+const char* readDecimalItem(const char* line, std::int64_t position, const char* end, double& field) {
+  const char* value = valueAt(line, position, end);
+  field = scanDecimal(value, end, StopAtValueEnd<kEnds>{});
+  return value;
+}
+
 int activationCodeOf(const std::string& type) {
   for (std::size_t i = 0; i < kActivationNames.size(); ++i) {
     if (type == kActivationNames[i]) return static_cast<int>(i) + 1;
@@ -70,11 +78,7 @@ const char* readItemLine(const char* p, const char* end, MS2Spectrum* spectrum, 
     if (known) ++notes.linesBeforeFirstScan;
     return p;
   }
-  if (key == 'R') {
-    const char* value = valueAt(p, kRetTimeValue, end);
-    spectrum->retentionTime = scanDecimal(value, end, StopAtValueEnd<kEnds>{});
-    return value;
-  }
+  if (key == 'R') return readDecimalItem<kEnds>(p, kRetTimeValue, end, spectrum->retentionTime);
   if (key == 'I' && byteAt(p, 5, end) == 'I') {
     const char* value = valueAt(p, kIonInjectionTimeValue, end);
     spectrum->ionInjectionTime = scanIonInjectionTime(value, end, StopAtValueEnd<kEnds>{});
@@ -84,11 +88,8 @@ const char* readItemLine(const char* p, const char* end, MS2Spectrum* spectrum, 
     readInstrumentType(byteAt(p, kInstrumentTypeValue, end), *spectrum, ms2File, groupNotes);
     return p;
   }
-  if (key == 'A' && byteAt(p, 12, end) == 'C') {
-    const char* value = valueAt(p, kActivationCenterValue, end);
-    spectrum->activationCenter = scanDecimal(value, end, StopAtValueEnd<kEnds>{});
-    return value;
-  }
+  if (key == 'A' && byteAt(p, 12, end) == 'C')
+    return readDecimalItem<kEnds>(p, kActivationCenterValue, end, spectrum->activationCenter);
   if (key == 'A' && byteAt(p, 12, end) == 'T') {
     const char* value = valueAt(p, kActivationTypeValue, end);
     spectrum->activationType.assign(value, std::min(kActivationTypeLength, end - value));

@@ -11,6 +11,9 @@ namespace corvid {
 
 namespace {
 
+// Empty path: the fixed fallback name below is used, as it always has been.
+constexpr const char* kMS2FallbackPath = "C:\\test.ms2";
+
 // The C library's ascii time text of the local time, with its own line feed turned into CR LF.
 void putCreationDate(PendingFile& out) {
   std::time_t now = std::time(nullptr);
@@ -72,8 +75,7 @@ void putScanBlock(const MS2Spectrum& spectrum, double mz, std::int32_t charge, d
 
 bool writeMS2(GroupExport& group, const MS2File& ms2File, bool writeBlocks,
               const std::string& path) {
-  const std::string target = exportPathOr(path, kMS2FallbackPath);
-  group.writtenCount = 0;
+  const std::string target = startGroupFile(group, path, kMS2FallbackPath);
   PendingFile out;
   if (!openPending(target, out)) {
     printConsoleError("Fail to Create MS2 file! Please Check your disk!");

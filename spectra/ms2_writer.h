@@ -9,10 +9,8 @@
 
 namespace corvid {
 
-// Empty path: the fixed fallback name below is used, as it always has been.
-inline constexpr const char* kMS2FallbackPath = "C:\\test.ms2";
-
-// Writes the five header lines and, when `output_ms2` is "1", the scan blocks.
+// Writes the five header lines and, when `output_ms2` is "1", the scan blocks (to the fixed name
+// C:\test.ms2 when path is empty).
 // group.writtenCount gets the number of blocks the group exports, counted with the switch off too.
 // When the file cannot be created, prints "Fail to Create MS2 file! Please Check your disk!" on
 // standard error and returns false.

@@ -17,6 +17,14 @@ void appendScanNumber(std::string& out, std::uint32_t scan) {
   out.append(text, static_cast<std::size_t>(length));
 }
 
+// "S\t<scan>\t<scan>": how every scan's S line starts.
+void appendScanLineStart(std::string& out, std::uint32_t scan) {
+  out += "S\t";
+  appendScanNumber(out, scan);
+  out += '\t';
+  appendScanNumber(out, scan);
+}
+
 void appendItem(std::string& out, const char* key, double value, int decimals) {
   out += "I\t";
   out += key;
@@ -35,10 +43,7 @@ void appendFixed(std::string& out, double value, int decimals) {
 }
 
 void appendMS1Header(std::string& out, const ExtractedScan& scan) {
-  out += "S\t";
-  appendScanNumber(out, scan.scan);
-  out += '\t';
-  appendScanNumber(out, scan.scan);
+  appendScanLineStart(out, scan.scan);
   out += "\r\n";
   appendItem(out, "RetTime", scan.retentionTime, kTimeDecimals);
   out += "I\tInstrumentType\t";
@@ -47,10 +52,7 @@ void appendMS1Header(std::string& out, const ExtractedScan& scan) {
 }
 
 void appendMS2Header(std::string& out, const ExtractedScan& scan) {
-  out += "S\t";
-  appendScanNumber(out, scan.scan);
-  out += '\t';
-  appendScanNumber(out, scan.scan);
+  appendScanLineStart(out, scan.scan);
   out += '\t';
   appendFixed(out, scan.precursorMz, kMzDecimals);
   out += "\r\n";

@@ -102,20 +102,28 @@ std::string selectedIonList(const std::vector<CorrectedPrecursor>& precursors, s
 }
 
 bool finishIndexedMzML(MzMLOutput& out, const std::vector<IndexEntry>& spectra,
-                       const std::vector<IndexEntry>& chromatograms) {
+                       const std::vector<IndexEntry>& chromatograms, std::string& error) {
   const std::uint64_t indexOffset = out.offset;
   out.put(indexText(spectra, chromatograms));
   out.put("<indexListOffset>" + std::to_string(indexOffset) + "</indexListOffset>\n<fileChecksum>");
   const std::string digest = sha1Hex(out.checksum);
   out.checksummed = true;
   out.put(digest + "</fileChecksum>\n</indexedmzML>\n");
-  return commitPending(out.pending);
+  if (commitPending(out.pending)) return true;
+  error = out.pending.error;
+  return false;
 }
 
-void reportCorrectedMzML(const CorrectedMzMLOutcome& outcome, const std::string& target) {
-  if (outcome.written) return;
-  logMessage(LogLabel::kError, "Fail to write the corrected mzML " + target + ": " + outcome.error);
-  noteRunProblem(RunProblem::kOutputUnwritable);
+CorrectedMzMLOutcome writeReportedCorrectedMzML(CorrectedMzMLCopy copy, const std::string& inputPath,
+                                                const CorrectionsByNativeId& corrections,
+                                                const std::string& outputPath) {
+  CorrectedMzMLOutcome outcome;
+  outcome.written = copy(inputPath, corrections, outputPath, outcome);
+  if (!outcome.written) {
+    logMessage(LogLabel::kError, "Fail to write the corrected mzML " + outputPath + ": " + outcome.error);
+    noteRunProblem(RunProblem::kOutputUnwritable);
+  }
+  return outcome;
 }
 
 std::string escapeXml(std::string_view text) {

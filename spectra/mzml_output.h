@@ -52,13 +52,21 @@ struct IndexEntry {
   std::uint64_t offset = 0;
 };
 
-// Writes the index, its offset and the checksum, closes </indexedmzML> and commits the file.
+// Writes the index, its offset and the checksum, closes </indexedmzML> and commits the file;
+// false, with error set to the cause, when the file could not be written.
 bool finishIndexedMzML(MzMLOutput& out, const std::vector<IndexEntry>& spectra,
-                       const std::vector<IndexEntry>& chromatograms);
+                       const std::vector<IndexEntry>& chromatograms, std::string& error);
 
-// A corrected mzML that was not written gets its one Error, naming the file and the cause, and
-// counts as an output that could not be written.
-void reportCorrectedMzML(const CorrectedMzMLOutcome& outcome, const std::string& target);
+// One way of making a corrected mzML (from an mzML, from an mzXML): fills the outcome and
+// returns whether the file was written, with outcome.error saying why not.
+using CorrectedMzMLCopy = bool (*)(const std::string& inputPath, const CorrectionsByNativeId& corrections,
+                                   const std::string& outputPath, CorrectedMzMLOutcome& outcome);
+
+// Runs copy; a corrected mzML that was not written gets its one Error, naming the file and the
+// cause, and counts as an output that could not be written.
+CorrectedMzMLOutcome writeReportedCorrectedMzML(CorrectedMzMLCopy copy, const std::string& inputPath,
+                                                const CorrectionsByNativeId& corrections,
+                                                const std::string& outputPath);
 
 // Text with &, <, >, " escaped for an attribute value.
 std::string escapeXml(std::string_view text);

@@ -117,6 +117,31 @@ void binaryArrayParam(MzMLReader& reader, std::string_view accession) {
     e = {64, true, NumpressKind::Slof, false};
 }
 
+// A cvParam of the spectrum or its scan: level, retention time, injection time, filter line.
+void spectrumParam(MzMLReader& reader, const CvParam& param) {
+  OpenSpectrum& s = reader.spectrum;
+  const std::string& accession = param.accession;
+  double value = 0.0;
+  if (accession == cv::kMsLevel) {
+    long long level = 0;
+    if (!parseInteger(param.value, level) || level < 0 || level > 1000)
+      return fail(reader,
+                  spectrumName(reader) + " has an invalid ms level \"" + param.value + "\"");
+    s.msLevel = static_cast<int>(level);
+  } else if (accession == cv::kScanStartTime && !reader.sawRetentionTime) {
+    if (!parseReal(param.value, value))
+      return fail(reader, spectrumName(reader) + " has an invalid scan start time \"" +
+                              param.value + "\"");
+    bool minutes = param.unitAccession == "UO:0000031" || param.unitName == "minute";
+    s.retentionTime = minutes ? value * 60.0 : value;
+    reader.sawRetentionTime = true;
+  } else if (accession == cv::kIonInjectionTime) {
+    if (parseReal(param.value, value)) s.ionInjectionTime = value;
+  } else if (accession == cv::kFilterString) {
+    s.filterText = param.value;
+  }
+}
+
 void handleCvParam(MzMLReader& reader, Context context, const CvParam& param) {
   OpenSpectrum& s = reader.spectrum;
   const std::string& accession = param.accession;
@@ -124,24 +149,7 @@ void handleCvParam(MzMLReader& reader, Context context, const CvParam& param) {
   switch (context) {
     case Context::Spectrum:
     case Context::Scan:
-      if (accession == cv::kMsLevel) {
-        long long level = 0;
-        if (!parseInteger(param.value, level) || level < 0 || level > 1000)
-          return fail(reader,
-                      spectrumName(reader) + " has an invalid ms level \"" + param.value + "\"");
-        s.msLevel = static_cast<int>(level);
-      } else if (accession == cv::kScanStartTime && !reader.sawRetentionTime) {
-        if (!parseReal(param.value, value))
-          return fail(reader, spectrumName(reader) + " has an invalid scan start time \"" +
-                                  param.value + "\"");
-        bool minutes = param.unitAccession == "UO:0000031" || param.unitName == "minute";
-        s.retentionTime = minutes ? value * 60.0 : value;
-        reader.sawRetentionTime = true;
-      } else if (accession == cv::kIonInjectionTime) {
-        if (parseReal(param.value, value)) s.ionInjectionTime = value;
-      } else if (accession == cv::kFilterString) {
-        s.filterText = param.value;
-      }
+      spectrumParam(reader, param);
       return;
     case Context::IsolationWindow:
       if (accession == cv::kIsolationWindowTargetMz && parseReal(param.value, value)) {

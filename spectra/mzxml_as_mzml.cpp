@@ -85,6 +85,41 @@ std::string binaryArray(const std::vector<double>& values, bool mz, std::string&
   return out;
 }
 
+// The precursor of an MS2 scan: isolation window, Corvid's precursors as selected ions (or the
+// instrument's own when none were accepted) and the activation. `corrected` tells which it was.
+void appendPrecursorList(std::string& out, const OpenSpectrum& s, const CorrectionsByNativeId& corrections,
+                         bool& corrected) {
+  out += "\t\t\t\t<precursorList count=\"1\">\n";
+  out += s.precursorRef.empty() ? "\t\t\t\t\t<precursor>\n"
+                                : "\t\t\t\t\t<precursor spectrumRef=\"" + escapeXml(s.precursorRef) + "\">\n";
+  if (s.hasIsolationTarget) {
+    out += "\t\t\t\t\t\t<isolationWindow>\n\t\t\t\t\t\t\t" +
+           cvParam(cv::kIsolationWindowTargetMz, "isolation window target m/z",
+                   valueAttribute(formatNumber(s.isolationTarget)) + unitAttributes("MS", cv::kMz, "m/z")) +
+           "\n\t\t\t\t\t\t</isolationWindow>\n";
+  }
+  const auto found = corrections.find(s.nativeId);
+  const std::string instrumentMz = s.hasSelectedMz ? formatNumber(s.selectedMz) : std::string();
+  const std::string instrumentCharge = s.charge > 0 ? std::to_string(s.charge) : std::string();
+  if (found != corrections.end() && !found->second.empty()) {
+    out += "\t\t\t\t\t\t" + selectedIonList(found->second, "\t\t\t\t\t\t", instrumentMz, instrumentCharge) + "\n";
+    corrected = true;
+  } else if (s.hasSelectedMz) {
+    out += "\t\t\t\t\t\t<selectedIonList count=\"1\">\n\t\t\t\t\t\t\t<selectedIon>\n";
+    out += "\t\t\t\t\t\t\t\t" +
+           cvParam(cv::kSelectedIonMz, "selected ion m/z",
+                   valueAttribute(instrumentMz) + unitAttributes("MS", cv::kMz, "m/z")) +
+           "\n";
+    if (!instrumentCharge.empty()) {
+      out += "\t\t\t\t\t\t\t\t" + cvParam(cv::kChargeState, "charge state", valueAttribute(instrumentCharge)) + "\n";
+    }
+    out += "\t\t\t\t\t\t\t</selectedIon>\n\t\t\t\t\t\t</selectedIonList>\n";
+  }
+  const auto [accession, name] = activationTerm(s.activation);
+  out += "\t\t\t\t\t\t<activation>\n\t\t\t\t\t\t\t" + cvParam(accession, name) + "\n\t\t\t\t\t\t</activation>\n";
+  out += "\t\t\t\t\t</precursor>\n\t\t\t\t</precursorList>\n";
+}
+
 std::string spectrumElement(const OpenSpectrum& s, std::size_t index, const CorrectionsByNativeId& corrections,
                             bool& corrected, std::string& error) {
   const std::string id = escapeXml(s.nativeId);
@@ -116,37 +151,7 @@ std::string spectrumElement(const OpenSpectrum& s, std::size_t index, const Corr
            "\n";
   }
   out += "\t\t\t\t\t</scan>\n\t\t\t\t</scanList>\n";
-  if (s.msLevel > 1) {
-    out += "\t\t\t\t<precursorList count=\"1\">\n";
-    out += s.precursorRef.empty() ? "\t\t\t\t\t<precursor>\n"
-                                  : "\t\t\t\t\t<precursor spectrumRef=\"" + escapeXml(s.precursorRef) + "\">\n";
-    if (s.hasIsolationTarget) {
-      out += "\t\t\t\t\t\t<isolationWindow>\n\t\t\t\t\t\t\t" +
-             cvParam(cv::kIsolationWindowTargetMz, "isolation window target m/z",
-                     valueAttribute(formatNumber(s.isolationTarget)) + unitAttributes("MS", cv::kMz, "m/z")) +
-             "\n\t\t\t\t\t\t</isolationWindow>\n";
-    }
-    const auto found = corrections.find(s.nativeId);
-    const std::string instrumentMz = s.hasSelectedMz ? formatNumber(s.selectedMz) : std::string();
-    const std::string instrumentCharge = s.charge > 0 ? std::to_string(s.charge) : std::string();
-    if (found != corrections.end() && !found->second.empty()) {
-      out += "\t\t\t\t\t\t" + selectedIonList(found->second, "\t\t\t\t\t\t", instrumentMz, instrumentCharge) + "\n";
-      corrected = true;
-    } else if (s.hasSelectedMz) {
-      out += "\t\t\t\t\t\t<selectedIonList count=\"1\">\n\t\t\t\t\t\t\t<selectedIon>\n";
-      out += "\t\t\t\t\t\t\t\t" +
-             cvParam(cv::kSelectedIonMz, "selected ion m/z",
-                     valueAttribute(instrumentMz) + unitAttributes("MS", cv::kMz, "m/z")) +
-             "\n";
-      if (!instrumentCharge.empty()) {
-        out += "\t\t\t\t\t\t\t\t" + cvParam(cv::kChargeState, "charge state", valueAttribute(instrumentCharge)) + "\n";
-      }
-      out += "\t\t\t\t\t\t\t</selectedIon>\n\t\t\t\t\t\t</selectedIonList>\n";
-    }
-    const auto [accession, name] = activationTerm(s.activation);
-    out += "\t\t\t\t\t\t<activation>\n\t\t\t\t\t\t\t" + cvParam(accession, name) + "\n\t\t\t\t\t\t</activation>\n";
-    out += "\t\t\t\t\t</precursor>\n\t\t\t\t</precursorList>\n";
-  }
+  if (s.msLevel > 1) appendPrecursorList(out, s, corrections, corrected);
   out += "\t\t\t\t<binaryDataArrayList count=\"2\">\n";
   out += binaryArray(s.mz, true, error);
   out += binaryArray(s.intensity, false, error);
@@ -253,21 +258,14 @@ bool convertWithCorrections(const std::string& inputPath, const CorrectionsByNat
   }
   outcome.spectra = count;
   out.put("\t\t</spectrumList>\n\t</run>\n</mzML>\n");
-  if (!finishIndexedMzML(out, index, {})) {
-    outcome.error = out.pending.error;
-    return false;
-  }
-  return true;
+  return finishIndexedMzML(out, index, {}, outcome.error);
 }
 
 }  // namespace
 
 CorrectedMzMLOutcome writeCorrectedMzMLFromMzXML(const std::string& inputPath, const CorrectionsByNativeId& corrections,
                                                  const std::string& outputPath) {
-  CorrectedMzMLOutcome outcome;
-  outcome.written = convertWithCorrections(inputPath, corrections, outputPath, outcome);
-  reportCorrectedMzML(outcome, outputPath);
-  return outcome;
+  return writeReportedCorrectedMzML(convertWithCorrections, inputPath, corrections, outputPath);
 }
 
 }  // namespace corvid

@@ -167,91 +167,120 @@ bool replayContent(const Relay& relay, const XmlContentEvents& content, const ch
   return true;
 }
 
-enum class StreamResult { Done, ParseFailed, ReadFailed };
+// Going: the step left the stream running; the others end it.
+enum class StreamResult { Done, ParseFailed, ReadFailed, Going };
 
-// Streams the whole file. Without a direct-content element every byte goes to the parser. With
-// one, each start tag of that element goes to the parser; when the parser has reported exactly
-// that tag as its last event and the content up to the end tag is plain markup, the streamer gives
-// the content's events to the handlers itself and the parser goes on from the end tag.
-StreamResult streamXml(XmlFeeder& feeder, Relay& relay, const XmlStreamLimits& limits,
-                       XmlStreamState& state) {
-  const std::string& handlerError = state.error;
-  const char* element = relay.handlers->directContentElement;
-  const std::string open = element != nullptr ? "<" + std::string(element) : std::string();
-  const std::string close = element != nullptr ? "</" + std::string(element) + ">" : std::string();
-  std::size_t searchFrom = 0;  // where the next start tag may begin
-  bool inContent = false;      // the parser has just reported the start tag ending at fed
-  std::size_t closeFrom = 0;   // where the end tag may begin, while inContent
-  XmlContentEvents content;
-  std::vector<const XML_Char*> attributes;
-
-  auto refill = [&]() {
-    std::size_t shift = 0;
-    if (!feeder.refill(shift)) return false;
-    searchFrom -= shift;
-    if (inContent) closeFrom -= shift;
-    return true;
-  };
-
+// Without a direct-content element every byte goes to the parser.
+StreamResult streamWhole(XmlFeeder& feeder) {
   for (;;) {
-    const char* data = feeder.data();
-    const std::size_t filled = feeder.filled();
-    if (inContent) {
-      std::size_t closeAt = std::string_view(data, filled).find(close, closeFrom);
-      if (closeAt == std::string_view::npos) {
-        if (!feeder.atEnd() && filled - feeder.fed() <= limits.maxDirectContent) {
-          closeFrom = std::max(closeFrom, filled >= close.size() ? filled - (close.size() - 1) : 0);
-          if (!refill()) return StreamResult::ReadFailed;
-          continue;
-        }
-      } else if (closeAt - feeder.fed() <= limits.maxDirectContent &&
-                 scanPlainXmlContent(data + feeder.fed(), data + closeAt, content)) {
-        if (!replayContent(relay, content, data + feeder.fed(), attributes, handlerError))
-          return StreamResult::ParseFailed;
-        feeder.skip(closeAt, content.lineBreaks);
-        ++state.directContents;
+    if (!feeder.give(feeder.filled(), feeder.atEnd())) return StreamResult::ParseFailed;
+    if (feeder.atEnd()) return StreamResult::Done;
+    std::size_t shift = 0;
+    if (!feeder.refill(shift)) return StreamResult::ReadFailed;
+  }
+}
+
+// Streams a file with a direct-content element: each start tag of that element goes to the
+// parser; when the parser has reported exactly that tag as its last event and the content up to
+// the end tag is plain markup, the streamer gives the content's events to the handlers itself and
+// the parser goes on from the end tag.
+class DirectContentStreamer {
+ public:
+  DirectContentStreamer(XmlFeeder& feeder, Relay& relay, const XmlStreamLimits& limits, XmlStreamState& state)
+      : feeder_(feeder), relay_(relay), limits_(limits), state_(state),
+        open_("<" + std::string(relay.handlers->directContentElement)),
+        close_("</" + std::string(relay.handlers->directContentElement) + ">") {}
+
+  StreamResult run() {
+    for (;;) {
+      const StreamResult step = inContent_ ? contentStep() : tagStep();
+      if (step != StreamResult::Going) return step;
+    }
+  }
+
+ private:
+  // Reads one more block; the positions kept in the buffer move with its bytes.
+  bool refill() {
+    std::size_t shift = 0;
+    if (!feeder_.refill(shift)) return false;
+    searchFrom_ -= shift;
+    if (inContent_) closeFrom_ -= shift;
+    return true;
+  }
+
+  // With the parser just past the element's start tag: replays its content when the end tag is
+  // near enough and the content is plain markup; otherwise leaves the content to the parser.
+  StreamResult contentStep() {
+    const char* data = feeder_.data();
+    const std::size_t filled = feeder_.filled();
+    std::size_t closeAt = std::string_view(data, filled).find(close_, closeFrom_);
+    if (closeAt == std::string_view::npos) {
+      if (!feeder_.atEnd() && filled - feeder_.fed() <= limits_.maxDirectContent) {
+        closeFrom_ = std::max(closeFrom_, filled >= close_.size() ? filled - (close_.size() - 1) : 0);
+        return refill() ? StreamResult::Going : StreamResult::ReadFailed;
       }
-      // Content not taken goes through the parser like the rest of the file.
-      inContent = false;
-      searchFrom = feeder.fed();
-      continue;
+    } else if (closeAt - feeder_.fed() <= limits_.maxDirectContent &&
+               scanPlainXmlContent(data + feeder_.fed(), data + closeAt, content_)) {
+      if (!replayContent(relay_, content_, data + feeder_.fed(), attributes_, state_.error))
+        return StreamResult::ParseFailed;
+      feeder_.skip(closeAt, content_.lineBreaks);
+      ++state_.directContents;
     }
-    if (element == nullptr) {
-      if (!feeder.give(filled, feeder.atEnd())) return StreamResult::ParseFailed;
-      if (feeder.atEnd()) return StreamResult::Done;
-      if (!refill()) return StreamResult::ReadFailed;
-      continue;
-    }
-    std::size_t tag = std::string_view(data, filled).find(open, searchFrom);
+    // Content not taken goes through the parser like the rest of the file.
+    inContent_ = false;
+    searchFrom_ = feeder_.fed();
+    return StreamResult::Going;
+  }
+
+  // Gives the parser everything up to the end of the element's next start tag.
+  StreamResult tagStep() {
+    const char* data = feeder_.data();
+    const std::size_t filled = feeder_.filled();
+    std::size_t tag = std::string_view(data, filled).find(open_, searchFrom_);
     const bool found = tag != std::string_view::npos;
     std::size_t tagEnd = std::string_view::npos;
-    if (found && tag + open.size() < filled) {
-      if (!isTagSeparator(data[tag + open.size()])) {  // a longer name, such as <spectrumList
-        searchFrom = tag + 1;
-        continue;
+    if (found && tag + open_.size() < filled) {
+      if (!isTagSeparator(data[tag + open_.size()])) {  // a longer name, such as <spectrumList
+        searchFrom_ = tag + 1;
+        return StreamResult::Going;
       }
-      tagEnd = findTagEnd(data, tag + open.size(), filled);
+      tagEnd = findTagEnd(data, tag + open_.size(), filled);
     }
     if (tagEnd == std::string_view::npos) {
-      if (feeder.atEnd()) {
-        if (!feeder.give(filled, true)) return StreamResult::ParseFailed;
-        return StreamResult::Done;
-      }
+      if (feeder_.atEnd()) return feeder_.give(filled, true) ? StreamResult::Done : StreamResult::ParseFailed;
       // Keep what may be the start of a tag for the next block; an overlong one goes through.
       std::size_t keepFrom =
-          found ? tag
-                : std::max(searchFrom, filled >= open.size() ? filled - (open.size() - 1) : 0);
-      if (filled - keepFrom > limits.block) keepFrom = filled;
-      if (!feeder.give(keepFrom, false)) return StreamResult::ParseFailed;
-      searchFrom = keepFrom;
-      if (!refill()) return StreamResult::ReadFailed;
-      continue;
+          found ? tag : std::max(searchFrom_, filled >= open_.size() ? filled - (open_.size() - 1) : 0);
+      if (filled - keepFrom > limits_.block) keepFrom = filled;
+      if (!feeder_.give(keepFrom, false)) return StreamResult::ParseFailed;
+      searchFrom_ = keepFrom;
+      return refill() ? StreamResult::Going : StreamResult::ReadFailed;
     }
-    XML_Index tagOffset = feeder.offsetOf(tag);
-    if (!feeder.give(tagEnd + 1, false)) return StreamResult::ParseFailed;
-    inContent = relay.directStart == tagOffset;  // an empty element's end event cleared it
-    closeFrom = searchFrom = tagEnd + 1;
+    XML_Index tagOffset = feeder_.offsetOf(tag);
+    if (!feeder_.give(tagEnd + 1, false)) return StreamResult::ParseFailed;
+    inContent_ = relay_.directStart == tagOffset;  // an empty element's end event cleared it
+    closeFrom_ = searchFrom_ = tagEnd + 1;
+    return StreamResult::Going;
   }
+
+  XmlFeeder& feeder_;
+  Relay& relay_;
+  const XmlStreamLimits& limits_;
+  XmlStreamState& state_;
+  const std::string open_;
+  const std::string close_;
+  std::size_t searchFrom_ = 0;  // where the next start tag may begin
+  bool inContent_ = false;      // the parser has just reported the start tag ending at fed
+  std::size_t closeFrom_ = 0;   // where the end tag may begin, while inContent_
+  XmlContentEvents content_;
+  std::vector<const XML_Char*> attributes_;
+};
+
+// Streams the whole file, through the direct-content path when the reader names an element.
+StreamResult streamXml(XmlFeeder& feeder, Relay& relay, const XmlStreamLimits& limits,
+                       XmlStreamState& state) {
+  if (relay.handlers->directContentElement == nullptr) return streamWhole(feeder);
+  return DirectContentStreamer(feeder, relay, limits, state).run();
 }
 
 }  // namespace
