@@ -141,7 +141,8 @@ bool copyIntoPlace(const std::string& from, const std::string& to, std::string& 
   }
   char buffer[1 << 16];
   std::size_t count = 0;
-  while ((count = std::fread(buffer, 1, sizeof buffer, source)) > 0) writeToFile(target, std::string_view(buffer, count));
+  while ((count = std::fread(buffer, 1, sizeof buffer, source)) > 0)
+    writeToFile(target, std::string_view(buffer, count));
   if (std::ferror(source) != 0) {
     target.failed = true;
     target.error = "cannot read " + from;

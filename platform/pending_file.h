@@ -15,13 +15,13 @@
 namespace corvid {
 
 struct PendingFile {
-  std::string path;            // the name the file gets when it is complete
-  std::string temporaryPath;   // where the bytes go until then (empty when written in place)
-  std::FILE* file = nullptr;   // open between openPending and commitPending
-  std::string buffer;          // bytes not yet handed to the file
-  std::uint64_t flushed = 0;   // bytes handed to the file
-  bool failed = false;         // a write failed
-  std::string error;           // why opening, writing or committing failed
+  std::string path;           // the name the file gets when it is complete
+  std::string temporaryPath;  // where the bytes go until then (empty when written in place)
+  std::FILE* file = nullptr;  // open between openPending and commitPending
+  std::string buffer;         // bytes not yet handed to the file
+  std::uint64_t flushed = 0;  // bytes handed to the file
+  bool failed = false;        // a write failed
+  std::string error;          // why opening, writing or committing failed
 
   PendingFile() = default;
   PendingFile(const PendingFile&) = delete;

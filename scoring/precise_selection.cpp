@@ -72,9 +72,9 @@ const std::vector<std::string>& classifierInputNames() {
     std::vector<std::string> inputs;
     for (std::size_t feature : kClassifierFeatures) inputs.emplace_back(kDetectedFeatureNames[feature]);
     inputs.emplace_back(kWindowShareFeatureName);
-    for (const char* context : {"score", "rank", "score_below_best", "candidates_in_scan", "relative_pif",
-                                "isotope_of_better", "other_charge_of_better", "better_is_its_isotope",
-                                "relative_window_share"})
+    for (const char* context :
+         {"score", "rank", "score_below_best", "candidates_in_scan", "relative_pif", "isotope_of_better",
+          "other_charge_of_better", "better_is_its_isotope", "relative_window_share"})
       inputs.emplace_back(context);
     return inputs;
   }();

@@ -245,8 +245,8 @@ bool copyElement(InputWindow& window, bool spectrum, const CorrectionsByNativeId
 }
 
 // The run up to </mzML>, element by element. Returns why the input cannot be copied, or nothing.
-std::string copyRun(InputWindow& window, const CorrectionsByNativeId& corrections, MzMLOutput& out,
-                    RunIndex& index, CorrectedMzMLOutcome& outcome) {
+std::string copyRun(InputWindow& window, const CorrectionsByNativeId& corrections, MzMLOutput& out, RunIndex& index,
+                    CorrectedMzMLOutcome& outcome) {
   std::size_t cursor = 0;
   for (;;) {
     const std::size_t tag = window.find("<", cursor);

@@ -74,10 +74,8 @@ bool writeExtractedSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::st
   ExtractedScan e = describe(spectrum, x);
   e.peakCount = static_cast<std::uint32_t>(usable);
   ScanKey key{e.retentionTime, e.nativeScan, e.idHash, e.precursorRefHash, 0, 0, 0, e.msLevel};
-  if (x.nativeOrder)
-    x.nativeOrder = x.keys.empty() ? nativeNumberUsable(key) : keepsNativeOrder(x.keys.back(), key);
-  e.scan = x.nativeOrder ? static_cast<std::uint32_t>(e.nativeScan)
-                         : static_cast<std::uint32_t>(x.keys.size() + 1);
+  if (x.nativeOrder) x.nativeOrder = x.keys.empty() ? nativeNumberUsable(key) : keepsNativeOrder(x.keys.back(), key);
+  e.scan = x.nativeOrder ? static_cast<std::uint32_t>(e.nativeScan) : static_cast<std::uint32_t>(x.keys.size() + 1);
   if (e.msLevel == 2) {
     e.precursorScan = x.lastMS1;
     if (!isKnownActivation(e)) ++x.unknownActivations;
@@ -96,16 +94,14 @@ bool writeExtractedSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::st
   e.peakOffset = positionOf(out);
   std::size_t negatives = 0;  // none left: negative peaks were taken out above
   if (!appendPeakLines(out.buffer, *mz, *intensity, negatives)) {
-    error = "spectrum \"" + spectrum.nativeId +
-            "\" holds a peak value that is not a finite, non-negative number";
+    error = "spectrum \"" + spectrum.nativeId + "\" holds a peak value that is not a finite, non-negative number";
     return false;
   }
   e.peakBytes = positionOf(out) - e.peakOffset;
   loadAppended(x, out, from, e.msLevel);
   appendRecord(x.records, e);
   x.keys.push_back(key);
-  for (PendingFile* file : {&out, &x.records, &x.ids})
-    flushIfLarge(*file);
+  for (PendingFile* file : {&out, &x.records, &x.ids}) flushIfLarge(*file);
   return true;
 }
 

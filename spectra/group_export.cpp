@@ -60,8 +60,7 @@ void putPeakLines(const std::vector<Peak>& peaks, PendingFile& out) {
   }
 }
 
-bool finishGroupFile(const std::string& path, const SkippedSpectra& skipped, const char* format,
-                     PendingFile& out) {
+bool finishGroupFile(const std::string& path, const SkippedSpectra& skipped, const char* format, PendingFile& out) {
   reportSkippedSpectra(path, skipped, "not written");
   return commitReportedOutput(out, std::string(format) + " file");
 }

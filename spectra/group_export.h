@@ -106,7 +106,6 @@ void putPeakLines(const std::vector<Peak>& peaks, PendingFile& out);
 // Ends a writer's file: the "Alert" line for spectra not written, then the close. Returns false
 // after the "Error" line "Fail to write <format> file <path>" when the bytes did not all reach the
 // disk.
-bool finishGroupFile(const std::string& path, const SkippedSpectra& skipped, const char* format,
-                     PendingFile& out);
+bool finishGroupFile(const std::string& path, const SkippedSpectra& skipped, const char* format, PendingFile& out);
 
 }  // namespace corvid

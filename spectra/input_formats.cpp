@@ -20,11 +20,20 @@ struct OptionSpelling {
   InputFormat format;
 };
 constexpr std::array<OptionSpelling, 14> kOptionSpellings{{
-    {"Raw", InputFormat::kRaw},     {"RAW", InputFormat::kRaw},     {"raw", InputFormat::kRaw},
-    {"MGF", InputFormat::kMGF},     {"mgf", InputFormat::kMGF},     {"Wiff", InputFormat::kWiff},
-    {"WIFF", InputFormat::kWiff},   {"wiff", InputFormat::kWiff},   {"mzml", InputFormat::kMzML},
-    {"mzML", InputFormat::kMzML},   {"MZML", InputFormat::kMzML},   {"mzxml", InputFormat::kMzXML},
-    {"mzXML", InputFormat::kMzXML}, {"MZXML", InputFormat::kMzXML},
+    {"Raw", InputFormat::kRaw},
+    {"RAW", InputFormat::kRaw},
+    {"raw", InputFormat::kRaw},
+    {"MGF", InputFormat::kMGF},
+    {"mgf", InputFormat::kMGF},
+    {"Wiff", InputFormat::kWiff},
+    {"WIFF", InputFormat::kWiff},
+    {"wiff", InputFormat::kWiff},
+    {"mzml", InputFormat::kMzML},
+    {"mzML", InputFormat::kMzML},
+    {"MZML", InputFormat::kMzML},
+    {"mzxml", InputFormat::kMzXML},
+    {"mzXML", InputFormat::kMzXML},
+    {"MZXML", InputFormat::kMzXML},
 }};
 
 bool endsWithAny(std::string_view name, std::span<const std::string_view> spellings) {

@@ -28,8 +28,7 @@ void loadKXFile(const std::string& path, std::int64_t& size, std::vector<char>& 
 }
 
 // Opens the data file and its index for writing; logs the failing one.
-bool openPair(const std::string& dataPath, const std::string& indexPath, PendingFile& data,
-              PendingFile& index) {
+bool openPair(const std::string& dataPath, const std::string& indexPath, PendingFile& data, PendingFile& index) {
   return openReportedOutput(dataPath, "KX file", data) && openReportedOutput(indexPath, "KX index file", index);
 }
 
@@ -247,8 +246,8 @@ std::int64_t writeMergedHeader(const KXReader& reader, PendingFile& out, std::in
   return reader.headerLength;
 }
 
-void appendKX(const KXReader& reader, PendingFile& outData, PendingFile& outIndex,
-              std::int64_t& outPosition, std::int64_t headerLength) {
+void appendKX(const KXReader& reader, PendingFile& outData, PendingFile& outIndex, std::int64_t& outPosition,
+              std::int64_t headerLength) {
   const std::int64_t shift = outPosition - headerLength;
   putBytes(outData, std::string_view(reader.data.data() + headerLength,
                                      static_cast<std::size_t>(reader.dataSize - headerLength)));

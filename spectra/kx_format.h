@@ -63,8 +63,8 @@ void readKXHeader(KXReader& reader);
 std::int64_t writeMergedHeader(const KXReader& reader, PendingFile& out, std::int64_t totalCount);
 // Appends the reader's records (data after its header) and its index entries, offsets shifted
 // to outPosition; outPosition then moves past the appended records.
-void appendKX(const KXReader& reader, PendingFile& outData, PendingFile& outIndex,
-              std::int64_t& outPosition, std::int64_t headerLength);
+void appendKX(const KXReader& reader, PendingFile& outData, PendingFile& outIndex, std::int64_t& outPosition,
+              std::int64_t headerLength);
 // Merges the KX2 files of the parts of one acquisition into targetPath and targetPath + "idx":
 // the count is the sum, the title that of the first part. False (with an "Error" line) when
 // there is no part or the output cannot be written.

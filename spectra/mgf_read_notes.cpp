@@ -32,17 +32,15 @@ void reportKeptAsRead(std::string_view text, const MGFFile& mgfFile, const KeptA
   }
   // A file without line feeds is one long line: its skipped blocks say all there is to say.
   if (kept.overlongLines > 0 && !carriageReturnsOnly) {
-    parts.push_back(counted(kept.overlongLines, "line", "lines") +
-                    " longer than " + std::to_string(kLinePiece) + " characters split into " +
-                    std::to_string(kept.overlongPieces) +
+    parts.push_back(counted(kept.overlongLines, "line", "lines") + " longer than " + std::to_string(kLinePiece) +
+                    " characters split into " + std::to_string(kept.overlongPieces) +
                     " pieces, each read as a line of its own (a piece starting with a digit is a peak)");
   }
   if (kept.peakListsEndedEarly > 0) {
     parts.push_back(counted(kept.peakListsEndedEarly, "peak list", "peak lists") +
                     " ended early at a line that is not a peak (first at line " +
-                    std::to_string(kept.firstEarlyEndLine) + ": \"" + kept.firstEarlyEndText +
-                    "\"), " + counted(kept.linesSkippedToEnd, "line", "lines") +
-                    " up to END IONS skipped");
+                    std::to_string(kept.firstEarlyEndLine) + ": \"" + kept.firstEarlyEndText + "\"), " +
+                    counted(kept.linesSkippedToEnd, "line", "lines") + " up to END IONS skipped");
   }
   // A file without line feeds reads as one line in pieces, so its blocks are lost whatever they
   // hold. (Blocks swallowed for a missing END IONS have an alert of their own.)
@@ -55,7 +53,8 @@ void reportKeptAsRead(std::string_view text, const MGFFile& mgfFile, const KeptA
   if (const std::int64_t lost = titles - static_cast<std::int64_t>(mgfFile.spectra.size()); lost > 0) {
     parts.push_back(counted(lost, "block", "blocks") +
                     " skipped: the file has no line feed (its lines end with CR alone), so it reads as "
-                    "one line in pieces of " + std::to_string(kLinePiece) + " characters");
+                    "one line in pieces of " +
+                    std::to_string(kLinePiece) + " characters");
   }
   if (parts.empty()) return;
   std::string message = "MGF file " + mgfFile.path + " was read with data kept as read: ";

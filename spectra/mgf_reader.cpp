@@ -23,9 +23,7 @@ constexpr std::int64_t kProgressScanStep = 91;
 
 namespace {
 
-bool isBlank(char c) {
-  return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
-}
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r'; }
 
 std::string_view skipBlanks(std::string_view text) {
   std::size_t start = 0;
@@ -251,7 +249,6 @@ void readPiece(std::string_view line, MGFFile& mgfFile, ReaderState& state) {
     readPeak(line, *current, state.kept);
   }
 }
-
 
 }  // namespace
 

@@ -20,8 +20,7 @@ struct MGFBlock {
       false;  // five-field title with k, else the ".0.dta" title of the recorded precursor
 };
 
-void putBlock(const std::string& rawName, const MGFBlock& block, const MS2Spectrum& spectrum,
-              PendingFile& out) {
+void putBlock(const std::string& rawName, const MGFBlock& block, const MS2Spectrum& spectrum, PendingFile& out) {
   // Scans are printed as the 32-bit integers they are stored as.
   std::int32_t scan = static_cast<std::int32_t>(block.scan);
   putText(out, "BEGIN IONS\r\nTITLE=");

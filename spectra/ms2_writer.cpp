@@ -37,8 +37,7 @@ void putHeader(PendingFile& out) {
 }
 
 // One scan block; mz is the precursor m/z of the S and MonoiosotopicMz lines.
-void putScanBlock(const MS2Spectrum& spectrum, double mz, std::int32_t charge, double mh,
-                  PendingFile& out) {
+void putScanBlock(const MS2Spectrum& spectrum, double mz, std::int32_t charge, double mh, PendingFile& out) {
   std::int32_t scan = static_cast<std::int32_t>(spectrum.scanNumber);
   putText(out, "S\t");
   putZeroPadded(out, scan, 6);

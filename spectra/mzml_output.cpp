@@ -49,8 +49,8 @@ std::string corvidSoftwareEntry() {
 
 std::string corvidProcessingEntry() {
   return "<dataProcessing id=\"" + std::string(kProcessingId) + "\"><processingMethod order=\"0\" softwareRef=\"" +
-         std::string(kSoftwareId) +
-         "\">" + cvParam(cv::kPrecursorRecalculation, "precursor recalculation", valueAttribute("")) +
+         std::string(kSoftwareId) + "\">" +
+         cvParam(cv::kPrecursorRecalculation, "precursor recalculation", valueAttribute("")) +
          "</processingMethod></dataProcessing>";
 }
 

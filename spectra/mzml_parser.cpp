@@ -99,7 +99,8 @@ void binaryArrayParam(MzMLReader& reader, std::string_view accession) {
     e.bits = 32;
   else if (accession == cv::k64BitFloat)
     e.bits = 64;
-  else if (accession == cv::k32BitInteger || accession == cv::k64BitInteger || accession == cv::kNullTerminatedAsciiString)
+  else if (accession == cv::k32BitInteger || accession == cv::k64BitInteger ||
+           accession == cv::kNullTerminatedAsciiString)
     reader.unsupportedArrayType = true;  // integer or text arrays never hold peaks
   else if (accession == cv::kZlibCompression)
     e.zlib = true;
@@ -125,13 +126,11 @@ void spectrumParam(MzMLReader& reader, const CvParam& param) {
   if (accession == cv::kMsLevel) {
     long long level = 0;
     if (!parseInteger(param.value, level) || level < 0 || level > 1000)
-      return fail(reader,
-                  spectrumName(reader) + " has an invalid ms level \"" + param.value + "\"");
+      return fail(reader, spectrumName(reader) + " has an invalid ms level \"" + param.value + "\"");
     s.msLevel = static_cast<int>(level);
   } else if (accession == cv::kScanStartTime && !reader.sawRetentionTime) {
     if (!parseReal(param.value, value))
-      return fail(reader, spectrumName(reader) + " has an invalid scan start time \"" +
-                              param.value + "\"");
+      return fail(reader, spectrumName(reader) + " has an invalid scan start time \"" + param.value + "\"");
     bool minutes = param.unitAccession == "UO:0000031" || param.unitName == "minute";
     s.retentionTime = minutes ? value * 60.0 : value;
     reader.sawRetentionTime = true;
@@ -148,9 +147,7 @@ void handleCvParam(MzMLReader& reader, Context context, const CvParam& param) {
   double value = 0.0;
   switch (context) {
     case Context::Spectrum:
-    case Context::Scan:
-      spectrumParam(reader, param);
-      return;
+    case Context::Scan: spectrumParam(reader, param); return;
     case Context::IsolationWindow:
       if (accession == cv::kIsolationWindowTargetMz && parseReal(param.value, value)) {
         s.isolationTarget = value;
@@ -158,8 +155,7 @@ void handleCvParam(MzMLReader& reader, Context context, const CvParam& param) {
       }
       return;
     case Context::SelectedIon:
-      if ((accession == cv::kSelectedIonMz || accession == cv::kMz) &&
-          parseReal(param.value, value)) {
+      if ((accession == cv::kSelectedIonMz || accession == cv::kMz) && parseReal(param.value, value)) {
         s.selectedMz = value;
         s.hasSelectedMz = true;
       } else if (accession == cv::kChargeState) {

@@ -25,7 +25,8 @@ const char* configurationOf(AnalyzerKind kind) {
 // The PSI-MS dissociation term of an activation name.
 std::pair<std::string_view, std::string_view> activationTerm(const std::string& activation) {
   if (activation == "CID") return {cv::kCollisionInducedDissociation, "collision-induced dissociation"};
-  if (activation == "HCD") return {cv::kBeamTypeCollisionInducedDissociation, "beam-type collision-induced dissociation"};
+  if (activation == "HCD")
+    return {cv::kBeamTypeCollisionInducedDissociation, "beam-type collision-induced dissociation"};
   if (activation == "ETD") return {cv::kElectronTransferDissociation, "electron transfer dissociation"};
   if (activation == "PQD") return {cv::kPulsedQDissociation, "pulsed q dissociation"};
   if (activation == "ECD") return {cv::kElectronCaptureDissociation, "electron capture dissociation"};
@@ -145,10 +146,11 @@ std::string spectrumElement(const OpenSpectrum& s, std::size_t index, const Corr
     out += "\t\t\t\t\t\t" + cvParam(cv::kFilterString, "filter string", valueAttribute(escapeXml(s.filterText))) + "\n";
   }
   if (s.ionInjectionTime > 0.0) {
-    out += "\t\t\t\t\t\t" +
-           cvParam(cv::kIonInjectionTime, "ion injection time",
-                   valueAttribute(formatNumber(s.ionInjectionTime)) + unitAttributes("UO", "UO:0000028", "millisecond")) +
-           "\n";
+    out +=
+        "\t\t\t\t\t\t" +
+        cvParam(cv::kIonInjectionTime, "ion injection time",
+                valueAttribute(formatNumber(s.ionInjectionTime)) + unitAttributes("UO", "UO:0000028", "millisecond")) +
+        "\n";
   }
   out += "\t\t\t\t\t</scan>\n\t\t\t\t</scanList>\n";
   if (s.msLevel > 1) appendPrecursorList(out, s, corrections, corrected);
@@ -194,18 +196,20 @@ std::string header(const std::string& inputPath, const std::string& inputSha1, s
          "\t\t<cv id=\"UO\" fullName=\"Unit Ontology\" version=\"09:04:2014\" "
          "URI=\"https://raw.githubusercontent.com/bio-ontology-research-group/unit-ontology/master/unit.obo\" />\n"
          "\t</cvList>\n";
-  out += "\t<fileDescription>\n\t\t<fileContent>\n"
-         "\t\t\t" + cvParam(cv::kMs1Spectrum, "MS1 spectrum") + "\n" +
-         "\t\t\t" + cvParam(cv::kMsnSpectrum, "MSn spectrum") + "\n\t\t</fileContent>\n" +
-         "\t\t<sourceFileList count=\"1\">\n\t\t\t<sourceFile id=\"SF1\" name=\"" + name + "\" location=\"file://" +
-         escapeXml(folderOf(inputPath)) + "\">\n" +
-         "\t\t\t\t" + cvParam(cv::kScanNumberOnlyNativeIdFormat, "scan number only nativeID format") + "\n" +
-         "\t\t\t\t" + cvParam(cv::kIsbMzXmlFormat, "ISB mzXML format") + "\n" +
-         "\t\t\t\t" + cvParam(cv::kSha1, "SHA-1", valueAttribute(inputSha1)) + "\n" +
-         "\t\t\t</sourceFile>\n\t\t</sourceFileList>\n\t</fileDescription>\n";
+  out +=
+      "\t<fileDescription>\n\t\t<fileContent>\n"
+      "\t\t\t" +
+      cvParam(cv::kMs1Spectrum, "MS1 spectrum") + "\n" + "\t\t\t" + cvParam(cv::kMsnSpectrum, "MSn spectrum") +
+      "\n\t\t</fileContent>\n" + "\t\t<sourceFileList count=\"1\">\n\t\t\t<sourceFile id=\"SF1\" name=\"" + name +
+      "\" location=\"file://" + escapeXml(folderOf(inputPath)) + "\">\n" + "\t\t\t\t" +
+      cvParam(cv::kScanNumberOnlyNativeIdFormat, "scan number only nativeID format") + "\n" + "\t\t\t\t" +
+      cvParam(cv::kIsbMzXmlFormat, "ISB mzXML format") + "\n" + "\t\t\t\t" +
+      cvParam(cv::kSha1, "SHA-1", valueAttribute(inputSha1)) + "\n" +
+      "\t\t\t</sourceFile>\n\t\t</sourceFileList>\n\t</fileDescription>\n";
   out += "\t<softwareList count=\"1\">\n\t\t" + corvidSoftwareEntry() + "\n\t</softwareList>\n";
   out += "\t<instrumentConfigurationList count=\"4\">\n";
-  out += instrumentConfiguration("IC_FT", cv::kFourierTransformIonCyclotronResonance, "fourier transform ion cyclotron resonance mass spectrometer");
+  out += instrumentConfiguration("IC_FT", cv::kFourierTransformIonCyclotronResonance,
+                                 "fourier transform ion cyclotron resonance mass spectrometer");
   out += instrumentConfiguration("IC_IT", cv::kIonTrap, "ion trap");
   out += instrumentConfiguration("IC_TOF", cv::kTimeOfFlight, "time-of-flight");
   out += instrumentConfiguration("IC_UNKNOWN", cv::kMassAnalyzerType, "mass analyzer type");

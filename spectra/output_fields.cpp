@@ -44,8 +44,7 @@ void putFixed(PendingFile& out, double value, int precision) {
 
 void putGeneral(PendingFile& out, double value, int precision) {
   char text[kNumberRoom];
-  std::to_chars_result done =
-      std::to_chars(text, text + sizeof text, value, std::chars_format::general, precision);
+  std::to_chars_result done = std::to_chars(text, text + sizeof text, value, std::chars_format::general, precision);
   putBytes(out, std::string_view(text, static_cast<std::size_t>(done.ptr - text)));
 }
 
@@ -56,8 +55,7 @@ void putZeroPadded(PendingFile& out, std::int64_t value, int width) {
     *start++ = '-';
     --width;
   }
-  std::uint64_t magnitude =
-      value < 0 ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
+  std::uint64_t magnitude = value < 0 ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value);
   char digits[24];
   std::to_chars_result done = std::to_chars(digits, digits + sizeof digits, magnitude);
   int length = static_cast<int>(done.ptr - digits);

@@ -36,10 +36,18 @@ inline constexpr std::size_t kDetectedFeatureCount = 13;
 // The features' names, in feature order, as the precursor table's header and the precision
 // model's inputs spell them.
 inline constexpr std::array<std::string_view, kDetectedFeatureCount> kDetectedFeatureNames = {
-    "f_charge",          "f_max_similarity",         "f_mz_spread",
-    "f_mono_plus_one_cosine", "f_isotope_share",     "f_minus_one_mono_cosine",
-    "f_isotope_peaks_in_window", "f_isotope_length", "f_charge_times_mz",
-    "f_elution_boundaries", "f_precursor_ion_fraction", "f_shifted_similarity_one",
+    "f_charge",
+    "f_max_similarity",
+    "f_mz_spread",
+    "f_mono_plus_one_cosine",
+    "f_isotope_share",
+    "f_minus_one_mono_cosine",
+    "f_isotope_peaks_in_window",
+    "f_isotope_length",
+    "f_charge_times_mz",
+    "f_elution_boundaries",
+    "f_precursor_ion_fraction",
+    "f_shifted_similarity_one",
     "f_shifted_similarity_two"};
 inline constexpr std::string_view kWindowShareFeatureName = "f_window_share";
 

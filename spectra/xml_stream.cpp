@@ -187,7 +187,10 @@ StreamResult streamWhole(XmlFeeder& feeder) {
 class DirectContentStreamer {
  public:
   DirectContentStreamer(XmlFeeder& feeder, Relay& relay, const XmlStreamLimits& limits, XmlStreamState& state)
-      : feeder_(feeder), relay_(relay), limits_(limits), state_(state),
+      : feeder_(feeder),
+        relay_(relay),
+        limits_(limits),
+        state_(state),
         open_("<" + std::string(relay.handlers->directContentElement)),
         close_("</" + std::string(relay.handlers->directContentElement) + ">") {}
 
@@ -277,8 +280,7 @@ class DirectContentStreamer {
 };
 
 // Streams the whole file, through the direct-content path when the reader names an element.
-StreamResult streamXml(XmlFeeder& feeder, Relay& relay, const XmlStreamLimits& limits,
-                       XmlStreamState& state) {
+StreamResult streamXml(XmlFeeder& feeder, Relay& relay, const XmlStreamLimits& limits, XmlStreamState& state) {
   if (relay.handlers->directContentElement == nullptr) return streamWhole(feeder);
   return DirectContentStreamer(feeder, relay, limits, state).run();
 }

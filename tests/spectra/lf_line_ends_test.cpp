@@ -12,9 +12,9 @@
 #include "spectra/ms2_reader.h"
 #include "spectra/ms2_splitter.h"
 #include "spectra/ms_text_scanners.h"
-#include "tests/support/table_adapters.h"
 #include "tests/spectra/ms_text_compare.h"
 #include "tests/spectra/spectra_test_support.h"
+#include "tests/support/table_adapters.h"
 
 namespace corvid {
 namespace {

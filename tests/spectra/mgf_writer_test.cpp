@@ -6,8 +6,8 @@
 #include <filesystem>
 
 #include "spectra/mgf_reader.h"
-#include "tests/support/table_adapters.h"
 #include "tests/spectra/spectra_test_support.h"
+#include "tests/support/table_adapters.h"
 
 namespace corvid {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <filesystem>
 
-#include "tests/support/table_adapters.h"
 #include "tests/spectra/spectra_test_support.h"
+#include "tests/support/table_adapters.h"
 
 namespace corvid {
 namespace {
