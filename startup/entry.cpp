@@ -80,8 +80,7 @@ bool answeredInformationRequest(int argc, char** argv) {
   for (int i = 1; i < argc; ++i) {
     const std::string_view argument = argv[i];
     if (argument == "--help") {
-      printUsage();
-      printLongOptionHelp();
+      printHelp();
       return true;
     }
     if (argument == "--version") {

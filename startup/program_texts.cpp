@@ -2,8 +2,11 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "build_config.h"
+#include "platform/run_outcome.h"
+#include "startup/parameter_table.h"
 
 namespace corvid {
 namespace {
@@ -27,6 +30,101 @@ std::string framed(const std::string& opening, const std::string& content, std::
   std::string line = opening + content;
   if (line.size() < width) line.append(width - line.size(), ' ');
   return line + closing;
+}
+
+// --help: the usage on this platform, then every option, key and exit status.
+constexpr const char* kHelpUsageLines[] = {
+    "Usage:",
+    "\tcorvid -D /data/run1.mzML -O results/      one file; the results go to results/",
+    "\tcorvid -D /data/runs/ -F mzml -O results/  every mzML file of a folder",
+    "\tcorvid run.para                            settings from a parameter file (\"key = value\" lines)",
+    "\tcorvid a.mzML b.mzXML                      each file one run, as \"-D <file>\"",
+    "\tcorvid x.mgf                               an MGF file converted to KX2",
+    "\tcorvid                                     version, What's New, a parameter-file template, usage",
+    "Paths with spaces must be enclosed in double quotation marks.",
+};
+
+constexpr const char* kLongOptionLines[] = {
+    "",
+    "Long options (GNU style, also usable in workflows without a parameter file):",
+    "\tcorvid --help                 this text",
+    "\tcorvid --version              the version",
+    "\tcorvid --KEY=VALUE ...        any parameter-file key, e.g. --output_ms2=1 --strict_exit=1",
+    "\tcorvid --KEY VALUE ...        the same, value in the next argument",
+    "\tcorvid run.para --KEY=VALUE   a parameter file with settings overridden",
+    "\tcorvid a.mzML b.mzML --KEY=V  each file is one run, with the same settings",
+};
+
+struct KeyMeaning {
+  const char* key;
+  const char* meaning;
+};
+
+// One line per extension key; the keys and their defaults come from the parameter table.
+constexpr KeyMeaning kExtensionKeyMeanings[] = {
+    {"precision_mode", "1: fewer, more reliable precursors per MS2 scan"},
+    {"threads", "detection workers: that many when positive, otherwise every core; 1: one thread"},
+    {"output_mzml", "1: also write <stem>.corrected.mzML with Corvid's precursors (mzML/mzXML inputs)"},
+    {"output_table", "1: also write <stem>.precursors.tsv, one row per precursor"},
+    {"strict_exit", "1: the exit status names what was skipped or failed (see below)"},
+    {"extract_path", "folder for what is extracted from mzML/mzXML; empty: beside the input"},
+};
+
+// The exit statuses that do not depend on strict_exit (the crash record's status included).
+constexpr KeyMeaning kExitStatusMeanings[] = {
+    {"0", "the run finished (also when a data path was skipped)"},
+    {"255", "a failure ended the run (invalid data path, malformed options, a missing file)"},
+    {"3", "an uncaught failure; Corvid.dmp in the working folder records it"},
+};
+
+template <std::size_t N>
+void appendLines(std::string& text, const char* const (&lines)[N]) {
+  for (const char* line : lines) {
+    text += line;
+    text += '\n';
+  }
+}
+
+std::string paddedTo(std::string text, std::size_t width) {
+  if (text.size() < width) text.append(width - text.size(), ' ');
+  return text;
+}
+
+// A default as the user meets it: a path left out means the data folder, or no file at all.
+std::string optionDefaultText(const ParameterDefault& row) {
+  if (row.value != kEmptyPath) return row.value;
+  return std::string_view(row.key) == "trainingset" ? "none" : "the data folder";
+}
+
+void appendSingleLetterOptions(std::string& text) {
+  text += "\nSingle-letter options (-X value, letters are case-sensitive):\n";
+  for (const ParameterDefault& row : parameterDefaults()) {
+    if (row.option == '\0') continue;
+    text += paddedTo(std::string("\t-") + row.option + ' ' + row.key, 28) + "default (" + optionDefaultText(row) +
+            ")\n";
+  }
+}
+
+void appendExtensionKeys(std::string& text) {
+  text += "\nExtension keys (parameter file or long option; defaults keep the standard behaviour):\n";
+  for (const ExtensionKey& row : extensionKeys()) {
+    const std::string value = row.defaultValue[0] == '\0' ? "empty" : row.defaultValue;
+    text += paddedTo(std::string("\t") + row.key, 17) + paddedTo("default (" + value + ")", 17) +
+            extensionKeyMeaning(row.key) + '\n';
+  }
+}
+
+void appendExitStatuses(std::string& text) {
+  text += "\nExit statuses:\n";
+  for (const KeyMeaning& row : kExitStatusMeanings) {
+    text += paddedTo(std::string("\t") + row.key, 7) + row.meaning + '\n';
+  }
+  text += "With strict_exit = 1, a run that ended normally but skipped or lost something ends with:\n";
+  // The strict statuses are whatever the run outcome can explain, so this list follows it.
+  for (int status = 1; status < 255; ++status) {
+    const std::string meaning = describeStrictExit(status);
+    if (!meaning.empty()) text += paddedTo("\t" + std::to_string(status), 7) + meaning + '\n';
+  }
 }
 
 }  // namespace
@@ -106,25 +204,27 @@ void printUsage() {
   printLines(kLines);
 }
 
-void printLongOptionHelp() {
-  static const char* const kLines[] = {
-      "",
-      "Long options (GNU style, also usable in workflows without a parameter file):",
-      "\tcorvid --help                 this text",
-      "\tcorvid --version              the version",
-      "\tcorvid --KEY=VALUE ...        any parameter-file key, e.g. --output_ms2=1 --strict_exit=1",
-      "\tcorvid --KEY VALUE ...        the same, value in the next argument",
-      "\tcorvid run.para --KEY=VALUE   a parameter file with settings overridden",
-      "\tcorvid a.mzML b.mzML --KEY=V  each file is one run, with the same settings",
-      "Extension keys (defaults keep the standard behaviour):",
-      "\tprecision_mode  default (0)   1: fewer, more reliable precursors per MS2 scan",
-      "\tthreads         default (all cores)  detection workers; 1: one thread",
-      "\tstrict_exit     default (0)   1: non-zero exit status when anything was skipped or failed",
-      "\textract_path    default ()    folder for the .ms1/.ms2 extracted from mzML/mzXML",
-      "\toutput_table    default (0)   1: also write <stem>.precursors.tsv, one row per precursor",
-      "\toutput_mzml     default (0)   1: also write <stem>.corrected.mzML with Corvid's precursors",
-  };
-  printLines(kLines);
+std::string extensionKeyMeaning(std::string_view key) {
+  for (const KeyMeaning& row : kExtensionKeyMeanings) {
+    if (key == row.key) return row.meaning;
+  }
+  return std::string();
+}
+
+std::string helpText() {
+  std::string text;
+  appendLines(text, kHelpUsageLines);
+  appendSingleLetterOptions(text);
+  appendLines(text, kLongOptionLines);
+  appendExtensionKeys(text);
+  appendExitStatuses(text);
+  text += "\nFor everything else, see README.md (installed in /usr/share/doc/corvid/).\n";
+  return text;
+}
+
+void printHelp() {
+  std::fputs(helpText().c_str(), stdout);
+  std::fflush(stdout);
 }
 
 void printVersionLine() {
