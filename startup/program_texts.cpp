@@ -100,8 +100,8 @@ void appendSingleLetterOptions(std::string& text) {
   text += "\nSingle-letter options (-X value, letters are case-sensitive):\n";
   for (const ParameterDefault& row : parameterDefaults()) {
     if (row.option == '\0') continue;
-    text += paddedTo(std::string("\t-") + row.option + ' ' + row.key, 28) + "default (" + optionDefaultText(row) +
-            ")\n";
+    text +=
+        paddedTo(std::string("\t-") + row.option + ' ' + row.key, 28) + "default (" + optionDefaultText(row) + ")\n";
   }
 }
 
