@@ -3,6 +3,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdio>
+#include <filesystem>
 #include <limits>
 #include <string_view>
 
@@ -32,10 +33,18 @@ bool openPair(const std::string& dataPath, const std::string& indexPath, Pending
   return openReportedOutput(dataPath, "KX file", data) && openReportedOutput(indexPath, "KX index file", index);
 }
 
+// A KX file is its data and its index together: when one of them cannot be written, the other is
+// not left behind either (a device written in place is never removed).
 bool closePair(PendingFile& data, PendingFile& index) {
-  const bool dataDone = commitReportedOutput(data, "KX file");
-  const bool indexDone = commitReportedOutput(index, "KX index file");
-  return dataDone && indexDone;
+  const bool dataInPlace = data.temporaryPath.empty();
+  if (!commitReportedOutput(data, "KX file")) {
+    discardPending(index);
+    return false;
+  }
+  if (commitReportedOutput(index, "KX index file")) return true;
+  std::error_code ignored;
+  if (!dataInPlace) std::filesystem::remove(data.path, ignored);
+  return false;
 }
 
 void putHeader(std::uint32_t count, const std::string& title, PendingFile& data) {

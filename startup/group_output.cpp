@@ -1,6 +1,7 @@
 #include "startup/group_output.h"
 
 #include <cmath>
+#include <filesystem>
 #include <future>
 #include <string>
 
@@ -18,12 +19,25 @@ namespace corvid {
 namespace {
 
 // Writes the group's spectrum files; false when one of them could not be written completely.
+// A group whose spectrum files could not all be written leaves none of them: the files that were
+// written go (a KX2 file with its index), so that no later run or user takes part of a group for
+// the whole. Only regular files are removed, never a device written in place.
+void removeGroupFiles(const std::vector<std::string>& written) {
+  std::error_code ignored;
+  for (const std::string& path : written) {
+    for (const std::string& file : {path, path.ends_with(".kx2") ? path + "idx" : std::string()}) {
+      if (!file.empty() && std::filesystem::is_regular_file(file, ignored)) std::filesystem::remove(file, ignored);
+    }
+  }
+}
+
 bool writeGroupSpectra(const RunSettings& settings, const MS2File& ms2File, GroupExport& exported,
                        const std::string& groupStem, std::vector<std::string>& outputList) {
   bool complete = true;
-  auto note = [&](bool written, const std::string& path) {
-    if (written) {
-      outputList.push_back(path);
+  std::vector<std::string> written;
+  auto note = [&](bool done, const std::string& path) {
+    if (done) {
+      written.push_back(path);
     } else {
       complete = false;
     }
@@ -51,7 +65,12 @@ bool writeGroupSpectra(const RunSettings& settings, const MS2File& ms2File, Grou
     if (settings.outputs.kx) note(writeKX2(exported, ms2File, groupStem + ".kx2"), groupStem + ".kx2");
   }
   if (settings.outputs.ms2) note(writeMS2(exported, ms2File, true, groupStem + ".ms2"), groupStem + ".ms2");
-  return complete;
+  if (!complete) {
+    removeGroupFiles(written);
+    return false;
+  }
+  outputList.insert(outputList.end(), written.begin(), written.end());
+  return true;
 }
 
 // The group's exported precursors in MGF block order, with their scores, for the corrected mzML.

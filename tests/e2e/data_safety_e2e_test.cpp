@@ -95,8 +95,13 @@ TEST_F(DataSafety, FullDiskLeavesNoReportAndTheNextRunProcessesAgain) {
       << full.out;
   EXPECT_FALSE(fs::exists(disk.path / "BSA1.csv"));
   EXPECT_FALSE(anyTemporaryFile(disk.path)) << ::testing::PrintToString(namesIn(disk.path));
-  // Whatever was renamed into place is complete: the KX1 and KX2 files are not there at all.
+  // Whatever was renamed into place is complete: the KX1 and KX2 files are not there at all, nor
+  // their indexes, and the group whose files failed leaves none of its files.
   EXPECT_FALSE(fs::exists(disk.path / "BSA1.kx1"));
+  EXPECT_FALSE(fs::exists(disk.path / "BSA1.kx1idx"));
+  for (const char* name : {"BSA1_CIDIT.mgf", "BSA1_CIDIT.kx2", "BSA1_CIDIT.kx2idx"}) {
+    EXPECT_FALSE(fs::exists(disk.path / name)) << name << ": " << ::testing::PrintToString(namesIn(disk.path));
+  }
 
   RunResult again = run(disk.path);
   EXPECT_EQ(again.out.find("CSV file already exists"), std::string::npos) << again.out;

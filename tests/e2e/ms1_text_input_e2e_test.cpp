@@ -81,9 +81,9 @@ TEST(MS1TextInput, PairWithoutMS1SpectraGetsTheOpenFormatMessage) {
   writeFile(dir.path() / "run1.ms1", "H\tExtractor\tCorvid test fixture\r\n");
   fs::copy_file(kPair / "run1.ms2", dir.path() / "run1.ms2");
   const RunResult run = runCorvid(dir.path(), {"-D", dir.folder(), "-F", "ms1", "--strict_exit=1"});
-  EXPECT_NE(run.out.find("[Corvid] No MS1 spectra in " + dir.folder() +
-                         "run1.ms1: nothing to detect precursors from. \n"),
-            std::string::npos)
+  EXPECT_NE(
+      run.out.find("[Corvid] No MS1 spectra in " + dir.folder() + "run1.ms1: nothing to detect precursors from. \n"),
+      std::string::npos)
       << run.out;
   EXPECT_EQ(run.out.find("ITMS encountered"), std::string::npos) << run.out;
   EXPECT_EQ(run.status, 11) << run.out;
