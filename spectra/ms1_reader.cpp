@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <memory>
 
-#include "platform/paths.h"
 #include "platform/run_failure.h"
 #include "platform/run_log.h"
 #include "spectra/file_size.h"
@@ -138,17 +137,6 @@ void loadMS1File(const std::string& path, std::int64_t chunkLimit, MS1File& ms1F
   finishMS1Load(path, fileName, notes, uncutChunk ? chunkLimit : 0, ms1File);
 }
 
-std::size_t sortPeaksByMz(MS1File& ms1File) {
-  const auto byMz = [](const Peak& a, const Peak& b) { return a.mz < b.mz; };
-  std::size_t sorted = 0;
-  for (MS1Spectrum& spectrum : ms1File.spectra) {
-    if (std::is_sorted(spectrum.peaks.begin(), spectrum.peaks.end(), byMz)) continue;
-    std::stable_sort(spectrum.peaks.begin(), spectrum.peaks.end(), byMz);
-    ++sorted;
-  }
-  return sorted;
-}
-
 void finishMS1Load(const std::string& path, const std::string& fileName, const MSTextNotes& notes,
                    std::int64_t uncutChunkLimit, MS1File& ms1File) {
   ms1File.instrumentName = fileName;
@@ -157,12 +145,6 @@ void finishMS1Load(const std::string& path, const std::string& fileName, const M
   if (uncutChunkLimit > 0) {
     logMessage(LogLabel::kAlert, "A spectrum of " + path + " is larger than the read chunk of " +
                             std::to_string(uncutChunkLimit) + " bytes and was split between chunks.");
-  }
-  // MS1 peak gathering searches each scan's peaks by m/z: peaks out of order would hide precursors.
-  const std::size_t sorted = sortPeaksByMz(ms1File);
-  if (sorted > 0) {
-    logMessage(LogLabel::kAlert, fileNameOf(path) + ": the peaks of " + std::to_string(sorted) +
-                                     " spectra were not in m/z order; they were sorted by m/z");
   }
   logMessage(LogLabel::kNote, "Loading MS1 Spectra Number: " + std::to_string(ms1File.spectrumCount));
 }
