@@ -46,8 +46,7 @@ std::optional<InputFormat> formatFromOption(std::string_view value);
 // The `input_format` value as the run holds it: the folder format it names and the text given.
 struct InputFormatChoice {
   std::optional<InputFormat> folderFormat;
-  std::string givenText;     // for messages
-  bool exactlyWiff = false;  // the text is exactly "wiff": MS2 parts of the WIFF size
+  std::string givenText;  // for messages
 };
 
 }  // namespace corvid

@@ -103,7 +103,6 @@ InputFormatChoice inputFormatFrom(const TableReader& read) {
   InputFormatChoice choice;
   choice.givenText = read.text("input_format");
   choice.folderFormat = formatFromOption(choice.givenText);
-  choice.exactlyWiff = choice.givenText == "wiff";
   return choice;
 }
 
@@ -128,7 +127,9 @@ RunSettings readRunSettings(const ParameterTable& table) {
   settings.keepEveryCandidate = read.text("output_all_mars_y") == "1";
   settings.outputs = outputSwitchesFrom(read);
   settings.split.thresholdBytes = internalSize(table, "ms2_split_threshold", kMS2SplitThreshold);
-  settings.split.partScans = internalSize(table, "ms2_part_scans", ms2PartSize(settings.inputFormat.exactlyWiff));
+  // The WIFF part size only for exactly "wiff": "Wiff" and "WIFF" keep the RAW size, as they always have.
+  settings.split.partScans =
+      internalSize(table, "ms2_part_scans", ms2PartSize(settings.inputFormat.givenText == "wiff"));
   settings.writeSpectrumFiles = read.text("debug_mode") == "0";
   settings.rewriteFiles = read.text("rewrite_files") != "0";
   settings.threads = threadCountFor(readInteger(read.text("threads")));
