@@ -2,11 +2,12 @@
 # Installs, from Debian's archive, what building and testing Corvid needs (only what is missing).
 set -euo pipefail
 packages=(g++ cmake make libgtest-dev libgmock-dev libbenchmark-dev zlib1g-dev libexpat1-dev libmsnumpress-dev
-          libsvm-dev libsvm-tools comet-ms dpkg-dev libssl-dev clang-format)
+          libsvm-dev libsvm-tools comet-ms dpkg-dev libssl-dev clang-format nlohmann-json3-dev libjs-chart.js)
 # Installed without recommends: snakemake would otherwise bring every cloud storage client along
 # and topp (OpenMS's FileInfo and its mzML schemas validate the corrected mzML in the tests, as does
-# xmllint from libxml2-utils) a desktop viewer.
-lean_packages=(snakemake topp libxml2-utils)
+# xmllint from libxml2-utils) a desktop viewer. Chromium opens the QC page in the browser tests and
+# MultiQC gathers the workflow's QC into one batch report.
+lean_packages=(snakemake topp libxml2-utils chromium multiqc)
 
 missing_of() {
   for package in "$@"; do
