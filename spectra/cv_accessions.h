@@ -13,10 +13,7 @@ inline constexpr std::string_view kInstrumentModel = "MS:1000031";
 inline constexpr std::string_view kMz = "MS:1000040";
 inline constexpr std::string_view kChargeState = "MS:1000041";
 inline constexpr std::string_view kDissociationMethod = "MS:1000044";
-inline constexpr std::string_view kAxialEjectionLinearIonTrap = "MS:1000078";
 inline constexpr std::string_view kFourierTransformIonCyclotronResonance = "MS:1000079";
-inline constexpr std::string_view kQuadrupoleIonTrap = "MS:1000082";
-inline constexpr std::string_view kRadialEjectionLinearIonTrap = "MS:1000083";
 inline constexpr std::string_view kTimeOfFlight = "MS:1000084";
 inline constexpr std::string_view kCentroidSpectrum = "MS:1000127";
 inline constexpr std::string_view kProfileSpectrum = "MS:1000128";
@@ -28,7 +25,6 @@ inline constexpr std::string_view kSurfaceInducedDissociation = "MS:1000136";
 inline constexpr std::string_view kElectronCaptureDissociation = "MS:1000250";
 inline constexpr std::string_view kInfraredMultiphotonDissociation = "MS:1000262";
 inline constexpr std::string_view kIonTrap = "MS:1000264";
-inline constexpr std::string_view kLinearIonTrap = "MS:1000291";
 inline constexpr std::string_view kBeamTypeCollisionInducedDissociation = "MS:1000422";
 inline constexpr std::string_view kPhotodissociation = "MS:1000435";
 inline constexpr std::string_view kMassAnalyzerType = "MS:1000443";
@@ -66,5 +62,6 @@ inline constexpr std::string_view kMsNumpressLinearPredictionCompressionFollowed
 inline constexpr std::string_view kMsNumpressPositiveIntegerCompressionFollowedByZlibCompression = "MS:1002747";
 inline constexpr std::string_view kMsNumpressShortLoggedFloatCompressionFollowedByZlibCompression = "MS:1002748";
 inline constexpr std::string_view kUltravioletPhotodissociation = "MS:1003246";
+inline constexpr std::string_view kAsymmetricTrackLosslessTimeOfFlight = "MS:1003379";
 
 }  // namespace corvid::cv

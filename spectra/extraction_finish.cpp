@@ -128,7 +128,9 @@ void reportExtractionAlerts(const Extraction& x) {
                                      " MS2 scans have an activation other than CID, ETD or HCD; Corvid skips them");
   if (x.unknownAnalyzers > 0)
     logMessage(LogLabel::kAlert, name + ": " + std::to_string(x.unknownAnalyzers) +
-                                     " spectra name no known mass analyzer; they were written as ITMS");
+                                     " spectra name no known mass analyzer" +
+                                     (x.unknownAnalyzerName.empty() ? "" : " (" + x.unknownAnalyzerName + ")") +
+                                     "; they were written as ITMS");
   if (x.repair.unsortedSpectra > 0)
     logMessage(LogLabel::kAlert, name + ": the peaks of " + std::to_string(x.repair.unsortedSpectra) +
                                      " spectra were not in m/z order; they were sorted by m/z");

@@ -42,6 +42,7 @@ struct Extraction {
   std::size_t higherLevels = 0;
   std::size_t unknownActivations = 0;
   std::size_t unknownAnalyzers = 0;
+  std::string unknownAnalyzerName;  // the first analyzer named that Corvid knows no family for
   PeakRepair repair;
   LoadedPair* loaded = nullptr;  // when asked for: the text scanned as it is written
 };

@@ -83,7 +83,10 @@ bool writeExtractedSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::st
     x.lastMS1 = static_cast<std::int32_t>(e.scan);
     ++x.ms1Count;
   }
-  if (e.analyzer == AnalyzerKind::Unknown) ++x.unknownAnalyzers;
+  if (e.analyzer == AnalyzerKind::Unknown) {
+    ++x.unknownAnalyzers;
+    if (x.unknownAnalyzerName.empty()) x.unknownAnalyzerName = spectrum.unknownAnalyzer;
+  }
   key.streamedPrecursorScan = e.precursorScan;
   PendingFile& out = e.msLevel == 1 ? x.ms1 : x.ms2;
   const std::size_t from = out.buffer.size();

@@ -7,6 +7,7 @@
 
 #include "spectra/binary_array_decoder.h"
 #include "spectra/cv_accessions.h"
+#include "spectra/mass_analyzer_terms.h"
 #include "spectra/open_format_terms.h"
 #include "spectra/xml_stream.h"
 
@@ -46,6 +47,7 @@ struct MzMLReader {
   std::unordered_map<std::string, std::vector<CvParam>> paramGroups;
   std::string currentGroup;
   std::unordered_map<std::string, AnalyzerKind> configurations;
+  std::unordered_map<std::string, std::string> unknownAnalyzers;  // configuration -> term named
   std::string currentConfiguration;
   std::string defaultConfiguration;
 
@@ -174,7 +176,13 @@ void handleCvParam(MzMLReader& reader, Context context, const CvParam& param) {
       return;
     case Context::Analyzer: {
       AnalyzerKind kind = analyzerFromAccession(accession);
-      if (kind != AnalyzerKind::Unknown) reader.configurations[reader.currentConfiguration] = kind;
+      if (kind != AnalyzerKind::Unknown) {
+        reader.configurations[reader.currentConfiguration] = kind;
+      } else if (!accession.empty()) {
+        const std::string_view name = massAnalyzerTermName(accession);
+        reader.unknownAnalyzers[reader.currentConfiguration] =
+            name.empty() ? std::string(accession) : std::string(accession) + " " + std::string(name);
+      }
       return;
     }
     case Context::ParamGroup:
@@ -237,6 +245,16 @@ void endBinary(MzMLReader& reader) {
   }
 }
 
+// The analyzer term that the spectrum's configuration (else the run's default one) names without
+// Corvid knowing its family, for the extraction's Alert.
+std::string unknownAnalyzerOf(const MzMLReader& reader) {
+  for (const std::string* id : {&reader.scanConfiguration, &reader.defaultConfiguration}) {
+    const auto it = reader.unknownAnalyzers.find(*id);
+    if (it != reader.unknownAnalyzers.end()) return it->second;
+  }
+  return {};
+}
+
 void endSpectrum(MzMLReader& reader) {
   OpenSpectrum& s = reader.spectrum;
   if (reader.defaultArrayLength > 0 && (!reader.sawMzArray || !reader.sawIntensityArray))
@@ -253,6 +271,7 @@ void endSpectrum(MzMLReader& reader) {
     s.analyzer = findConfiguration(reader.scanConfiguration);
   if (s.analyzer == AnalyzerKind::Unknown)
     s.analyzer = findConfiguration(reader.defaultConfiguration);
+  if (s.analyzer == AnalyzerKind::Unknown) s.unknownAnalyzer = unknownAnalyzerOf(reader);
   if (s.activation.empty() && s.msLevel >= 2) s.activation = activationFromFilter(s.filterText);
   std::string reason;
   if (!(*reader.sink)(s, reason)) fail(reader, reason);

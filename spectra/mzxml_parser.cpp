@@ -19,6 +19,7 @@ struct MzXMLReader {
   std::int64_t scanIndex = 0;
 
   std::unordered_map<std::string, AnalyzerKind> instruments;  // msInstrumentID -> analyzer
+  std::unordered_map<std::string, std::string> analyzerNames;  // msInstrumentID -> msMassAnalyzer value
   std::string currentInstrument;
   AnalyzerKind firstAnalyzer = AnalyzerKind::Unknown;
 
@@ -48,6 +49,8 @@ void emitScan(MzXMLReader& reader) {
   if (s.analyzer == AnalyzerKind::Unknown) {
     auto it = reader.instruments.find(reader.instrumentRef);
     s.analyzer = it != reader.instruments.end() ? it->second : reader.firstAnalyzer;
+    const auto named = reader.analyzerNames.find(reader.instrumentRef);
+    if (s.analyzer == AnalyzerKind::Unknown && named != reader.analyzerNames.end()) s.unknownAnalyzer = named->second;
   }
   if (s.activation.empty() && s.msLevel >= 2) s.activation = activationFromFilter(s.filterText);
   if (reader.peaksCount > 0 && s.mz.empty())
@@ -185,6 +188,7 @@ void XMLCALL onStart(void* data, const XML_Char* rawName, const XML_Char** attri
     const char* value = attributeValue(attributes, "value");
     AnalyzerKind kind = analyzerFromName(value != nullptr ? value : "");
     reader.instruments[reader.currentInstrument] = kind;
+    reader.analyzerNames[reader.currentInstrument] = value != nullptr ? value : "";
     if (reader.firstAnalyzer == AnalyzerKind::Unknown) reader.firstAnalyzer = kind;
   }
 }

@@ -18,6 +18,7 @@ struct OpenSpectrum {
   double retentionTime = 0.0;     // seconds
   double ionInjectionTime = 0.0;  // milliseconds, 0 when not given
   AnalyzerKind analyzer = AnalyzerKind::Unknown;
+  std::string unknownAnalyzer;  // the analyzer the file names when Corvid knows no family for it
   std::string filterText;    // vendor filter line, empty when absent
   int centroided = -1;       // mzXML's centroided attribute: 1, 0, or -1 when absent
   std::string activation;    // "CID", "ETD", "HCD", another short name, or empty
@@ -38,6 +39,7 @@ inline void clearSpectrumContents(OpenSpectrum& s) {
   s.retentionTime = 0.0;
   s.ionInjectionTime = 0.0;
   s.analyzer = AnalyzerKind::Unknown;
+  s.unknownAnalyzer.clear();
   s.filterText.clear();
   s.centroided = -1;
   s.activation.clear();

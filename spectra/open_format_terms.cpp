@@ -6,6 +6,7 @@
 
 #include "platform/text_pieces.h"
 #include "spectra/cv_accessions.h"
+#include "spectra/mass_analyzer_terms.h"
 
 namespace corvid {
 
@@ -28,19 +29,6 @@ bool containsIgnoringCase(std::string_view text, std::string_view word) {
   return false;
 }
 
-// PSI-MS analyzer terms. Orbitrap and FT-ICR are Fourier-transform analyzers; every ion-trap
-// variant reads as an ion trap; quadrupole-TOF instruments list the TOF as their last analyzer.
-constexpr std::array<std::pair<std::string_view, AnalyzerKind>, 8> kAnalyzerTerms = {{
-    {cv::kOrbitrap, AnalyzerKind::FourierTransform},
-    {cv::kFourierTransformIonCyclotronResonance, AnalyzerKind::FourierTransform},
-    {cv::kTimeOfFlight, AnalyzerKind::TimeOfFlight},
-    {cv::kIonTrap, AnalyzerKind::IonTrap},
-    {cv::kQuadrupoleIonTrap, AnalyzerKind::IonTrap},
-    {cv::kLinearIonTrap, AnalyzerKind::IonTrap},
-    {cv::kRadialEjectionLinearIonTrap, AnalyzerKind::IonTrap},
-    {cv::kAxialEjectionLinearIonTrap, AnalyzerKind::IonTrap},
-}};
-
 // PSI-MS dissociation terms with the three letters MS2 text carries for them.
 constexpr std::array<std::pair<std::string_view, std::string_view>, 14> kActivationTerms = {{
     {cv::kCollisionInducedDissociation, "CID"},
@@ -61,11 +49,7 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 14> kActivat
 
 }  // namespace
 
-AnalyzerKind analyzerFromAccession(std::string_view accession) {
-  for (const auto& [term, kind] : kAnalyzerTerms)
-    if (term == accession) return kind;
-  return AnalyzerKind::Unknown;
-}
+AnalyzerKind analyzerFromAccession(std::string_view accession) { return analyzerKindOfTerm(accession); }
 
 AnalyzerKind analyzerFromName(std::string_view name) {
   if (containsIgnoringCase(name, "orbitrap") || containsIgnoringCase(name, "FT") ||
