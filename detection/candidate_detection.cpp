@@ -82,7 +82,7 @@ double shiftedSimilarity(const DetectionScratch& scratch, const IsotopePattern& 
 // whose printed quantities need the full measurement.
 bool surelyRejected(const ScanWindow& window, const std::vector<Peak>& peaks, double mz, std::int32_t charge) {
   if (window.trace || window.total <= 0.0 || window.width <= 0.0) return false;
-  if (mz > window.center + window.width * 0.5 + kWindowMargin) return true;
+  if (mz > window.center + window.upperHalf + kWindowMargin) return true;
   const double bestMatched = matchedIntensity(window, peaks, mz, charge, kIsotopePeaks, true);
   return precursorIonFraction(window, bestMatched) < kMinimumPif;
 }
@@ -94,9 +94,8 @@ bool rejectedBy(const ScanWindow& window, bool rejects, double quantity, const c
 
 // The isotopes 0..isoLen-1 of the pair that lie inside the window, its edges widened by the margin.
 std::int32_t isotopesInWindow(const ScanWindow& window, double mz, std::int32_t charge, std::int32_t isoLen) {
-  const double halfWidth = window.width / 2;
-  const double low = window.center - halfWidth - kWindowMargin;
-  const double high = window.center + halfWidth + kWindowMargin;
+  const double low = window.center - window.lowerHalf - kWindowMargin;
+  const double high = window.center + window.upperHalf + kWindowMargin;
   std::int32_t inWindow = 0;
   for (std::int32_t k = 0; k < isoLen; ++k) {
     const double isotopeMz = mz + k * kIsotopeSpacing / charge;
@@ -114,10 +113,11 @@ bool passesFilters(const DetectionSettings& settings, const ScanWindow& window, 
   if (rejectedBy(window, pair.pif < kMinimumPif, pair.pif, " PIF<0.04")) return false;
   if (rejectedBy(window, charge >= 4 && pair.isoLen < 3, pair.isoLen, " chg>3 && IsoLen<3 ")) return false;
   if (rejectedBy(window, pair.isoLen < 2, pair.isoLen, " IsoLen<2 ")) return false;
-  if (rejectedBy(window, mz > window.center + window.width * 0.5 + kWindowMargin, mz, " PrecursorCandidate AC ")) {
+  if (rejectedBy(window, mz > window.center + window.upperHalf + kWindowMargin, mz, " PrecursorCandidate AC ")) {
     return false;
   }
-  const bool quarterException = charge == 2 && mz <= window.center + window.width * 0.25;
+  // Halfway up the upper half: W/4 above the center for a window centred on it.
+  const bool quarterException = charge == 2 && mz <= window.center + window.upperHalf * 0.5;
   const bool singleAllowed = settings.precisionCandidates && pair.isoPeakInWindow >= 1;
   const bool tooFewInWindow = pair.isoPeakInWindow < 2 && !quarterException && !singleAllowed;
   if (rejectedBy(window, tooFewInWindow, pair.isoPeakInWindow, " IsoPeakInwindow  ")) return false;
@@ -262,9 +262,10 @@ void mergeNearPeaks(std::vector<Peak>& ascendingPeaks, std::vector<std::uint8_t>
 }
 
 void detectCandidates(const DetectionInput& input, DetectionScratch& scratch, DetectionOutput& output,
-                      double activationCenter, std::int32_t scanNumber, std::vector<Peak>& gatheredPeaks) {
+                      double activationCenter, std::int32_t scanNumber, std::vector<Peak>& gatheredPeaks,
+                      const StatedIsolation& stated) {
   prepareGatheredPeaks(input.settings, scratch, gatheredPeaks);
-  const ScanWindow window = makeScanWindow(input, scratch, activationCenter, scanNumber, gatheredPeaks);
+  const ScanWindow window = makeScanWindow(input, scratch, activationCenter, scanNumber, gatheredPeaks, stated);
   collectReferenceEntries(input, scratch, scanNumber);
   scratch.scanCandidates.clear();
   for (std::size_t p = 0; p + 1 < gatheredPeaks.size(); ++p) {

@@ -19,8 +19,10 @@ double recalibratedMz(const DetectionInput& input, const DetectionScratch& scrat
 // Works on the signal gatherMS1Peaks left in the scratch. gatheredPeaks is sorted and, with
 // cut_similiar_mono "1", merged in place. The scan's candidates and the reference entries it
 // matched are appended to the output.
+// stated: the scan's own isolation window, used with isolation_from_file.
 void detectCandidates(const DetectionInput& input, DetectionScratch& scratch, DetectionOutput& output,
-                      double activationCenter, std::int32_t scanNumber, std::vector<Peak>& gatheredPeaks);
+                      double activationCenter, std::int32_t scanNumber, std::vector<Peak>& gatheredPeaks,
+                      const StatedIsolation& stated = {});
 
 // Near-peak merging: adjacent peaks closer than 20 ppm of the lowest peak's m/z are combined
 // into the more intense one (the right one on a tie); the other is removed.

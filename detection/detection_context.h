@@ -28,6 +28,7 @@ struct DetectionSettings {
   std::int32_t coElute = 1;             // 0: one precursor per scan, only pairs covering the center
   bool cutSimilarMono = true;           // merge gathered peaks closer than 20 ppm
   double isolationWidth = 2.0;          // W, m/z
+  bool isolationFromFile = false;       // each scan's stated window, where it has one, instead of W
   double recalibrateWindow = 7.0;       // ppm
   bool outputSvmLight = false;          // rank and keep at most six per scan
   bool checkActivationCenter = true;    // keep only the scan that holds the activation center
@@ -35,6 +36,14 @@ struct DetectionSettings {
   // isotope may lie just above the window), and each candidate's window share is measured.
   bool precisionCandidates = false;
   std::string dataPath;                 // folder of the debug peak files
+};
+
+// An MS2 scan's isolation window as its file states it: target - lower to target + upper, m/z.
+// Not stated (both 0, the default): the window is the isolation width centred on the target.
+struct StatedIsolation {
+  double lower = 0.0;
+  double upper = 0.0;
+  bool stated() const { return lower > 0.0 || upper > 0.0; }
 };
 
 // One (monoisotopic peak, charge) pair that passed the preliminary filters.

@@ -21,7 +21,7 @@ void detectRange(const DetectionInput& input, const std::vector<ScanTask>& tasks
   for (std::size_t i = first; i < last; ++i) {
     const auto scan = static_cast<std::int32_t>(tasks[i].scan);
     gatherMS1Peaks(input, scratch, scan, tasks[i].center, gathered);
-    detectCandidates(input, scratch, output, tasks[i].center, scan, gathered);
+    detectCandidates(input, scratch, output, tasks[i].center, scan, gathered, tasks[i].isolation);
   }
 }
 

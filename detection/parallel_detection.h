@@ -13,7 +13,8 @@ namespace corvid {
 
 struct ScanTask {
   std::uint32_t scan = 0;
-  double center = 0.0;  // the isolation center the MS1 signal is gathered around
+  double center = 0.0;          // the isolation center the MS1 signal is gathered around
+  StatedIsolation isolation{};  // the window the scan's file states, if any
 };
 
 // The thread count for a `threads` value: a positive number as given; anything else (missing,

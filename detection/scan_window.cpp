@@ -41,15 +41,22 @@ const std::vector<Peak>& collectRelatedWindowPeaks(const DetectionInput& input, 
 }  // namespace
 
 ScanWindow makeScanWindow(const DetectionInput& input, DetectionScratch& scratch, double center,
-                          std::int32_t scanNumber, const std::vector<Peak>& peaks) {
+                          std::int32_t scanNumber, const std::vector<Peak>& peaks, const StatedIsolation& stated) {
   ScanWindow window;
   window.scanNumber = scanNumber;
   window.center = center;
   window.tolerance = center * kRelativeTolerance;
-  window.width = input.settings.isolationWidth;
+  if (input.settings.isolationFromFile && stated.stated()) {
+    window.lowerHalf = stated.lower;
+    window.upperHalf = stated.upper;
+    window.width = stated.lower + stated.upper;
+  } else {
+    window.width = input.settings.isolationWidth;
+    window.lowerHalf = window.upperHalf = window.width / 2;
+  }
   window.trace = input.settings.debugMode == DebugMode::kSingleScan;
-  const double low = center - window.width / 2;
-  const double high = center + window.width / 2;
+  const double low = center - window.lowerHalf;
+  const double high = center + window.upperHalf;
   for (const Peak& peak : peaks) {
     if (peak.mz >= low && peak.mz <= high) window.total += peak.intensity;
   }

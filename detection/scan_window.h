@@ -21,7 +21,9 @@ struct ScanWindow {
   std::int32_t scanNumber = 0;
   double center = 0.0;
   double tolerance = 0.0;
-  double width = 0.0;
+  double width = 0.0;          // lowerHalf + upperHalf
+  double lowerHalf = 0.0;      // the window reaches center - lowerHalf ...
+  double upperHalf = 0.0;      // ... to center + upperHalf; each W/2 unless the scan states its own
   double total = 0.0;          // intensity in center +- W/2, bounds included
   std::size_t innerFirst = 0;  // gathered peaks strictly inside center +- W/2
   std::size_t innerLast = 0;
@@ -35,7 +37,7 @@ struct ScanWindow {
 // peaks: the scan's gathered peaks, ascending. In precision mode the related scan's window peaks
 // are collected into the scratch, which the window then points to.
 ScanWindow makeScanWindow(const DetectionInput& input, DetectionScratch& scratch, double center,
-                          std::int32_t scanNumber, const std::vector<Peak>& peaks);
+                          std::int32_t scanNumber, const std::vector<Peak>& peaks, const StatedIsolation& stated = {});
 
 // The share of the related scan's window current on isotopes 0..3 of (mz, charge): the peaks
 // within the match tolerance of each isotope. 0 when the window holds no current.

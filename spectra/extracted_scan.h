@@ -20,6 +20,8 @@ struct ExtractedScan {
   double ionInjectionTime = 0.0;   // milliseconds
   double isolationTarget = 0.0;    // isolation window target, else the selected ion m/z
   double precursorMz = 0.0;        // selected ion m/z, else the isolation window target
+  double isolationLower = 0.0;     // isolation window offsets the file states, 0 when none
+  double isolationUpper = 0.0;
   AnalyzerKind analyzer = AnalyzerKind::Unknown;
   std::array<char, 4> activation{};    // "CID", "ETD", "HCD" or another three letters; NUL-ended
   std::uint64_t idHash = 0;            // hash of the native id, for precursor references

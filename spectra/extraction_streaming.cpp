@@ -27,6 +27,8 @@ ExtractedScan describe(const OpenSpectrum& spectrum, Extraction& x) {
   e.charge = spectrum.charge;
   e.precursorMz = spectrum.hasSelectedMz ? spectrum.selectedMz : spectrum.isolationTarget;
   e.isolationTarget = spectrum.hasIsolationTarget ? spectrum.isolationTarget : spectrum.selectedMz;
+  e.isolationLower = spectrum.isolationLower;
+  e.isolationUpper = spectrum.isolationUpper;
   std::string_view activation = spectrum.activation;
   if (activation.empty()) activation = "UNK";
   for (std::size_t i = 0; i < 3 && i < activation.size(); ++i) e.activation[i] = activation[i];

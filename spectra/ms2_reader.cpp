@@ -24,6 +24,9 @@ constexpr std::int64_t kInstrumentTypeValue = 17;
 constexpr std::int64_t kActivationCenterValue = 19;
 constexpr std::int64_t kActivationTypeValue = 17;
 constexpr std::int64_t kPrecursorScanValue = 16;
+// "I\tIsolationWindowLowerOffset" and "I\tIsolationWindowUpperOffset": the I at 2 and the l at 5,
+// then the L or U at 17.
+constexpr std::int64_t kIsolationOffsetValue = 29;
 // An activation type is its first three characters ("CID", "ETD", "HCD", "PQD").
 constexpr std::int64_t kActivationTypeLength = 3;
 
@@ -83,6 +86,12 @@ const char* readItemLine(const char* p, const char* end, MS2Spectrum* spectrum, 
     const char* value = valueAt(p, kIonInjectionTimeValue, end);
     spectrum->ionInjectionTime = scanIonInjectionTime(value, end, StopAtValueEnd<kEnds>{});
     return value;
+  }
+  if (key == 'I' && byteAt(p, 5, end) == 'l') {
+    const char side = byteAt(p, 17, end);
+    if (side == 'L') return readDecimalItem<kEnds>(p, kIsolationOffsetValue, end, spectrum->isolationLower);
+    if (side == 'U') return readDecimalItem<kEnds>(p, kIsolationOffsetValue, end, spectrum->isolationUpper);
+    return p;
   }
   if (key == 'I' && byteAt(p, 12, end) == 'T') {
     readInstrumentType(byteAt(p, kInstrumentTypeValue, end), *spectrum, ms2File, groupNotes);

@@ -67,6 +67,10 @@ void appendMS2Header(std::string& out, const ExtractedScan& scan) {
   out += "\r\n";
   // ActivationCenter precedes Z: with charge 0 the loader computes [M+H]+ from it.
   appendItem(out, "ActivationCenter", scan.isolationTarget, kMzDecimals);
+  if (scan.isolationLower > 0.0 || scan.isolationUpper > 0.0) {
+    appendItem(out, "IsolationWindowLowerOffset", scan.isolationLower, kMzDecimals);
+    appendItem(out, "IsolationWindowUpperOffset", scan.isolationUpper, kMzDecimals);
+  }
   out += "Z\t";
   out += std::to_string(scan.charge);
   out += '\t';

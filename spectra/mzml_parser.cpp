@@ -1,5 +1,6 @@
 #include "spectra/mzml_parser.h"
 
+#include <cmath>
 #include <cstring>
 #include <string_view>
 #include <unordered_map>
@@ -7,7 +8,7 @@
 
 #include "spectra/binary_array_decoder.h"
 #include "spectra/cv_accessions.h"
-#include "spectra/mass_analyzer_terms.h"
+#include "spectra/instrument_configurations.h"
 #include "spectra/open_format_terms.h"
 #include "spectra/xml_stream.h"
 
@@ -46,10 +47,7 @@ struct MzMLReader {
 
   std::unordered_map<std::string, std::vector<CvParam>> paramGroups;
   std::string currentGroup;
-  std::unordered_map<std::string, AnalyzerKind> configurations;
-  std::unordered_map<std::string, std::string> unknownAnalyzers;  // configuration -> term named
-  std::string currentConfiguration;
-  std::string defaultConfiguration;
+  InstrumentConfigurations configurations;
 
   OpenSpectrum spectrum;
   long long defaultArrayLength = 0;
@@ -72,6 +70,9 @@ struct MzMLReader {
 };
 
 void fail(MzMLReader& reader, const std::string& reason) { stopXmlStream(reader.xml, reason); }
+
+// An isolation offset Corvid can use: finite and above 0, else 0 (not stated).
+double usableOffset(double value) { return std::isfinite(value) && value > 0.0 ? value : 0.0; }
 
 std::string spectrumName(const MzMLReader& reader) {
   return "spectrum \"" + reader.spectrum.nativeId + "\"";
@@ -154,6 +155,10 @@ void handleCvParam(MzMLReader& reader, Context context, const CvParam& param) {
       if (accession == cv::kIsolationWindowTargetMz && parseReal(param.value, value)) {
         s.isolationTarget = value;
         s.hasIsolationTarget = true;
+      } else if (accession == cv::kIsolationWindowLowerOffset && parseReal(param.value, value)) {
+        s.isolationLower = usableOffset(value);
+      } else if (accession == cv::kIsolationWindowUpperOffset && parseReal(param.value, value)) {
+        s.isolationUpper = usableOffset(value);
       }
       return;
     case Context::SelectedIon:
@@ -174,17 +179,7 @@ void handleCvParam(MzMLReader& reader, Context context, const CvParam& param) {
     case Context::BinaryArray:
       binaryArrayParam(reader, accession);
       return;
-    case Context::Analyzer: {
-      AnalyzerKind kind = analyzerFromAccession(accession);
-      if (kind != AnalyzerKind::Unknown) {
-        reader.configurations[reader.currentConfiguration] = kind;
-      } else if (!accession.empty()) {
-        const std::string_view name = massAnalyzerTermName(accession);
-        reader.unknownAnalyzers[reader.currentConfiguration] =
-            name.empty() ? std::string(accession) : std::string(accession) + " " + std::string(name);
-      }
-      return;
-    }
+    case Context::Analyzer: addAnalyzerTerm(reader.configurations, accession); return;
     case Context::ParamGroup:
       reader.paramGroups[reader.currentGroup].push_back(param);
       return;
@@ -245,16 +240,6 @@ void endBinary(MzMLReader& reader) {
   }
 }
 
-// The analyzer term that the spectrum's configuration (else the run's default one) names without
-// Corvid knowing its family, for the extraction's Alert.
-std::string unknownAnalyzerOf(const MzMLReader& reader) {
-  for (const std::string* id : {&reader.scanConfiguration, &reader.defaultConfiguration}) {
-    const auto it = reader.unknownAnalyzers.find(*id);
-    if (it != reader.unknownAnalyzers.end()) return it->second;
-  }
-  return {};
-}
-
 void endSpectrum(MzMLReader& reader) {
   OpenSpectrum& s = reader.spectrum;
   if (reader.defaultArrayLength > 0 && (!reader.sawMzArray || !reader.sawIntensityArray))
@@ -263,15 +248,8 @@ void endSpectrum(MzMLReader& reader) {
     return fail(reader,
                 spectrumName(reader) + " has m/z and intensity arrays of different lengths");
   s.analyzer = analyzerFromFilter(s.filterText);
-  auto findConfiguration = [&](const std::string& id) {
-    auto it = reader.configurations.find(id);
-    return it == reader.configurations.end() ? AnalyzerKind::Unknown : it->second;
-  };
-  if (s.analyzer == AnalyzerKind::Unknown && !reader.scanConfiguration.empty())
-    s.analyzer = findConfiguration(reader.scanConfiguration);
   if (s.analyzer == AnalyzerKind::Unknown)
-    s.analyzer = findConfiguration(reader.defaultConfiguration);
-  if (s.analyzer == AnalyzerKind::Unknown) s.unknownAnalyzer = unknownAnalyzerOf(reader);
+    s.analyzer = configuredAnalyzer(reader.configurations, reader.scanConfiguration, s.unknownAnalyzer);
   if (s.activation.empty() && s.msLevel >= 2) s.activation = activationFromFilter(s.filterText);
   std::string reason;
   if (!(*reader.sink)(s, reason)) fail(reader, reason);
@@ -313,13 +291,12 @@ Context contextOf(MzMLReader& reader, std::string_view name, Context parent,
   }
   if (name == "instrumentConfiguration") {
     const char* id = attributeValue(attributes, "id");
-    reader.currentConfiguration = id != nullptr ? id : "";
-    reader.configurations.emplace(reader.currentConfiguration, AnalyzerKind::Unknown);
+    startConfiguration(reader.configurations, id != nullptr ? id : "");
   }
   if (name == "analyzer") return Context::Analyzer;
   if (name == "run") {
     const char* ref = attributeValue(attributes, "defaultInstrumentConfigurationRef");
-    if (ref != nullptr) reader.defaultConfiguration = ref;
+    if (ref != nullptr) reader.configurations.runDefault = ref;
   }
   return parent;
 }

@@ -1,5 +1,6 @@
 #include "spectra/mzxml_parser.h"
 
+#include <cmath>
 #include <cstring>
 #include <string_view>
 #include <unordered_map>
@@ -103,6 +104,10 @@ void startPrecursor(MzXMLReader& reader, const XML_Char** attributes) {
   const char* scanNum = attributeValue(attributes, "precursorScanNum");
   const char* charge = attributeValue(attributes, "precursorCharge");
   const char* method = attributeValue(attributes, "activationMethod");
+  const char* wideness = attributeValue(attributes, "windowWideness");
+  double width = 0.0;
+  if (wideness != nullptr && parseReal(wideness, width) && std::isfinite(width) && width > 0.0)
+    s.isolationLower = s.isolationUpper = width / 2;
   long long number = 0;
   if (scanNum != nullptr && parseInteger(scanNum, number))
     s.precursorRef = "scan=" + std::to_string(number);

@@ -25,6 +25,8 @@ struct OpenSpectrum {
   std::string precursorRef;  // native id of the precursor spectrum, empty when absent
   bool hasIsolationTarget = false;
   double isolationTarget = 0.0;  // m/z
+  double isolationLower = 0.0;   // the window's offsets below and above the target, m/z; 0 when
+  double isolationUpper = 0.0;   // the file states none
   bool hasSelectedMz = false;
   double selectedMz = 0.0;  // m/z
   int charge = 0;           // 0 when unknown
@@ -46,6 +48,7 @@ inline void clearSpectrumContents(OpenSpectrum& s) {
   s.precursorRef.clear();
   s.hasIsolationTarget = s.hasSelectedMz = false;
   s.isolationTarget = s.selectedMz = 0.0;
+  s.isolationLower = s.isolationUpper = 0.0;
   s.charge = 0;
   s.mz.clear();
   s.intensity.clear();

@@ -61,6 +61,8 @@ struct MS2Spectrum {
   std::string instrumentType;            // "FT" or "IT"
   std::int32_t instrumentCode = 0;       // 1 IT, 2 FT, -1 other
   double activationCenter = 0.0;         // isolation center m/z
+  double isolationLower = 0.0;           // the stated isolation window below and above the center,
+  double isolationUpper = 0.0;           // m/z; 0 when the text states none
   std::vector<Peak> peaks;               // file order
   std::vector<std::pair<double, double>> workPairs;
   std::int32_t precursorIndex = 0;       // k of an MGF title RAWName.scan.scan.charge.k.dta

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/run_log.h"
+#include "spectra/mzml_output.h"
 #include "spectra/precursor_record.h"
 
 namespace corvid {
@@ -56,9 +57,20 @@ std::vector<ScanTask> groupScanTasks(const MS2File& ms2File, const std::vector<s
       if (!inDebugScanList(debug.scans, scan)) continue;
       logMessage(LogLabel::kNote, "ActivationCenter:" + std::to_string(center));
     }
-    tasks.push_back({scan, center});
+    tasks.push_back({scan, center, {spectrum.isolationLower, spectrum.isolationUpper}});
   }
   return tasks;
+}
+
+void reportScansWithoutStatedIsolation(const MS2File& ms2File, double isolationWidth) {
+  std::size_t without = 0;
+  for (const MS2Spectrum& spectrum : ms2File.spectra) {
+    if (!(spectrum.isolationLower > 0.0 || spectrum.isolationUpper > 0.0)) ++without;
+  }
+  if (without == 0) return;
+  logMessage(LogLabel::kAlert, std::to_string(without) + " of " + std::to_string(ms2File.spectra.size()) +
+                                   " MS2 scans state no isolation window: isolation_width (" +
+                                   formatNumber(isolationWidth) + ") is used for them.");
 }
 
 std::vector<std::size_t> groupPositions(const MS2File& ms2File, int group) {

@@ -19,6 +19,10 @@ struct ScanLoopState {
   std::int64_t duplicates = 0;
 };
 
+// With isolation_from_file: one Alert counting the scans whose text states no isolation window
+// (they are detected with isolation_width); nothing when every scan states one.
+void reportScansWithoutStatedIsolation(const MS2File& ms2File, double isolationWidth);
+
 // The positions of one activation group's spectra, in file order.
 std::vector<std::size_t> groupPositions(const MS2File& ms2File, int group);
 

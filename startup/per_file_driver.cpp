@@ -19,6 +19,7 @@
 #include "spectra/kx_format.h"
 #include "spectra/open_format_extractor.h"
 #include "startup/group_output.h"
+#include "startup/group_scan_tasks.h"
 #include "startup/group_scoring.h"
 #include "startup/pair_loading.h"
 
@@ -75,13 +76,9 @@ void saveReport(const std::string& csvPath, const std::string& report, bool outp
     return;
   }
   TextWriter writer;
-  if (!writer.open(csvPath)) {
-    logMessage(LogLabel::kError, "Fail to write the CSV report " + csvPath + ": " + writer.error());
-    noteRunProblem(RunProblem::kOutputUnwritable);
-    return;
-  }
-  writer.write(report);
-  if (!writer.close()) {
+  const bool opened = writer.open(csvPath);
+  if (opened) writer.write(report);
+  if (!opened || !writer.close()) {
     logMessage(LogLabel::kError, "Fail to write the CSV report " + csvPath + ": " + writer.error());
     noteRunProblem(RunProblem::kOutputUnwritable);
   }
@@ -90,6 +87,8 @@ void saveReport(const std::string& csvPath, const std::string& report, bool outp
 // The pair's groups in turn, then the precursor table and the report.
 void processGroups(PairRun& run, const std::string& ms2Path) {
   startReportText(run.report);
+  if (run.settings.detection.isolationFromFile)
+    reportScansWithoutStatedIsolation(run.ms2File, run.settings.detection.isolationWidth);
   if (run.settings.outputs.precursorTable) {
     run.table = precursorTableHeader(run.settings.precisionMode);
     run.nativeIds = readNativeIds(extractionSummaryFor(ms2Path));

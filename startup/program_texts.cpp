@@ -1,6 +1,8 @@
 #include "startup/program_texts.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -63,6 +65,7 @@ struct KeyMeaning {
 // One line per extension key; the keys and their defaults come from the parameter table.
 constexpr KeyMeaning kExtensionKeyMeanings[] = {
     {"precision_mode", "1: fewer, more reliable precursors per MS2 scan"},
+    {"isolation_from_file", "1: each MS2 scan's isolation window as its mzML/mzXML states it, not isolation_width"},
     {"threads", "detection workers: that many when positive, otherwise every core; 1: one thread"},
     {"output_mzml", "1: also write <stem>.corrected.mzML with Corvid's precursors (mzML/mzXML inputs)"},
     {"output_table", "1: also write <stem>.precursors.tsv, one row per precursor"},
@@ -107,9 +110,12 @@ void appendSingleLetterOptions(std::string& text) {
 
 void appendExtensionKeys(std::string& text) {
   text += "\nExtension keys (parameter file or long option; defaults keep the standard behaviour):\n";
+  // The key column fits the longest key and two spaces.
+  std::size_t keyColumn = 0;
+  for (const ExtensionKey& row : extensionKeys()) keyColumn = std::max(keyColumn, std::strlen(row.key) + 3);
   for (const ExtensionKey& row : extensionKeys()) {
     const std::string value = row.defaultValue[0] == '\0' ? "empty" : row.defaultValue;
-    text += paddedTo(std::string("\t") + row.key, 17) + paddedTo("default (" + value + ")", 17) +
+    text += paddedTo(std::string("\t") + row.key, keyColumn) + paddedTo("default (" + value + ")", 17) +
             extensionKeyMeaning(row.key) + '\n';
   }
 }

@@ -34,6 +34,7 @@ DetectionSettings detectionSettingsFrom(const TableReader& read) {
   settings.coElute = readInteger(read.text("co-elute"));
   settings.cutSimilarMono = read.on("cut_similiar_mono");
   settings.isolationWidth = readReal(read.text("isolation_width"));
+  settings.isolationFromFile = read.on("isolation_from_file");
   settings.recalibrateWindow = readReal(read.text("recalibrate_window"));
   settings.checkActivationCenter = read.on("check_activationcenter");
   if (read.on("precision_mode")) {

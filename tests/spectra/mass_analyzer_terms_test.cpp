@@ -156,8 +156,7 @@ TEST(MassAnalyzerTerms, AnalyzerWithoutFamilyGetsOneAlertNamingTheTerm) {
 TEST(MassAnalyzerTerms, AccessionMissingFromTheTableIsNamedByItsAccession) {
   TempDir temp;
   std::string log;
-  extractedMS1Of(temp, mzMLWithAnalyzers("<analyzer order=\"2\"><cvParam accession=\"MS:1009999\"/></analyzer>"),
-                 log);
+  extractedMS1Of(temp, mzMLWithAnalyzers("<analyzer order=\"2\"><cvParam accession=\"MS:1009999\"/></analyzer>"), log);
   EXPECT_NE(log.find("run.mzML: 1 spectra name no known mass analyzer (MS:1009999); they were written as ITMS"),
             std::string::npos)
       << log;

@@ -81,6 +81,23 @@ TEST(LoadMS2File, ReadsEveryRecognisedLine) {
   EXPECT_EQ(log.messages(), std::vector<std::string>{"Loading MS2 Spectra Number: 1"});
 }
 
+TEST(LoadMS2File, ReadsTheStatedIsolationWindowWithEitherLineEnd) {
+  for (const char* end : {"\r\n", "\n"}) {
+    TempDir folder;
+    const std::string text = std::string("S\t1\t1\t500.25") + end + "I\tActivationCenter\t500.25" + end +
+                             "I\tIsolationWindowLowerOffset\t0.200000" + end +
+                             "I\tIsolationWindowUpperOffset\t1.500000" + end + "I\tInstrumentType\tFTMS" + end +
+                             "Z\t2\t999.492724" + end + "S\t2\t2\t600.5" + end + "Z\t2\t1200.0" + end;
+    const MS2File ms2 = loadText(folder, text);
+    ASSERT_EQ(ms2.spectra.size(), 2u);
+    EXPECT_EQ(ms2.spectra[0].isolationLower, 0.2);
+    EXPECT_EQ(ms2.spectra[0].isolationUpper, 1.5);
+    EXPECT_EQ(ms2.spectra[0].instrumentType, "FT");
+    EXPECT_EQ(ms2.spectra[1].isolationLower, 0.0);
+    EXPECT_EQ(ms2.spectra[1].isolationUpper, 0.0);
+  }
+}
+
 TEST(LoadMS2File, ChargeZeroBecomesTwoAndZeroMassIsRebuiltFromActivationCenter) {
   TempDir folder;
   const MS2File ms2 =
