@@ -137,6 +137,17 @@ void loadMS1File(const std::string& path, std::int64_t chunkLimit, MS1File& ms1F
   finishMS1Load(path, fileName, notes, uncutChunk ? chunkLimit : 0, ms1File);
 }
 
+std::size_t sortPeaksByMz(MS1File& ms1File) {
+  const auto byMz = [](const Peak& a, const Peak& b) { return a.mz < b.mz; };
+  std::size_t sorted = 0;
+  for (MS1Spectrum& spectrum : ms1File.spectra) {
+    if (std::is_sorted(spectrum.peaks.begin(), spectrum.peaks.end(), byMz)) continue;
+    std::stable_sort(spectrum.peaks.begin(), spectrum.peaks.end(), byMz);
+    ++sorted;
+  }
+  return sorted;
+}
+
 void finishMS1Load(const std::string& path, const std::string& fileName, const MSTextNotes& notes,
                    std::int64_t uncutChunkLimit, MS1File& ms1File) {
   ms1File.instrumentName = fileName;

@@ -29,6 +29,10 @@ std::int64_t ms1ChunkLength(std::string_view bytesRead, std::int64_t chunkLimit)
 void scanMS1Chunk(std::string_view chunk, std::int64_t chunkOffset, MS1File& ms1File,
                   std::string& fileName, MSTextNotes& notes);
 
+// Sorts the peaks of every spectrum whose peaks are not in ascending m/z (stable: equal m/z keep
+// their order); returns how many spectra were sorted.
+std::size_t sortPeaksByMz(MS1File& ms1File);
+
 // What loading does once every chunk is scanned: sets the instrument name and the count, reports
 // the notes (and, with uncutChunkLimit above 0, a spectrum split between chunks of that size) and
 // announces the count. For spectra scanned from text held in memory as well.

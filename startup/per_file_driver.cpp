@@ -7,7 +7,6 @@
 #include "detection/detection_context.h"
 #include "detection/parallel_detection.h"
 #include "platform/paths.h"
-#include "platform/process.h"
 #include "platform/run_failure.h"
 #include "platform/run_log.h"
 #include "platform/run_outcome.h"
@@ -31,14 +30,6 @@ PairOutputs outputsFor(const std::string& outputFolder, const std::string& ms2Pa
   outputs.resultStem = outputFolder + withoutExtension(fileNameOf(ms2Path));
   outputs.csvPath = outputs.resultStem + ".csv";
   return outputs;
-}
-
-// Ion-trap survey scans carry no isotope resolution: the vendor extractor exports the MGF itself.
-void handOverIonTrapRun(const RunSettings& settings, const std::string& ms1Path) {
-  logMessage(LogLabel::kNote, "ITMS encountered.. use quarry_raw.exe...");
-  runChildProcess(
-      {toolPath(settings.paths.program, "quarry_raw"),
-       {"-mgf", withoutExtension(ms1Path) + ".Raw", "-m", settings.extractorMz, "-i", settings.extractorIntensity}});
 }
 
 // The extraction summary of the pair's input: beside the MS2 file, named after the input's stem
@@ -158,10 +149,7 @@ bool processSpectrumPair(const RunSettings& settings, RunResources& resources, c
   logMessage(LogLabel::kNote, "Loading MS1 and MS2 files...");
   MS1File ms1File;
   loadMS1(files.ms1Path, loaded, ms1File);
-  if (ms1File.instrumentName != "FTMS") {
-    handOverIonTrapRun(settings, files.ms1Path);
-    return false;
-  }
+  if (!surveyScansAllowDetection(settings, files.ms1Path, ms1File)) return false;
   MS2File ms2File;
   loadMS2(files.ms2Path, loaded, ms2File);
   if (settings.outputs.peakDifferences) {

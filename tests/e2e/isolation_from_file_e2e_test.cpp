@@ -19,9 +19,10 @@ std::string smallWithWindows(const std::string& lower, const std::string& upper)
   std::string text = readFile(fs::path(CORVID_TEST_DATA_DIR) / "mzml" / "small.mzML");
   for (std::size_t at = text.find(kTarget); at != std::string::npos; at = text.find(kTarget, at + 1)) {
     const std::size_t end = text.find("/>", at) + 2;
-    const std::string offsets = "<cvParam cvRef=\"MS\" accession=\"MS:1000828\" name=\"isolation window lower offset\" value=\"" +
-                                lower + "\"/><cvParam cvRef=\"MS\" accession=\"MS:1000829\" name=\"isolation window upper " +
-                                "offset\" value=\"" + upper + "\"/>";
+    const std::string offsets =
+        "<cvParam cvRef=\"MS\" accession=\"MS:1000828\" name=\"isolation window lower offset\" value=\"" + lower +
+        "\"/><cvParam cvRef=\"MS\" accession=\"MS:1000829\" name=\"isolation window upper " + "offset\" value=\"" +
+        upper + "\"/>";
     text.insert(end, offsets);
   }
   return text;
@@ -50,8 +51,9 @@ RunOutputs runOn(const std::string& mzml, const std::vector<std::string>& option
 
 TEST(IsolationFromFile, ExtractedTextCarriesTheStatedWindow) {
   const RunOutputs outputs = runOn(smallWithWindows("0.2", "1.5"), {});
-  EXPECT_NE(outputs.ms2.find("I\tIsolationWindowLowerOffset\t0.200000\r\nI\tIsolationWindowUpperOffset\t1.500000\r\nZ\t"),
-            std::string::npos)
+  EXPECT_NE(
+      outputs.ms2.find("I\tIsolationWindowLowerOffset\t0.200000\r\nI\tIsolationWindowUpperOffset\t1.500000\r\nZ\t"),
+      std::string::npos)
       << outputs.ms2;
 }
 
