@@ -82,23 +82,22 @@ void appendInlineScript(std::string& html, std::string_view script) {
   html += "\n</script>\n";
 }
 
+// open, then the text escaped, then close: an element (or attribute) holding document text.
+void appendWithText(std::string& html, std::string_view open, std::string_view text, std::string_view close) {
+  html += open;
+  appendEscapedHtml(html, text);
+  html += close;
+}
+
 void appendSummary(std::string& html, const json& page) {
   const json& rows = listOf(page, "summary");
   if (rows.empty()) return;
   html += "<table class=\"summary\"><tbody>\n";
   for (const json& row : rows) {
-    html += "<tr><th scope=\"row\">";
-    appendEscapedHtml(html, textOf(row, "label"));
-    html += "</th><td";
+    appendWithText(html, "<tr><th scope=\"row\">", textOf(row, "label"), "</th>");
     const std::string key = textOf(row, "key");
-    if (!key.empty()) {
-      html += " data-key=\"";
-      appendEscapedHtml(html, key);
-      html += '"';
-    }
-    html += '>';
-    appendEscapedHtml(html, textOf(row, "value"));
-    html += "</td></tr>\n";
+    appendWithText(html, key.empty() ? "<td" : "<td data-key=\"", key, key.empty() ? ">" : "\">");
+    appendWithText(html, "", textOf(row, "value"), "</td></tr>\n");
   }
   html += "</tbody></table>\n";
 }
@@ -107,23 +106,13 @@ void appendSummary(std::string& html, const json& page) {
 void appendCard(std::string& html, const json& plot) {
   const std::string id = textOf(plot, "id");
   const std::string title = textOf(plot, "title");
-  html += "<section class=\"card\" data-plot=\"";
-  appendEscapedHtml(html, id);
-  html += "\">\n<h2>";
-  appendEscapedHtml(html, title);
-  html += "</h2>\n<div class=\"chart\"><canvas id=\"";
-  appendEscapedHtml(html, id);
-  html += "\" role=\"img\" aria-label=\"";
-  appendEscapedHtml(html, title);
-  html += "\"></canvas></div>\n<p class=\"caption\">";
-  appendEscapedHtml(html, textOf(plot, "caption"));
-  html += "</p>\n";
+  appendWithText(html, "<section class=\"card\" data-plot=\"", id, "\">\n");
+  appendWithText(html, "<h2>", title, "</h2>\n");
+  appendWithText(html, "<div class=\"chart\"><canvas id=\"", id, "\"");
+  appendWithText(html, " role=\"img\" aria-label=\"", title, "\"></canvas></div>\n");
+  appendWithText(html, "<p class=\"caption\">", textOf(plot, "caption"), "</p>\n");
   const std::string note = textOf(plot, "note");
-  if (!note.empty()) {
-    html += "<p class=\"note\">";
-    appendEscapedHtml(html, note);
-    html += "</p>\n";
-  }
+  if (!note.empty()) appendWithText(html, "<p class=\"note\">", note, "</p>\n");
   html += "</section>\n";
 }
 
@@ -150,15 +139,12 @@ std::string qcPageHtml(const json& page, std::string_view chartLibrary) {
   std::string html = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n";
   html += "<meta http-equiv=\"Content-Security-Policy\" content=\"";
   html += kContentPolicy;
-  html += "\">\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n<title>";
-  appendEscapedHtml(html, title);
-  html += "</title>\n<style>\n";
+  html += "\">\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n";
+  appendWithText(html, "<title>", title, "</title>\n<style>\n");
   html += kQcPageStyle;
   html += "</style>\n</head>\n<body>\n";
   appendInlineScript(html, kErrorCounter);
-  html += "<main>\n<h1>";
-  appendEscapedHtml(html, title);
-  html += "</h1>\n";
+  appendWithText(html, "<main>\n<h1>", title, "</h1>\n");
   appendSummary(html, page);
   for (const json& plot : listOf(page, "plots")) appendCard(html, plot);
   html += "</main>\n<script type=\"application/json\" id=\"qc-data\">";
