@@ -10,7 +10,8 @@ trap 'rm -rf "$work"' EXIT
 fail() { echo "FAIL: $*" >&2; exit 1; }
 
 "$cmake" --install "$build" --prefix "$work/prefix" >/dev/null
-for file in bin/corvid bin/svmrunner share/corvid/IPV.txt; do
+for file in bin/corvid bin/svmrunner share/corvid/IPV.txt share/corvid/qc/chart.min.js \
+            share/corvid/qc/chartjs-chart-matrix.min.js; do
   [ -f "$work/prefix/$file" ] || fail "$file not installed"
 done
 echo "installed size: $(du -sk "$work/prefix" | cut -f1) KiB"
