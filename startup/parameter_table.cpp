@@ -41,11 +41,12 @@ constexpr std::array<ParameterDefault, 31> kDefaults{{
     {"output_freq", "0", 'f'},
 }};
 
-constexpr std::array<ExtensionKey, 6> kExtensionKeys{{
+constexpr std::array<ExtensionKey, 7> kExtensionKeys{{
     {"precision_mode", "0"},
     {"threads", "0"},
     {"output_mzml", "0"},
     {"output_table", "0"},
+    {"output_qc", "0"},
     {"strict_exit", "0"},
     {"extract_path", ""},
 }};
