@@ -144,4 +144,15 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
   }
 }
 
+void writePairSideFiles(PairRun& run) {
+  if (run.settings.outputs.precursorTable &&
+      !writePrecursorTable(run.outputs.resultStem + kPrecursorTableSuffix, run.table)) {
+    run.outputsIncomplete = true;
+  }
+  if (run.qc != nullptr && !run.qc->writtenByCaller &&
+      !finishQcReport(*run.qc, run.outputs.resultStem, run.settings.paths.program)) {
+    run.outputsIncomplete = true;
+  }
+}
+
 }  // namespace corvid

@@ -100,14 +100,7 @@ void processGroups(PairRun& run, const std::string& ms2Path) {
   noteMS2ScansProcessed(static_cast<long long>(run.ms2File.spectra.size()));
   logMessage(LogLabel::kNote, "Releasing resources...");
   logMessage(LogLabel::kNote, "Saving CSV to disk...");
-  if (run.settings.outputs.precursorTable &&
-      !writePrecursorTable(run.outputs.resultStem + kPrecursorTableSuffix, run.table)) {
-    run.outputsIncomplete = true;
-  }
-  if (run.qc != nullptr && !run.qc->writtenByCaller &&
-      !finishQcReport(*run.qc, run.outputs.resultStem, run.settings.paths.program)) {
-    run.outputsIncomplete = true;
-  }
+  writePairSideFiles(run);
   saveReport(run.outputs.csvPath, run.report, run.outputsIncomplete);
 }
 
