@@ -8,13 +8,13 @@
 namespace corvid {
 
 const std::array<const char*, kQcClassCount> kQcClassNames = {
-    "same within 10 ppm", "moved by -3 isotopes", "moved by -2 isotopes", "moved by -1 isotope",
-    "moved by +1 isotope", "moved by +2 isotopes", "moved by +3 isotopes", "m/z refined",
-    "charge changed", "none recorded", "no precursor of its own"};
+    "same within 10 ppm",  "moved by -3 isotopes", "moved by -2 isotopes",   "moved by -1 isotope",
+    "moved by +1 isotope", "moved by +2 isotopes", "moved by +3 isotopes",   "m/z refined",
+    "charge changed",      "none recorded",        "no precursor of its own"};
 
 const std::array<const char*, kQcClassCount> kQcClassKeys = {
-    "same", "iso_minus_3", "iso_minus_2", "iso_minus_1", "iso_plus_1", "iso_plus_2",
-    "iso_plus_3", "mz_refined", "charge_changed", "none_recorded", "no_own_precursor"};
+    "same",       "iso_minus_3", "iso_minus_2",    "iso_minus_1",   "iso_plus_1",      "iso_plus_2",
+    "iso_plus_3", "mz_refined",  "charge_changed", "none_recorded", "no_own_precursor"};
 
 QcCorrectionClass classifyFirstPrecursor(const QcPrecursorRow& row) {
   if (row.kind != QcRowKind::kOwn) return kQcNoOwnPrecursor;

@@ -15,9 +15,9 @@ namespace corvid {
 
 // What one row stands for: one exported precursor of a scan, or a scan that exported nothing.
 enum class QcRowKind : std::uint8_t {
-  kOwn,                // a precursor Corvid found (rank from 1)
-  kRecordedStandIn,    // nothing accepted: the instrument's precursor was exported unchanged
-  kNothingExported,    // the scan's spectrum was not exported (rows out of scan order)
+  kOwn,              // a precursor Corvid found (rank from 1)
+  kRecordedStandIn,  // nothing accepted: the instrument's precursor was exported unchanged
+  kNothingExported,  // the scan's spectrum was not exported (rows out of scan order)
 };
 
 // One exported precursor (one MGF block) as the precursor table lists it.
@@ -30,8 +30,8 @@ struct QcPrecursorRow {
   std::int32_t recordedCharge = 0;  // 0 or below: the instrument recorded none
   double mz = 0.0;                  // the exported precursor (the recorded one for a stand-in)
   std::int32_t charge = 0;
-  std::int32_t rank = 0;            // 1 = best of the scan; 0 for the two kinds without a score
-  double score = 0.0;               // NaN when unscored
+  std::int32_t rank = 0;              // 1 = best of the scan; 0 for the two kinds without a score
+  double score = 0.0;                 // NaN when unscored
   double precursorIonFraction = 0.0;  // f_precursor_ion_fraction, NaN when unknown
   QcRowKind kind = QcRowKind::kOwn;
 };
@@ -85,7 +85,7 @@ QcCorrectionClass classifyFirstPrecursor(const QcPrecursorRow& row);
 using QcClassCounts = std::array<std::int64_t, kQcClassCount>;
 
 struct QcHistogram {
-  std::vector<double> binEdges;       // counts.size() + 1 edges, empty with no values
+  std::vector<double> binEdges;  // counts.size() + 1 edges, empty with no values
   std::vector<std::int64_t> counts;
 };
 
@@ -109,22 +109,22 @@ double medianOf(std::vector<double> values);
 
 struct QcFigures {
   QcRunFacts facts;
-  std::vector<std::string> analyzers;    // as found in the rows, sorted
+  std::vector<std::string> analyzers;  // as found in the rows, sorted
   std::vector<std::string> activations;
-  std::int64_t ms2Scans = 0;             // scans with a row in the CSV report
-  std::int64_t exportedPrecursors = 0;   // spectrum blocks (precursor table rows)
-  std::int64_t coIsolatedScans = 0;      // scans with two or more exported precursors
+  std::int64_t ms2Scans = 0;            // scans with a row in the CSV report
+  std::int64_t exportedPrecursors = 0;  // spectrum blocks (precursor table rows)
+  std::int64_t coIsolatedScans = 0;     // scans with two or more exported precursors
   QcClassCounts classes{};
   std::map<std::int32_t, QcClassCounts> classesByRecordedCharge;  // charge <= 0 as 0
-  std::vector<std::int64_t> scansByPrecursorCount;  // [n] = scans exporting n precursors
+  std::vector<std::int64_t> scansByPrecursorCount;                // [n] = scans exporting n precursors
   std::map<std::pair<std::int32_t, std::int32_t>, std::int64_t> recordedVsCorvidCharge;
   std::map<std::int32_t, std::int64_t> exportedCharges;  // charge -> precursors exported with it
   double meanExportedCharge = 0.0;
   double medianExportedCharge = 0.0;
-  QcHistogram refinedPpm;                // m/z change of refined first precursors
+  QcHistogram refinedPpm;  // m/z change of refined first precursors
   std::vector<double> refinedPpmValues;
-  QcHistogram scores;                    // Corvid's own precursors
-  std::vector<double> firstPifValues;    // first own precursor of each scan, finite only
+  QcHistogram scores;                  // Corvid's own precursors
+  std::vector<double> firstPifValues;  // first own precursor of each scan, finite only
   QcTimeBins timeBins;
   std::vector<std::optional<double>> coIsolatedShareOverTime;
   std::vector<std::optional<double>> medianPifOverTime;

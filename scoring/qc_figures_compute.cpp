@@ -90,8 +90,9 @@ void addTimeFigures(const std::vector<ScanRows>& scans, QcFigures& figures) {
   }
   for (const TimeBinTally& tally : tallies) {
     figures.coIsolatedShareOverTime.push_back(
-        tally.scans > 0 ? std::optional<double>(static_cast<double>(tally.coIsolated) / static_cast<double>(tally.scans))
-                        : std::nullopt);
+        tally.scans > 0
+            ? std::optional<double>(static_cast<double>(tally.coIsolated) / static_cast<double>(tally.scans))
+            : std::nullopt);
     figures.medianPifOverTime.push_back(tally.pif.empty() ? std::nullopt : std::optional<double>(medianOf(tally.pif)));
   }
 }

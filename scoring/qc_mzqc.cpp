@@ -56,7 +56,8 @@ ordered_json metadata(const QcRunFacts& facts) {
   ordered_json software = term("CORVID:0000000", "Corvid");
   software["version"] = facts.version;
   software["uri"] = build::kWebAddress;
-  return {{"label", facts.label}, {"inputFiles", ordered_json::array({input})},
+  return {{"label", facts.label},
+          {"inputFiles", ordered_json::array({input})},
           {"analysisSoftware", ordered_json::array({software})}};
 }
 
@@ -95,9 +96,9 @@ ordered_json corvidMetrics(const QcFigures& figures) {
   metrics.push_back(countMetric("CORVID:0000007", "number of MS2 scans processed", figures.ms2Scans));
   metrics.push_back(countMetric("CORVID:0000005", "number of precursors exported", figures.exportedPrecursors));
   metrics.push_back(metric("CORVID:0000006", "mean number of precursors exported per MS2 scan",
-                           figures.ms2Scans > 0 ? static_cast<double>(figures.exportedPrecursors) /
-                                                      static_cast<double>(figures.ms2Scans)
-                                                : 0.0));
+                           figures.ms2Scans > 0
+                               ? static_cast<double>(figures.exportedPrecursors) / static_cast<double>(figures.ms2Scans)
+                               : 0.0));
   metrics.push_back(countMetric("CORVID:0000008", "number of co-isolated MS2 scans", figures.coIsolatedScans));
   ordered_json share = metric("CORVID:0000002", "co-isolated MS2 scan fraction", coIsolatedShare(figures));
   share["unit"] = term("UO:0000191", "fraction");
@@ -122,8 +123,8 @@ ordered_json corvidMetrics(const QcFigures& figures) {
 ordered_json vocabularies() {
   return ordered_json::array(
       {{{"name", "Proteomics Standards Initiative Mass Spectrometry Ontology"},
-        {"uri", std::string("https://github.com/HUPO-PSI/psi-ms-CV/releases/download/v") + kPsiMsVersion +
-                    "/psi-ms.obo"},
+        {"uri",
+         std::string("https://github.com/HUPO-PSI/psi-ms-CV/releases/download/v") + kPsiMsVersion + "/psi-ms.obo"},
         {"version", kPsiMsVersion}},
        {{"name", "Unit Ontology"},
         {"uri", std::string("https://raw.githubusercontent.com/bio-ontology-research-group/unit-ontology/") +

@@ -33,9 +33,9 @@ std::string settingsText(const QcRunFacts& facts) {
 
 json summaryRows(const QcFigures& figures) {
   const QcRunFacts& facts = figures.facts;
-  const double perScan = figures.ms2Scans > 0 ? static_cast<double>(figures.exportedPrecursors) /
-                                                    static_cast<double>(figures.ms2Scans)
-                                              : 0.0;
+  const double perScan = figures.ms2Scans > 0
+                             ? static_cast<double>(figures.exportedPrecursors) / static_cast<double>(figures.ms2Scans)
+                             : 0.0;
   json rows = json::array();
   rows.push_back(row("input_file", "Input file", std::filesystem::path(facts.inputPath).filename().string()));
   rows.push_back(row("input_sha1", "Input file SHA-1", facts.inputSha1.empty() ? "unknown" : facts.inputSha1));
@@ -48,9 +48,9 @@ json summaryRows(const QcFigures& figures) {
   rows.push_back(row("precursors_exported", "Precursors exported", std::to_string(figures.exportedPrecursors)));
   rows.push_back(row("precursors_per_scan", "Precursors per MS2 scan", fixedText(perScan, 3)));
   for (std::size_t c = 0; c < kQcClassCount; ++c) {
-    rows.push_back(row(kQcClassKeys[c], std::string("First precursor: ") + kQcClassNames[c],
-                       std::to_string(figures.classes[c]) + " (" + percentOf(figures.classes[c], figures.ms2Scans) +
-                           ")"));
+    rows.push_back(
+        row(kQcClassKeys[c], std::string("First precursor: ") + kQcClassNames[c],
+            std::to_string(figures.classes[c]) + " (" + percentOf(figures.classes[c], figures.ms2Scans) + ")"));
   }
   rows.push_back(row("co_isolated_share", "Co-isolated share",
                      percentOf(figures.coIsolatedScans, figures.ms2Scans) + " (" +
@@ -62,10 +62,72 @@ json summaryRows(const QcFigures& figures) {
   return rows;
 }
 
-json plot(const char* id, const char* kind, const char* title, const char* caption, const char* xTitle,
-          const char* yTitle) {
-  return {{"id", id}, {"kind", kind}, {"title", title}, {"caption", caption}, {"x_title", xTitle},
-          {"y_title", yTitle}};
+// What each plot says: id, kind, title, caption, axis titles.
+struct PlotTexts {
+  const char* id;
+  const char* kind;
+  const char* title;
+  const char* caption;
+  const char* xTitle;
+  const char* yTitle;
+};
+
+constexpr PlotTexts kCorrectionClassesTexts{
+    "correction_classes",
+    "stacked_bars",
+    "Correction of the first precursor per recorded charge",
+    "Each bar is one recorded charge; its parts count the MS2 scans whose first exported precursor "
+    "falls in each class.",
+    "recorded charge",
+    "MS2 scans (count)"};
+constexpr PlotTexts kChargeHeatmapTexts{
+    "charge_heatmap",
+    "heatmap",
+    "Recorded against Corvid's charge",
+    "Each cell counts the MS2 scans whose first precursor of Corvid's own has that charge (row) for "
+    "the recorded charge (column); off the diagonal Corvid changed the charge.",
+    "recorded charge",
+    "Corvid's charge"};
+constexpr PlotTexts kPrecursorsPerScanTexts{
+    "precursors_per_scan",
+    "bars",
+    "Precursors exported per MS2 scan",
+    "Each bar counts the MS2 scans that exported that many precursors; two or more are co-isolated.",
+    "precursors exported",
+    "MS2 scans (count)"};
+constexpr PlotTexts kOverTimeTexts{
+    "over_time",
+    "lines",
+    "Co-isolation and precursor ion fraction over retention time",
+    "Per retention-time bin: the share of MS2 scans with two or more precursors, and the median "
+    "precursor ion fraction of the first precursor; gaps are bins without scans.",
+    "retention time (min)",
+    "share (fraction, 0 to 1)"};
+constexpr PlotTexts kMzVsRtTexts{"mz_vs_rt",
+                                 "scatter",
+                                 "Exported precursors over retention time",
+                                 "Each point is one exported precursor at its MS2 scan's retention time and its m/z.",
+                                 "retention time (min)",
+                                 "precursor m/z (Th)"};
+constexpr PlotTexts kRefinedPpmTexts{
+    "refined_ppm",
+    "histogram",
+    "m/z change of refined precursors",
+    "How far Corvid moved the first precursor when it kept the charge but matched neither the recorded m/z "
+    "nor an isotope of it (Corvid's minus recorded).",
+    "m/z change (ppm)",
+    "MS2 scans (count)"};
+constexpr PlotTexts kScoresTexts{"scores",
+                                 "histogram",
+                                 "Scores of Corvid's precursors",
+                                 "The scores of the precursors Corvid exported; the line marks the threshold "
+                                 "they had to pass.",
+                                 "score (model output)",
+                                 "precursors (count)"};
+
+json plot(const PlotTexts& texts) {
+  return {{"id", texts.id},           {"kind", texts.kind},      {"title", texts.title},
+          {"caption", texts.caption}, {"x_title", texts.xTitle}, {"y_title", texts.yTitle}};
 }
 
 json histogramFields(json plotJson, const QcHistogram& histogram) {
@@ -75,10 +137,7 @@ json histogramFields(json plotJson, const QcHistogram& histogram) {
 }
 
 json classesPlot(const QcFigures& figures) {
-  json result = plot("correction_classes", "stacked_bars", "Correction of the first precursor per recorded charge",
-                     "Each bar is one recorded charge; its parts count the MS2 scans whose first exported precursor "
-                     "falls in each class.",
-                     "recorded charge", "MS2 scans (count)");
+  json result = plot(kCorrectionClassesTexts);
   json categories = json::array();
   json series = json::array();
   for (const auto& [charge, counts] : figures.classesByRecordedCharge) categories.push_back(chargeLabel(charge));
@@ -93,10 +152,7 @@ json classesPlot(const QcFigures& figures) {
 }
 
 json chargeHeatmap(const QcFigures& figures) {
-  json result = plot("charge_heatmap", "heatmap", "Recorded against Corvid's charge",
-                     "Each cell counts the MS2 scans whose first precursor of Corvid's own has that charge (row) for "
-                     "the recorded charge (column); off the diagonal Corvid changed the charge.",
-                     "recorded charge", "Corvid's charge");
+  json result = plot(kChargeHeatmapTexts);
   std::vector<std::int32_t> recorded;
   std::vector<std::int32_t> corvid;
   for (const auto& [pair, count] : figures.recordedVsCorvidCharge) {
@@ -122,9 +178,7 @@ json chargeHeatmap(const QcFigures& figures) {
 }
 
 json precursorsPerScanPlot(const QcFigures& figures) {
-  json result = plot("precursors_per_scan", "bars", "Precursors exported per MS2 scan",
-                     "Each bar counts the MS2 scans that exported that many precursors; two or more are co-isolated.",
-                     "precursors exported", "MS2 scans (count)");
+  json result = plot(kPrecursorsPerScanTexts);
   json categories = json::array();
   for (std::size_t n = 0; n < figures.scansByPrecursorCount.size(); ++n) categories.push_back(std::to_string(n));
   result["categories"] = categories;
@@ -139,25 +193,20 @@ json optionalValues(const std::vector<std::optional<double>>& values) {
 }
 
 json overTimePlot(const QcFigures& figures) {
-  json result = plot("over_time", "lines", "Co-isolation and precursor ion fraction over retention time",
-                     "Per retention-time bin: the share of MS2 scans with two or more precursors, and the median "
-                     "precursor ion fraction of the first precursor; gaps are bins without scans.",
-                     "retention time (min)", "share (fraction, 0 to 1)");
+  json result = plot(kOverTimeTexts);
   json x = json::array();
   for (double centre : figures.timeBins.centres) x.push_back(centre / kSecondsPerMinute);
   if (figures.ms2Scans == 0) x = json::array();
   result["x"] = x;
-  result["series"] = json::array({{{"name", "co-isolated share"}, {"values", optionalValues(figures.coIsolatedShareOverTime)}},
-                                  {{"name", "median precursor ion fraction"},
-                                   {"values", optionalValues(figures.medianPifOverTime)}}});
+  result["series"] =
+      json::array({{{"name", "co-isolated share"}, {"values", optionalValues(figures.coIsolatedShareOverTime)}},
+                   {{"name", "median precursor ion fraction"}, {"values", optionalValues(figures.medianPifOverTime)}}});
   result["y_max"] = 1;
   return result;
 }
 
 json scatterPlot(const QcFigures& figures) {
-  json result = plot("mz_vs_rt", "scatter", "Exported precursors over retention time",
-                     "Each point is one exported precursor at its MS2 scan's retention time and its m/z.",
-                     "retention time (min)", "precursor m/z (Th)");
+  json result = plot(kMzVsRtTexts);
   json points = json::array();
   for (const auto& [time, mz] : figures.scatter) points.push_back({time / kSecondsPerMinute, mz});
   result["points"] = points;
@@ -171,20 +220,11 @@ json scatterPlot(const QcFigures& figures) {
 json plots(const QcFigures& figures) {
   json list = json::array();
   list.push_back(classesPlot(figures));
-  list.push_back(histogramFields(
-      plot("refined_ppm", "histogram", "m/z change of refined precursors",
-           "How far Corvid moved the first precursor when it kept the charge but matched neither the recorded m/z "
-           "nor an isotope of it (Corvid's minus recorded).",
-           "m/z change (ppm)", "MS2 scans (count)"),
-      figures.refinedPpm));
+  list.push_back(histogramFields(plot(kRefinedPpmTexts), figures.refinedPpm));
   list.push_back(chargeHeatmap(figures));
   list.push_back(precursorsPerScanPlot(figures));
   list.push_back(overTimePlot(figures));
-  json scores = histogramFields(plot("scores", "histogram", "Scores of Corvid's precursors",
-                                     "The scores of the precursors Corvid exported; the line marks the threshold "
-                                     "they had to pass.",
-                                     "score (model output)", "precursors (count)"),
-                                figures.scores);
+  json scores = histogramFields(plot(kScoresTexts), figures.scores);
   if (figures.facts.thresholdApplies) {
     scores["marker"] = {{"value", figures.facts.scoreThreshold},
                         {"label", "threshold " + fixedText(figures.facts.scoreThreshold, 2)}};

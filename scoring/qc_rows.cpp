@@ -30,22 +30,24 @@ void appendQcRows(GroupExport group, const MS2File& ms2File, const std::vector<P
   const PrecursorRecord* first = group.accepted.data();
   std::unordered_set<std::uint32_t> exportedScans;
   SkippedSpectra skipped;
-  walkGroupBlocks(group, ms2File, "QC", [&](const MS2Spectrum& spectrum, const PrecursorRecord* accepted,
-                                            std::int32_t rank) {
-    exportedScans.insert(spectrum.scanNumber);
-    QcPrecursorRow row = scanRow(spectrum);
-    row.kind = QcRowKind::kRecordedStandIn;
-    if (accepted != nullptr) {
-      const PrecursorFeatures& features = keptFeatures[static_cast<std::size_t>(accepted - first)];
-      row.kind = QcRowKind::kOwn;
-      row.mz = accepted->mz;
-      row.charge = chargeOfRow(*accepted);
-      row.rank = rank + 1;
-      if (features.size() > kFeatureScore) row.score = features[kFeatureScore];
-      if (features.size() > kFeaturePif) row.precursorIonFraction = features[kFeaturePif];
-    }
-    rows.push_back(std::move(row));
-  }, skipped);
+  walkGroupBlocks(
+      group, ms2File, "QC",
+      [&](const MS2Spectrum& spectrum, const PrecursorRecord* accepted, std::int32_t rank) {
+        exportedScans.insert(spectrum.scanNumber);
+        QcPrecursorRow row = scanRow(spectrum);
+        row.kind = QcRowKind::kRecordedStandIn;
+        if (accepted != nullptr) {
+          const PrecursorFeatures& features = keptFeatures[static_cast<std::size_t>(accepted - first)];
+          row.kind = QcRowKind::kOwn;
+          row.mz = accepted->mz;
+          row.charge = chargeOfRow(*accepted);
+          row.rank = rank + 1;
+          if (features.size() > kFeatureScore) row.score = features[kFeatureScore];
+          if (features.size() > kFeaturePif) row.precursorIonFraction = features[kFeaturePif];
+        }
+        rows.push_back(std::move(row));
+      },
+      skipped);
   for (std::size_t position : group.spectrumPositions) {
     const MS2Spectrum& spectrum = ms2File.spectra.at(position);
     if (exportedScans.contains(spectrum.scanNumber)) continue;

@@ -135,8 +135,7 @@ void expectValidMzqc(const fs::path& mzqc) {
   const std::string command = "python3 " + shellQuote((source / "tests/scripts/check_mzqc.py").string()) + " " +
                               shellQuote((source / "tests/data/qc/mzqc_schema.json").string()) + " " +
                               shellQuote((source / "tests/data/qc/psi-ms.obo").string()) + " " +
-                              shellQuote((source / "data/corvid-qc.obo").string()) + " -- " +
-                              shellQuote(mzqc.string());
+                              shellQuote((source / "data/corvid-qc.obo").string()) + " -- " + shellQuote(mzqc.string());
   EXPECT_EQ(std::system(command.c_str()), 0) << command;
 }
 
@@ -157,7 +156,8 @@ void expectAgreement(const fs::path& folder, const std::string& stem) {
   const json& perScan = metricOf(mzqc, "CORVID:0000003")["value"];
   const json& bars = plotOf(page, "precursors_per_scan");
   for (std::size_t n = 0; n < perScan["CORVID:0000013"].size(); ++n) {
-    const std::int64_t expected = counted.scansByCount.contains(std::int64_t(n)) ? counted.scansByCount.at(std::int64_t(n)) : 0;
+    const std::int64_t expected =
+        counted.scansByCount.contains(std::int64_t(n)) ? counted.scansByCount.at(std::int64_t(n)) : 0;
     EXPECT_EQ(perScan["CORVID:0000012"][n], expected) << n;
     EXPECT_EQ(bars["values"][n], expected) << n;
   }
@@ -165,13 +165,15 @@ void expectAgreement(const fs::path& folder, const std::string& stem) {
   EXPECT_EQ(summaryValue(page, "precursors_exported"), std::to_string(counted.precursors));
   EXPECT_NE(summaryValue(page, "co_isolated_share").find("(" + std::to_string(counted.coIsolated) + " of "),
             std::string::npos);
-  const char* classKeys[] = {"same", "iso_minus_3", "iso_minus_2", "iso_minus_1", "iso_plus_1", "iso_plus_2",
-                             "iso_plus_3", "mz_refined", "charge_changed", "none_recorded", "no_own_precursor"};
+  const char* classKeys[] = {"same",           "iso_minus_3",   "iso_minus_2",     "iso_minus_1",
+                             "iso_plus_1",     "iso_plus_2",    "iso_plus_3",      "mz_refined",
+                             "charge_changed", "none_recorded", "no_own_precursor"};
   std::int64_t stacked = 0;
   for (std::size_t c = 0; c < 11; ++c) {
     EXPECT_TRUE(summaryValue(page, classKeys[c]).starts_with(std::to_string(counted.classes[c]) + " (")) << c;
     std::int64_t sum = 0;
-    for (const json& value : plotOf(page, "correction_classes")["series"][c]["values"]) sum += value.get<std::int64_t>();
+    for (const json& value : plotOf(page, "correction_classes")["series"][c]["values"])
+      sum += value.get<std::int64_t>();
     EXPECT_EQ(sum, counted.classes[c]) << c;
     stacked += sum;
   }
@@ -242,9 +244,9 @@ TEST(QcReportEndToEnd, OffGivenExplicitlyChangesNoByte) {
   copyCoElutingPair(plain.path() / "data");
   copyCoElutingPair(off.path() / "data");
   ASSERT_EQ(runCorvid(plain.path(), {"-D", plain.folder() + "data/", "-F", "ms1", "--output_table=1"}).status, 0);
-  ASSERT_EQ(runCorvid(off.path(), {"-D", off.folder() + "data/", "-F", "ms1", "--output_table=1", "--output_qc=0"})
-                .status,
-            0);
+  ASSERT_EQ(
+      runCorvid(off.path(), {"-D", off.folder() + "data/", "-F", "ms1", "--output_table=1", "--output_qc=0"}).status,
+      0);
   std::size_t compared = 0;
   for (const auto& entry : fs::directory_iterator(plain.path() / "data")) {
     const std::string name = entry.path().filename().string();

@@ -43,8 +43,8 @@ TEST(QcFigures, ClassifiesEveryClass) {
 }
 
 TEST(QcFigures, ClassifiesIsotopeMovesFromMinusThreeToPlusThree) {
-  const QcCorrectionClass expected[] = {kQcMovedMinus3, kQcMovedMinus2, kQcMovedMinus1,
-                                        kQcSame,        kQcMovedPlus1,  kQcMovedPlus2, kQcMovedPlus3};
+  const QcCorrectionClass expected[] = {kQcMovedMinus3, kQcMovedMinus2, kQcMovedMinus1, kQcSame,
+                                        kQcMovedPlus1,  kQcMovedPlus2,  kQcMovedPlus3};
   for (int charge = 1; charge <= 4; ++charge) {
     for (int k = -3; k <= 3; ++k) {
       const double mz = 700.0 + k * kQcIsotopeSpacing / charge + 700.0 * 4e-6;  // 4 ppm off the isotope
@@ -60,12 +60,12 @@ TEST(QcFigures, ClassifiesIsotopeMovesFromMinusThreeToPlusThree) {
 
 TEST(QcFigures, CountsScansPrecursorsAndClassesPerRecordedCharge) {
   std::vector<QcPrecursorRow> rows;
-  rows.push_back(ownRow(3, 500.0, 2, 500.0, 2));                  // same, co-isolated with the next
+  rows.push_back(ownRow(3, 500.0, 2, 500.0, 2));  // same, co-isolated with the next
   rows.push_back(ownRow(3, 500.0, 2, 620.0, 3, 2));
   rows.push_back(ownRow(1, 400.0, 3, 400.0 + kQcIsotopeSpacing / 3, 3));  // +1 isotope
   rows.push_back(recordedRow(2, QcRowKind::kRecordedStandIn));
   rows.push_back(recordedRow(4, QcRowKind::kNothingExported));
-  rows.push_back(ownRow(5, 450.0, 0, 451.0, 2));                  // none recorded
+  rows.push_back(ownRow(5, 450.0, 0, 451.0, 2));  // none recorded
   QcRunFacts facts;
   facts.label = "planted";
   const QcFigures figures = computeQcFigures(rows, facts);
