@@ -260,6 +260,20 @@ TEST(QcReportEndToEnd, OffGivenExplicitlyChangesNoByte) {
   EXPECT_FALSE(fs::exists(off.path() / "data" / "run1.qc.html"));
 }
 
+// A QC file that cannot be written is an Error, and the CSV report is not saved: a later run
+// processes the file again.
+TEST(QcReportEndToEnd, UnwritableQcFileLeavesNoReport) {
+  TempDir dir;
+  const fs::path data = dir.path() / "data";
+  copyCoElutingPair(data);
+  fs::create_directories(data / "run1.mzQC" / "taken");  // a folder where the file should go
+  const RunResult result = runCorvid(dir.path(), {"-D", data.string() + "/", "-F", "ms1", "--output_qc=1"});
+  EXPECT_NE(result.out.find("Fail to write the mzQC file " + (data / "run1.mzQC").string() + ": "), std::string::npos)
+      << result.out;
+  EXPECT_FALSE(fs::exists(data / "run1.csv"));
+  EXPECT_TRUE(fs::is_directory(data / "run1.mzQC" / "taken"));
+}
+
 TEST(QcReportEndToEnd, Bsa1FiguresAgreeWithTableAndReport) {
   if (!fs::exists(bsa1MzmlPath())) GTEST_SKIP() << "BSA1.mzML not cached at " << bsa1MzmlPath();
   TempDir dir;

@@ -136,7 +136,7 @@ TEST(RunSettings, NonDefaultSettingsListWhatDiffersFromTheTemplateButNoPaths) {
   EXPECT_TRUE(readRunSettings(table).nonDefaultSettings.empty());
   table["mars_threshold"] = "0.1";
   table["output_qc"] = "1";
-  table["output_table"] = "0";  // an extension key at its default
+  table["output_table"] = "0";    // an extension key at its default
   table["ms2_part_scans"] = "5";  // an internal key: no default, listed when given
   table["datapath"] = "/data/";
   table["datapath1"] = "/more/";
