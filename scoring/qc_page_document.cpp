@@ -196,7 +196,6 @@ json overTimePlot(const QcFigures& figures) {
   json result = plot(kOverTimeTexts);
   json x = json::array();
   for (double centre : figures.timeBins.centres) x.push_back(centre / kSecondsPerMinute);
-  if (figures.ms2Scans == 0) x = json::array();
   result["x"] = x;
   result["series"] =
       json::array({{{"name", "co-isolated share"}, {"values", optionalValues(figures.coIsolatedShareOverTime)}},
