@@ -3,6 +3,7 @@
 #include <openssl/evp.h>
 
 #include <array>
+#include <cstdio>
 
 #include "platform/run_failure.h"
 
@@ -56,6 +57,19 @@ std::string sha1Hex(Sha1& hash) {
     hex += kDigits[digest[i] & 15];
   }
   return hex;
+}
+
+bool fileSha1(const std::string& path, std::string& digest) {
+  std::FILE* file = std::fopen(path.c_str(), "rb");
+  if (file == nullptr) return false;
+  Sha1 hash;
+  std::string buffer(1 << 20, '\0');
+  std::size_t got = 0;
+  while ((got = std::fread(buffer.data(), 1, buffer.size(), file)) > 0) sha1Update(hash, std::string_view(buffer.data(), got));
+  const bool failed = std::ferror(file) != 0;
+  std::fclose(file);
+  digest = sha1Hex(hash);
+  return !failed;
 }
 
 }  // namespace corvid

@@ -21,4 +21,7 @@ void sha1Update(Sha1& hash, std::string_view bytes);
 // The digest as 40 lower-case hexadecimal digits; the hash is spent afterwards.
 std::string sha1Hex(Sha1& hash);
 
+// The SHA-1 of a whole file, read in 1 MiB blocks; false when it cannot be opened or read.
+bool fileSha1(const std::string& path, std::string& digest);
+
 }  // namespace corvid

@@ -35,23 +35,6 @@ void appendText(std::string& out, std::string_view text) {
   for (char c : text) out += (c == '\t' || c == '\n' || c == '\r') ? ' ' : c;
 }
 
-const char* activationName(const MS2Spectrum& spectrum) {
-  switch (spectrum.activationCode) {
-    case 1: return "CID";
-    case 2: return "ETD";
-    case 3: return "HCD";
-    default: return "";
-  }
-}
-
-const char* analyzerName(const MS2Spectrum& spectrum) {
-  switch (spectrum.instrumentCode) {
-    case 1: return "IT";
-    case 2: return "FT";
-    default: return "";
-  }
-}
-
 bool isRecordedPrecursor(const MS2Spectrum& spectrum, const PrecursorRecord& row) {
   if (chargeOfRow(row) != spectrum.charge) return false;
   const double recorded = recordedMz(spectrum);
@@ -113,6 +96,23 @@ void appendAcceptedFields(std::string& line, const PrecursorRecord& row, std::in
 }
 
 }  // namespace
+
+const char* activationName(const MS2Spectrum& spectrum) {
+  switch (spectrum.activationCode) {
+    case 1: return "CID";
+    case 2: return "ETD";
+    case 3: return "HCD";
+    default: return "";
+  }
+}
+
+const char* analyzerName(const MS2Spectrum& spectrum) {
+  switch (spectrum.instrumentCode) {
+    case 1: return "IT";
+    case 2: return "FT";
+    default: return "";
+  }
+}
 
 std::string precursorTableHeader(bool withWindowShare) {
   std::string header =

@@ -17,6 +17,11 @@ namespace corvid {
 
 inline constexpr const char* kPrecursorTableSuffix = ".precursors.tsv";
 
+// The scan's activation ("CID", "ETD", "HCD") and analyzer ("IT", "FT") as the table spells them;
+// empty for any other.
+const char* activationName(const MS2Spectrum& spectrum);
+const char* analyzerName(const MS2Spectrum& spectrum);
+
 // The header line, with its line end. Precision mode adds the column f_window_share after the 13
 // features.
 std::string precursorTableHeader(bool withWindowShare = false);

@@ -170,20 +170,6 @@ std::string instrumentConfiguration(std::string_view id, std::string_view access
          "\t\t\t</componentList>\n\t\t</instrumentConfiguration>\n";
 }
 
-// The SHA-1 of the input file, which the source file entry records.
-bool fileSha1(const std::string& path, std::string& digest) {
-  std::FILE* file = std::fopen(path.c_str(), "rb");
-  if (file == nullptr) return false;
-  Sha1 hash;
-  std::string buffer(1 << 20, '\0');
-  std::size_t got = 0;
-  while ((got = std::fread(buffer.data(), 1, buffer.size(), file)) > 0) sha1Update(hash, std::string_view(buffer.data(), got));
-  const bool failed = std::ferror(file) != 0;
-  std::fclose(file);
-  digest = sha1Hex(hash);
-  return !failed;
-}
-
 std::string header(const std::string& inputPath, const std::string& inputSha1, std::size_t spectrumCount) {
   const std::string name = escapeXml(fileNameOf(inputPath));
   std::string out = "<?xml version=\"1.0\" encoding=\"utf-8\"?>\n" + std::string(kIndexedOpening);

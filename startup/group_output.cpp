@@ -7,6 +7,7 @@
 
 #include "platform/run_log.h"
 #include "scoring/precursor_table.h"
+#include "scoring/qc_rows.h"
 #include "scoring/reference_list_loader.h"
 #include "scoring/result_report.h"
 #include "spectra/group_export.h"
@@ -115,6 +116,7 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
     appendPrecursorTableRows(exported, run.ms2File, run.keptFeatures, run.nativeIds, run.table,
                              run.settings.precisionMode);
   }
+  if (run.qc != nullptr) appendQcRows(exported, run.ms2File, run.keptFeatures, run.qc->rows);
   if (run.corrections != nullptr) collectCorrections(exported, run.ms2File, run.keptFeatures, *run.corrections);
   if (reference != nullptr) resetFound(*reference);
   logMessage(LogLabel::kNote, "Writing CSV...");
@@ -139,6 +141,17 @@ void exportGroup(PairRun& run, int group, const std::vector<std::size_t>& positi
     if (run.settings.outputs.uncheckedLists) {
       writeUncheckedList(*reference, run.outputs.resultStem + "_unchecked.csv");
     }
+  }
+}
+
+void writePairSideFiles(PairRun& run) {
+  if (run.settings.outputs.precursorTable &&
+      !writePrecursorTable(run.outputs.resultStem + kPrecursorTableSuffix, run.table)) {
+    run.outputsIncomplete = true;
+  }
+  if (run.qc != nullptr && !run.qc->writtenByCaller &&
+      !finishQcReport(*run.qc, run.outputs.resultStem, run.settings.paths.program)) {
+    run.outputsIncomplete = true;
   }
 }
 

@@ -78,7 +78,9 @@ void appendWindowShares(DetectionOutput& detected) {
   }
 }
 
-bool keepsFeatures(const PairRun& run) { return run.settings.outputs.precursorTable || run.corrections != nullptr; }
+bool keepsFeatures(const PairRun& run) {
+  return run.settings.outputs.precursorTable || run.corrections != nullptr || run.qc != nullptr;
+}
 
 // precision_mode's classifier chooses. It may move a kept precursor's m/z (the mean of its copies),
 // so the kept features are found by position, not by m/z.

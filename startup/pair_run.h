@@ -15,6 +15,7 @@
 #include "startup/debug_scan_input.h"
 #include "startup/group_scan_tasks.h"
 #include "startup/run_resources.h"
+#include "startup/qc_collection.h"
 #include "startup/run_settings.h"
 
 namespace corvid {
@@ -52,6 +53,7 @@ struct PairRun {
   // precision_mode's classifier, when the mode chooses the precursors (not when every candidate
   // is kept).
   const BoostedTrees* precisionModel = nullptr;
+  QcCollection* qc = nullptr;  // the QC report's rows and facts, when output_qc is on
 };
 
 }  // namespace corvid

@@ -41,12 +41,13 @@ constexpr std::array<ParameterDefault, 31> kDefaults{{
     {"output_freq", "0", 'f'},
 }};
 
-constexpr std::array<ExtensionKey, 7> kExtensionKeys{{
+constexpr std::array<ExtensionKey, 8> kExtensionKeys{{
     {"precision_mode", "0"},
     {"isolation_from_file", "0"},
     {"threads", "0"},
     {"output_mzml", "0"},
     {"output_table", "0"},
+    {"output_qc", "0"},
     {"strict_exit", "0"},
     {"extract_path", ""},
 }};

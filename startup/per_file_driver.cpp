@@ -90,10 +90,7 @@ void processGroups(PairRun& run, const std::string& ms2Path) {
   noteMS2ScansProcessed(static_cast<long long>(run.ms2File.spectra.size()));
   logMessage(LogLabel::kNote, "Releasing resources...");
   logMessage(LogLabel::kNote, "Saving CSV to disk...");
-  if (run.settings.outputs.precursorTable &&
-      !writePrecursorTable(run.outputs.resultStem + kPrecursorTableSuffix, run.table)) {
-    run.outputsIncomplete = true;
-  }
+  writePairSideFiles(run);
   saveReport(run.outputs.csvPath, run.report, run.outputsIncomplete);
 }
 
@@ -132,7 +129,7 @@ void deleteSpectrumFiles(const PairFiles& files) {
 
 bool processSpectrumPair(const RunSettings& settings, RunResources& resources, const PairFiles& files,
                          std::optional<HandedOverPair>& handedOver, std::vector<std::string>& outputList,
-                         CorrectionsByScan* corrections) {
+                         CorrectionsByScan* corrections, QcCollection* qc) {
   const PairOutputs outputs = outputsFor(settings.paths.output, files.ms2Path);
   // The pair this run just extracted is already loaded (and is released on every return); other
   // pairs are read from disk.
@@ -175,7 +172,9 @@ bool processSpectrumPair(const RunSettings& settings, RunResources& resources, c
               .reference = settings.paths.trainingSet.empty() ? nullptr : &reference,
               .outputList = outputList,
               .outputsIncomplete = !kx1Written,
-              .corrections = corrections};
+              .corrections = corrections,
+              .qc = qc};
+  if (qc != nullptr) noteQcSpectra(*qc, ms1File, ms2File);
   if (precisionModelChooses(settings)) run.precisionModel = &precisionModelFor(resources, settings.paths.program);
   processGroups(run, files.ms2Path);
   if (settings.outputs.deleteSpectrumFiles) deleteSpectrumFiles(files);

@@ -22,10 +22,11 @@ struct PairFiles {
 // Outputs go to the run's output folder named after the MS2 file; `outputList` collects the
 // spectrum files written. `handedOver` is the pair as its extraction loaded it, used when it still
 // stands for these files (and released either way). When `corrections` is given, the exported
-// precursors are added to it. Returns false when the pair's results already existed and nothing
+// precursors are added to it; when `qc` is given, the QC report's rows and spectrum counts (and,
+// unless the caller writes it, the QC report itself before the CSV report). Returns false when the pair's results already existed and nothing
 // was processed. Failures (missing files, unreadable data) are thrown as RunFailure.
 bool processSpectrumPair(const RunSettings& settings, RunResources& resources, const PairFiles& files,
                          std::optional<HandedOverPair>& handedOver, std::vector<std::string>& outputList,
-                         CorrectionsByScan* corrections = nullptr);
+                         CorrectionsByScan* corrections = nullptr, QcCollection* qc = nullptr);
 
 }  // namespace corvid

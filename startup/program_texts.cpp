@@ -69,6 +69,7 @@ constexpr KeyMeaning kExtensionKeyMeanings[] = {
     {"threads", "detection workers: that many when positive, otherwise every core; 1: one thread"},
     {"output_mzml", "1: also write <stem>.corrected.mzML with Corvid's precursors (mzML/mzXML inputs)"},
     {"output_table", "1: also write <stem>.precursors.tsv, one row per precursor"},
+    {"output_qc", "1: also write the QC report <stem>.qc.html and <stem>.mzQC"},
     {"strict_exit", "1: the exit status names what was skipped or failed (see below)"},
     {"extract_path", "folder for what is extracted from mzML/mzXML; empty: beside the input"},
 };

@@ -1,6 +1,7 @@
 #include "startup/run_settings.h"
 
 #include <cmath>
+#include <optional>
 
 #include "detection/parallel_detection.h"
 #include "spectra/ms2_splitter.h"
@@ -87,6 +88,7 @@ constexpr SwitchKey kOutputSwitchKeys[] = {
     {"output_ms2", &OutputSwitches::ms2},
     {"output_kx", &OutputSwitches::kx},
     {"output_table", &OutputSwitches::precursorTable},
+    {"output_qc", &OutputSwitches::qcReport},
     {"output_mzml", &OutputSwitches::correctedMzML},
     {"output_trainingdata", &OutputSwitches::trainingData},
     {"export_unchecked_mono", &OutputSwitches::uncheckedLists},
@@ -105,6 +107,33 @@ InputFormatChoice inputFormatFrom(const TableReader& read) {
   choice.givenText = read.text("input_format");
   choice.folderFormat = formatFromOption(choice.givenText);
   return choice;
+}
+
+// Where the run reads and writes, not how: left out of the settings that differ from the defaults.
+bool isLocationKey(const std::string& key) {
+  return key.starts_with("datapath") || key == "outputpath" || key == "logfilepath" || key == "binpath" ||
+         key == "extract_path";
+}
+
+// The template's default of key, or nothing for a key without one.
+std::optional<std::string> defaultOf(const std::string& key) {
+  for (const ParameterDefault& row : parameterDefaults()) {
+    if (key == row.key) return row.value;
+  }
+  for (const ExtensionKey& row : extensionKeys()) {
+    if (key == row.key) return row.defaultValue;
+  }
+  return std::nullopt;
+}
+
+std::vector<std::pair<std::string, std::string>> nonDefaultSettingsOf(const ParameterTable& table) {
+  std::vector<std::pair<std::string, std::string>> settings;
+  for (const auto& [key, value] : table) {
+    if (isLocationKey(key)) continue;
+    const std::optional<std::string> fallback = defaultOf(key);
+    if (fallback ? *fallback != value : !value.empty()) settings.emplace_back(key, value);
+  }
+  return settings;
 }
 
 }  // namespace
@@ -138,6 +167,7 @@ RunSettings readRunSettings(const ParameterTable& table) {
   settings.extractorMz = read.text("m/z");
   settings.extractorIntensity = read.text("Intensity");
   settings.valueAlerts = parameterValueAlerts(table);
+  settings.nonDefaultSettings = nonDefaultSettingsOf(table);
   return settings;
 }
 

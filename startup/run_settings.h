@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "detection/detection_context.h"
@@ -40,6 +41,7 @@ struct OutputSwitches {
   bool ms2 = false;                  // output_ms2
   bool kx = true;                    // output_kx
   bool precursorTable = false;       // output_table
+  bool qcReport = false;             // output_qc: the QC page and the mzQC file
   bool correctedMzML = false;        // output_mzml
   bool trainingData = false;         // output_trainingdata
   bool uncheckedLists = false;       // export_unchecked_mono
@@ -78,6 +80,9 @@ struct RunSettings {
   std::string extractorIntensity;
   // One text per value that is no number or out of range, in table order, for the run's log.
   std::vector<std::string> valueAlerts;
+  // The settings whose text differs from the template's default (or that have none), in key
+  // order, for the QC report; the paths of the data, outputs, log and program are left out.
+  std::vector<std::pair<std::string, std::string>> nonDefaultSettings;
 };
 
 RunSettings readRunSettings(const ParameterTable& table);

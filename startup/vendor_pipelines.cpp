@@ -45,10 +45,23 @@ void joinKX2PartsOfSplit(const std::string& outputStem, int partCount) {
   }
 }
 
+// The parts' reports are joined last, after the QC report of the whole file; when that cannot be
+// written the parts' reports go, so that a later run processes the file again.
+void joinReportParts(const RunSettings& settings, const std::string& outputStem, QcCollection* qc) {
+  if (qc != nullptr && !finishQcReport(*qc, outputStem, settings.paths.program)) {
+    logMessage(LogLabel::kError, "The QC report of " + outputStem +
+                                     " could not be written: the CSV report is not saved, so that a later run "
+                                     "processes this file again.");
+    deleteMatching(outputStem + "_ID_*.csv");
+    return;
+  }
+  joinParts(outputStem, ".csv");
+}
+
 // The pair's MS2 file in parts of `split.partScans` scans, each processed as a pair of its own and
 // the parts' outputs joined.
 bool processSplit(const RunSettings& settings, RunResources& resources, const PairFiles& files, const std::string& stem,
-                  CorrectionsByScan* corrections) {
+                  CorrectionsByScan* corrections, QcCollection* qc) {
   logMessage(LogLabel::kNote, "Start spliting MS2...");
   std::vector<std::string> partPaths;
   const int partCount = splitMS2(files.ms2Path, settings.split.partScans, partPaths);
@@ -57,7 +70,7 @@ bool processSplit(const RunSettings& settings, RunResources& resources, const Pa
   bool processed = false;
   for (const std::string& part : partPaths) {
     const PairFiles partFiles{files.ms1Path, part, files.folder};
-    processed = processSpectrumPair(settings, resources, partFiles, none, outputList, corrections) || processed;
+    processed = processSpectrumPair(settings, resources, partFiles, none, outputList, corrections, qc) || processed;
     deleteMatching(part);
   }
   // Outputs of the parts are written to the output folder, named after each part.
@@ -71,7 +84,7 @@ bool processSplit(const RunSettings& settings, RunResources& resources, const Pa
   // The reference lists of each part are joined first, so that the report join takes parts only.
   joinParts(outputStem, "_BeforeMARS_unchecked.csv");
   joinParts(outputStem, "_unchecked.csv");
-  joinParts(outputStem, ".csv");
+  joinReportParts(settings, outputStem, processed ? qc : nullptr);
   joinPrecursorTableParts(outputStem);
   if (settings.outputs.kx) joinKX2PartsOfSplit(outputStem, partCount);
   deleteMatching(files.folder + stem + "_ID_*");
@@ -106,13 +119,17 @@ void runPairJob(const RunSettings& settings, RunResources& resources, InputJob j
   // The corrected mzML collects the precursors of every part before it is written once.
   CorrectionsByScan corrections;
   CorrectionsByScan* collected = settings.outputs.correctedMzML ? &corrections : nullptr;
+  std::optional<QcCollection> qc;
+  if (settings.outputs.qcReport) qc = startQcCollection(settings, job, stem);
+  QcCollection* qcRows = qc ? &*qc : nullptr;
   bool processed = false;
   if (fileSize(files.ms2Path) <= settings.split.thresholdBytes) {
     std::vector<std::string> outputList;
-    processed = processSpectrumPair(settings, resources, files, job.loaded, outputList, collected);
+    processed = processSpectrumPair(settings, resources, files, job.loaded, outputList, collected, qcRows);
   } else {
     job.loaded.reset();
-    processed = processSplit(settings, resources, files, stem, collected);
+    if (qc) qc->writtenByCaller = true;
+    processed = processSplit(settings, resources, files, stem, collected, qcRows);
   }
   if (settings.outputs.correctedMzML) writeCorrectedMzMLFor(settings, job, stem, corrections, processed);
 }

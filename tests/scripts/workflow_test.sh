@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # The Snakemake workflow end to end on three mzML files (BSA1 and two cut-down copies) with two
-# cores; then a re-run that does nothing; then one changed input that re-runs exactly one job.
-# Exit status 77 (skipped) when snakemake or BSA1 is missing.
+# cores, with the MultiQC report of the three QC reports; then a re-run that does nothing; then one
+# changed input that re-runs exactly one job. Exit status 77 (skipped) when snakemake or BSA1 is
+# missing.
 #   workflow_test.sh <source dir> <corvid executable> <BSA1.mzML>
 set -euo pipefail
 source_dir=$1 corvid=$2 bsa1=$3
 command -v snakemake >/dev/null || { echo "snakemake not installed (Debian package snakemake): skipped"; exit 77; }
+command -v multiqc >/dev/null || { echo "multiqc not installed (Debian package multiqc): skipped"; exit 77; }
 [ -f "$bsa1" ] || { echo "BSA1.mzML not cached at $bsa1: skipped"; exit 77; }
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -45,6 +47,19 @@ done
 [ -f "$work/results/BSA1/corvid/BSA1_scans.csv" ] || fail "no extraction summary with the results"
 [ ! -e "$work/results/BSA1/corvid/extract" ] || fail "extracted text left behind"
 
+# The batch report: built from the three mzQC files, listing every sample.
+report="$work/results/multiqc_report.html"
+[ -s "$report" ] || { cat "$work/results/multiqc.txt" 2>/dev/null; fail "no MultiQC report"; }
+for section in corvid_summary corvid_classes corvid_per_scan corvid_coisolated; do
+  grep -q "$section" "$report" || fail "MultiQC report without the section $section"
+done
+for sample in BSA1 BSA1_early BSA1_late; do
+  [ -s "$work/results/$sample/corvid/$sample.mzQC" ] || fail "no mzQC file for $sample"
+  [ -s "$work/results/$sample/corvid/$sample.qc.html" ] || fail "no QC page for $sample"
+  grep -q "\"$sample\"" "$work/results/multiqc_data/multiqc_data.json" || fail "MultiQC data lack $sample"
+  grep -q "^$sample"$'\t' "$work/results/multiqc_input/corvid_summary_mqc.tsv" || fail "no summary row for $sample"
+done
+
 # The workflow's results equal a direct run's.
 mkdir -p "$work/direct"
 (cd "$work/direct" && "$corvid" -D "$work/data/BSA1.mzML" -O "$work/direct" --extract_path="$work/direct/x" >/dev/null)
@@ -67,4 +82,5 @@ plan=$(planned)
 [ "$plan" = "$(printf 'all 1\ncorvid 1\nsummary 1')" ] || fail "plan after one change: $plan"
 workflow >"$work/third.txt" 2>&1 || { cat "$work/third.txt"; fail "third run"; }
 [ "$(stat -c %Y "$work/results/BSA1_late/benchmark.tsv")" = "$before_other" ] || fail "an unchanged file was re-run"
-echo "workflow: 3 jobs, no-op re-run, one changed input re-ran one job"
+[ "$report" -nt "$work/results/BSA1_late/benchmark.tsv" ] || fail "MultiQC report not rebuilt after the change"
+echo "workflow: 3 jobs and their MultiQC report, no-op re-run, one changed input re-ran one job"

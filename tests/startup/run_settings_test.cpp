@@ -126,3 +126,27 @@ TEST(DataCount, NegativeIsADocumentedValueTextIsNot) {
 
 }  // namespace
 }  // namespace corvid
+
+namespace corvid {
+namespace {
+
+TEST(RunSettings, NonDefaultSettingsListWhatDiffersFromTheTemplateButNoPaths) {
+  ParameterTable table;
+  setDefaults(table);
+  EXPECT_TRUE(readRunSettings(table).nonDefaultSettings.empty());
+  table["mars_threshold"] = "0.1";
+  table["output_qc"] = "1";
+  table["output_table"] = "0";    // an extension key at its default
+  table["ms2_part_scans"] = "5";  // an internal key: no default, listed when given
+  table["datapath"] = "/data/";
+  table["datapath1"] = "/more/";
+  table["outputpath"] = "/out/";
+  table["extract_path"] = "/x/";
+  const std::vector<std::pair<std::string, std::string>> expected = {
+      {"mars_threshold", "0.1"}, {"ms2_part_scans", "5"}, {"output_qc", "1"}};
+  EXPECT_EQ(readRunSettings(table).nonDefaultSettings, expected);
+  EXPECT_TRUE(readRunSettings(table).outputs.qcReport);
+}
+
+}  // namespace
+}  // namespace corvid
