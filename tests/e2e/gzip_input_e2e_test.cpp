@@ -107,6 +107,31 @@ TEST(GzipInputEndToEnd, FolderWithBothFilesOfAStemProcessesTheUncompressedOne) {
   EXPECT_NE(readFile(dir.path() / "coeluting.quarry").find("input coeluting.mzML\r\n"), std::string::npos);
 }
 
+TEST(GzipInputEndToEnd, FolderWithTwoCompressedFilesOfAStemProcessesTheFirstListed) {
+  TempDir dir;
+  const std::string compressed = gzipMember(readFile(kFixtures / "coeluting.mzML"));
+  writeFile(dir.path() / "coeluting.mzML.gz", compressed);
+  writeFile(dir.path() / "coeluting.mzML.GZ", compressed);
+  const RunResult run = runCorvid(dir.path(), withOptions({"-D", dir.folder(), "-F", "mzml"}));
+  ASSERT_EQ(run.status, 0) << run.out;
+  EXPECT_NE(run.out.find("coeluting.mzML.gz is skipped: coeluting.mzML.GZ in the same folder is processed instead"),
+            std::string::npos)
+      << run.out;
+}
+
+// The corrected mzML copies the input's own bytes: a compressed input says it gets none.
+TEST(GzipInputEndToEnd, CorrectedMzMLIsNotWrittenForACompressedInput) {
+  TempDir dir;
+  writeFile(dir.path() / "coeluting.mzML.gz", gzipMember(readFile(kFixtures / "coeluting.mzML")));
+  const RunResult run = runCorvid(dir.path(), {"coeluting.mzML.gz", "--output_mzml=1", "--strict_exit=1"});
+  ASSERT_EQ(run.status, 0) << run.out;
+  EXPECT_NE(run.out.find("output_mzml: no corrected mzML for coeluting: it is not written for gzip-compressed inputs; "
+                         "decompress the input to get it."),
+            std::string::npos)
+      << run.out;
+  EXPECT_FALSE(fs::exists(dir.path() / "coeluting.corrected.mzML"));
+}
+
 // The files a failed run leaves beside its input: none of the extraction's or the results'.
 void expectNoOutputs(const fs::path& folder, const std::string& input) {
   for (const std::string& name : namesIn(folder)) {
