@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <vector>
 
@@ -123,7 +124,12 @@ bool ByteSource::open(const std::string& path, std::string& error) {
     return false;
   }
   if (startsWithGzipMagic(file.get())) {
-    inflating_ = std::make_unique<Inflating>(std::move(file));
+    try {
+      inflating_ = std::make_unique<Inflating>(std::move(file));
+    } catch (const std::system_error&) {
+      error = "no thread can be started to inflate the file";
+      return false;
+    }
   } else {
     plain_ = std::make_unique<Plain>(Plain{std::move(file)});
   }
