@@ -7,17 +7,18 @@
 #include <string>
 
 #include "platform/paths.h"
+#include "spectra/input_formats.h"
 #include "spectra/open_format_extractor.h"
 
 int main(int argc, char** argv) {
   if (argc != 3) {
-    std::fprintf(stderr, "usage: mzml_extract_bench <file.mzML|file.mzXML> <output folder>\n");
+    std::fprintf(stderr, "usage: mzml_extract_bench <file.mzML|file.mzXML[.gz]> <output folder>\n");
     return 2;
   }
   std::string input = argv[1];
   std::string folder = corvid::withTrailingSeparator(argv[2]);
   std::string name = corvid::fileNameOf(input);
-  std::string stem = name.substr(0, name.rfind('.'));
+  std::string stem = corvid::openFormatStem(name);  // "run.mzML.gz" -> "run", as the program names it
   std::error_code code;
   double megabytes = static_cast<double>(std::filesystem::file_size(input, code)) / 1e6;
   auto start = std::chrono::steady_clock::now();

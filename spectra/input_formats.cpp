@@ -36,12 +36,21 @@ constexpr std::array<OptionSpelling, 14> kOptionSpellings{{
     {"MZXML", InputFormat::kMzXML},
 }};
 
+constexpr std::array<std::string_view, 2> kGzipSpellings = {".gz", ".GZ"};
+
 bool endsWithAny(std::string_view name, std::span<const std::string_view> spellings) {
   for (std::string_view spelling : spellings) {
     if (name.ends_with(spelling)) return true;
   }
   return false;
 }
+
+// The name less a gzip ending, whatever it ends with (the callers test what is left).
+std::string_view lessGzipEnding(std::string_view name) {
+  return endsWithAny(name, kGzipSpellings) ? name.substr(0, name.size() - kGzipSpellings[0].size()) : name;
+}
+
+bool isOpenFormat(InputFormat format) { return format == InputFormat::kMzML || format == InputFormat::kMzXML; }
 
 }  // namespace
 
@@ -72,6 +81,7 @@ bool containsExtension(std::string_view path, InputFormat format) {
 }
 
 bool hasExtension(std::string_view name, InputFormat format) {
+  if (isOpenFormat(format)) name = lessGzipEnding(name);
   for (std::string_view spelling : extensionSpellings(format)) {
     if (name.size() > spelling.size() && name.ends_with(spelling)) return true;
   }
@@ -94,9 +104,22 @@ bool isOpenFormatPath(std::string_view path) {
   return containsExtension(path, InputFormat::kMzML) || containsExtension(path, InputFormat::kMzXML);
 }
 
-bool isOpenFormatName(std::string_view name) { return endsWithAny(name, kOpenFormatSpellings); }
+bool isOpenFormatName(std::string_view name) { return endsWithAny(lessGzipEnding(name), kOpenFormatSpellings); }
 
-bool isMzXMLName(std::string_view name) { return endsWithAny(name, kMzXMLSpellings); }
+bool isMzXMLName(std::string_view name) { return endsWithAny(lessGzipEnding(name), kMzXMLSpellings); }
+
+bool isGzipOpenFormatName(std::string_view name) {
+  return lessGzipEnding(name).size() < name.size() && isOpenFormatName(name);
+}
+
+std::string_view withoutGzipEnding(std::string_view name) {
+  return isGzipOpenFormatName(name) ? lessGzipEnding(name) : name;
+}
+
+std::string openFormatStem(std::string_view name) {
+  const std::string_view plain = withoutGzipEnding(name);
+  return std::string(plain.substr(0, plain.rfind('.')));
+}
 
 std::optional<InputFormat> formatFromOption(std::string_view value) {
   for (const OptionSpelling& row : kOptionSpellings) {

@@ -25,7 +25,8 @@ struct SpellingFound {
   std::size_t at = std::string_view::npos;
 };
 SpellingFound firstSpellingIn(std::string_view path, std::span<const std::string_view> spellings);
-// The name ends with one of the format's spellings and is longer than it (folder listings).
+// The name ends with one of the format's spellings and is longer than it (folder listings); for
+// mzML and mzXML a gzip ending (".gz", ".GZ") may follow.
 bool hasExtension(std::string_view name, InputFormat format);
 
 // The same in any letter case (".RAW", ".rAw"): how a first argument is recognised as an input file.
@@ -33,10 +34,17 @@ bool hasExtensionInAnyCase(std::string_view name, InputFormat format);
 
 // True when the path contains ".mzML", ".mzml", ".MZML", ".mzXML", ".mzxml" or ".MZXML".
 bool isOpenFormatPath(std::string_view path);
-// True when the name ends with one of those six spellings.
+// True when the name ends with one of those six spellings, alone or followed by ".gz" or ".GZ".
 bool isOpenFormatName(std::string_view name);
-// True when the name ends with ".mzXML", ".mzxml" or ".MZXML".
+// True when the name ends with ".mzXML", ".mzxml" or ".MZXML", alone or followed by ".gz" or ".GZ".
 bool isMzXMLName(std::string_view name);
+// True when the name is an open-format name with a gzip ending ("BSA1.mzML.gz").
+bool isGzipOpenFormatName(std::string_view name);
+// The name less the gzip ending of a gzip open-format name; any other name as it is.
+std::string_view withoutGzipEnding(std::string_view name);
+// What the outputs of an open-format file are named from: the name less its gzip ending, then less
+// its extension ("BSA1.mzML.gz" and "BSA1.mzML" -> "BSA1").
+std::string openFormatStem(std::string_view name);
 
 // The folder format `input_format` names ("raw", "Raw", "RAW", "mgf", "MGF", "wiff", "Wiff",
 // "WIFF", "mzml", "mzML", "MZML", "mzxml", "mzXML", "MZXML"); nothing for any other value, which

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <vector>
 
+#include "spectra/byte_source.h"
 #include "spectra/xml_content_scanner.h"
 
 #if defined(__SSE2__)
@@ -72,8 +73,8 @@ std::size_t findTagEnd(const char* data, std::size_t from, std::size_t end) {
 // without ever being given.
 class XmlFeeder {
  public:
-  XmlFeeder(std::FILE* file, XML_Parser parser, const XmlStreamLimits& limits)
-      : file_(file), parser_(parser), limits_(limits), buffer_(limits.block) {}
+  XmlFeeder(ByteSource& source, XML_Parser parser, const XmlStreamLimits& limits)
+      : source_(source), parser_(parser), limits_(limits), buffer_(limits.block) {}
 
   // Byte offset, as the parser counts, of buffer position i.
   XML_Index offsetOf(std::size_t i) const {
@@ -111,10 +112,10 @@ class XmlFeeder {
     fed_ = 0;
     filled_ = kept;
     if (buffer_.size() - filled_ < limits_.block) buffer_.resize(filled_ + limits_.block);
-    std::size_t got = std::fread(buffer_.data() + filled_, 1, limits_.block, file_);
-    if (std::ferror(file_)) return false;
+    std::size_t got = 0;
+    if (!source_.read(buffer_.data() + filled_, limits_.block, got)) return false;
     filled_ += got;
-    if (got < limits_.block && std::feof(file_)) atEnd_ = true;
+    if (got < limits_.block) atEnd_ = true;
     return true;
   }
 
@@ -125,7 +126,7 @@ class XmlFeeder {
   std::size_t skippedLineBreaks() const { return skippedLineBreaks_; }
 
  private:
-  std::FILE* file_;
+  ByteSource& source_;
   XML_Parser parser_;
   XmlStreamLimits limits_;
   std::vector<char> buffer_;
@@ -316,14 +317,10 @@ std::size_t plainTextLength(const char* begin, const char* end) {
 
 bool parseXmlFile(const std::string& path, const XmlHandlers& handlers, void* userData,
                   XmlStreamState& state, std::string& error, const XmlStreamLimits& limits) {
-  std::FILE* file = std::fopen(path.c_str(), "rb");
-  if (file == nullptr) {
-    error = "the file cannot be opened";
-    return false;
-  }
+  ByteSource source;
+  if (!source.open(path, error)) return false;
   state.parser = XML_ParserCreate(nullptr);
   if (state.parser == nullptr) {
-    std::fclose(file);
     error = "out of memory";
     return false;
   }
@@ -331,13 +328,14 @@ bool parseXmlFile(const std::string& path, const XmlHandlers& handlers, void* us
   XML_SetUserData(state.parser, &relay);
   XML_SetElementHandler(state.parser, relayStart, relayEnd);
   XML_SetCharacterDataHandler(state.parser, relayText);
-  XmlFeeder feeder(file, state.parser, limits);
+  XmlFeeder feeder(source, state.parser, limits);
   StreamResult result = streamXml(feeder, relay, limits, state);
-  std::fclose(file);
   if (result == StreamResult::ReadFailed) {
-    error = "read error";
+    error = source.error();
   } else if (result == StreamResult::ParseFailed) {
-    if (!state.error.empty()) {
+    if (!source.compressedRestIsSound()) {
+      error = source.error();  // damaged compressed data explains the bad content
+    } else if (!state.error.empty()) {
       error = state.error;
     } else if (XML_GetErrorCode(state.parser) == XML_ERROR_NO_MEMORY) {
       error = "out of memory while parsing";

@@ -1,6 +1,7 @@
 #pragma once
 // Feeds a file to an expat parser in fixed-size blocks, so memory stays the same whatever the
-// file's size. The handlers of the caller do the work; they stop the parser on bad content.
+// file's size; a gzip-compressed file is inflated on the way (byte_source.h). The handlers of the
+// caller do the work; they stop the parser on bad content.
 //
 // Almost all of an mzML or mzXML file is the content of one kind of element (spectrum, peaks), in
 // plain markup and base64 text. The streamer reads such content itself, several times faster than
@@ -47,9 +48,9 @@ struct XmlStreamLimits {
 };
 
 // Creates a parser for the handlers, keeps it in state.parser while the whole file is streamed,
-// then frees it. Returns false with a reason when the file cannot be read, the XML is malformed or
-// truncated, or a handler stopped the parser (then state.error, which the handler filled, is the
-// reason).
+// then frees it. Returns false with a reason when the file cannot be read, its gzip data is damaged
+// or truncated, the XML is malformed or truncated, or a handler stopped the parser (then
+// state.error, which the handler filled, is the reason).
 bool parseXmlFile(const std::string& path, const XmlHandlers& handlers, void* userData,
                   XmlStreamState& state, std::string& error, const XmlStreamLimits& limits = {});
 

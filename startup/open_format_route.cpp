@@ -10,6 +10,7 @@
 #include "platform/run_outcome.h"
 #include "scoring/precursor_table.h"
 #include "spectra/corrected_mzml.h"
+#include "spectra/input_formats.h"
 #include "spectra/loaded_pair.h"
 #include "spectra/mzxml_as_mzml.h"
 #include "spectra/open_format_extractor.h"
@@ -55,6 +56,17 @@ void copySummaryToOutputs(const RunSettings& settings, const std::string& extrac
   }
 }
 
+// The corrected mzML copies its input's bytes around the new precursors; it is made from
+// uncompressed inputs only.
+bool namesCompressedInput(const std::string& inputFolder, const std::string& stem) {
+  for (std::string_view spelling : openFormatSpellings()) {
+    for (const char* gzip : {".gz", ".GZ"}) {
+      if (!inputFolder.empty() && canOpenForReading(inputFolder + stem + std::string(spelling) + gzip)) return true;
+    }
+  }
+  return false;
+}
+
 }  // namespace
 
 std::string extractionFolder(const RunSettings& settings, const std::string& inputFolder) {
@@ -81,7 +93,7 @@ std::vector<InputJob> extractOpenFormatFiles(const RunSettings& settings, const 
   // text just written is not read back. With more files each would wait in memory for its turn.
   const bool handOver = names.size() == 1;
   for (const std::string& name : names) {
-    const std::string stem = name.substr(0, name.rfind('.'));
+    const std::string stem = openFormatStem(name);
     InputJob job{.folder = folder, .ms1Name = stem + ".ms1", .openFormatFolder = inputFolder};
     FileLock lock = acquireFileLock(folder + stem + ".quarry.lock", sayWaiting);
     if (openFormatAlreadyExtracted(inputFolder + name, folder, stem)) {
@@ -110,6 +122,11 @@ void writeCorrectedMzMLFor(const RunSettings& settings, const InputJob& job, con
       input = inputFolder + stem + std::string(spelling);
       break;
     }
+  }
+  if (input.empty() && namesCompressedInput(inputFolder, stem)) {
+    logMessage(LogLabel::kAlert, "output_mzml: no corrected mzML for " + stem +
+                                     ": it is not written for gzip-compressed inputs; decompress the input to get it.");
+    return;
   }
   if (input.empty()) {
     logMessage(LogLabel::kAlert, "output_mzml: no corrected mzML for " + stem + ": it is written for mzML and mzXML inputs only.");

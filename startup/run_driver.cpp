@@ -1,5 +1,6 @@
 #include "startup/run_driver.h"
 
+#include <algorithm>
 #include <optional>
 #include <span>
 #include <string>
@@ -64,6 +65,29 @@ std::optional<std::vector<std::string>> announceFound(std::vector<std::string> n
   return names;
 }
 
+// X.mzML and X.mzML.gz (or X.mzML.GZ) would both be extracted into X.ms1/X.ms2 and give X.csv:
+// a compressed file whose stem another file of the listing has is skipped, with an Alert. Two
+// uncompressed spellings of one stem are kept, as they always were.
+std::vector<std::string> skipCompressedDuplicates(const std::vector<std::string>& names) {
+  std::vector<std::string> kept;
+  for (const std::string& name : names) {
+    const std::string stem = openFormatStem(name);
+    auto hasStem = [&stem](const std::string& other) { return openFormatStem(other) == stem; };
+    // The uncompressed file of the stem is processed; without one, the first compressed file listed.
+    auto chosen = std::find_if(names.begin(), names.end(), [&](const std::string& other) {
+      return !isGzipOpenFormatName(other) && hasStem(other);
+    });
+    if (chosen == names.end()) chosen = std::find_if(names.begin(), names.end(), hasStem);
+    if (!isGzipOpenFormatName(name) || *chosen == name) {
+      kept.push_back(name);
+      continue;
+    }
+    logMessage(LogLabel::kAlert, name + " is skipped: " + *chosen + " in the same folder is processed instead (both " +
+                                     "would give " + stem + ".ms1, " + stem + ".ms2 and " + stem + ".csv).");
+  }
+  return kept;
+}
+
 // The jobs a route leaves for the common tail; none when the route finished the data path.
 using RouteJobs = std::optional<std::vector<InputJob>>;
 
@@ -106,7 +130,8 @@ RouteJobs runRawPath(const Route& route) {
 }
 
 RouteJobs runOpenFormatPath(const Route& route) {
-  alertRouteNotFromExtension(route.dataPath, openFormatSpellings(), "mzML/mzXML");
+  // "run.mzML.gz" is named by its extension as much as "run.mzML" is.
+  alertRouteNotFromExtension(std::string(withoutGzipEnding(route.dataPath)), openFormatSpellings(), "mzML/mzXML");
   return extractOpenFormatFiles(route.settings, folderOf(route.dataPath), {fileNameOf(route.dataPath)});
 }
 
@@ -166,8 +191,8 @@ RouteJobs runOpenFormatFolder(const Route& route, bool mzxml) {
   // The lister takes both formats; keep the one asked for.
   std::erase_if(names, [mzxml](const std::string& name) { return isMzXMLName(name) != mzxml; });
   const std::string kind = mzxml ? "mzXML" : "mzML";
-  const auto found =
-      announceFound(std::move(names), "No " + kind + " files in datapath!\n" + route.dataPath, kind + "list completes");
+  const auto found = announceFound(skipCompressedDuplicates(names),
+                                   "No " + kind + " files in datapath!\n" + route.dataPath, kind + "list completes");
   if (!found) return std::nullopt;
   return extractOpenFormatFiles(route.settings, route.dataPath, *found);
 }

@@ -5,8 +5,8 @@
 #   tools/fuzz.sh [SECONDS] [TARGET...]
 #
 # SECONDS per target (default 60), the targets one after another (default: every one in
-# tests/fuzz/libfuzzer/, named after its corpus folder: mgf, ms1, ms2, mzxml, open_format,
-# parameter_file, reference_list). Everything is built in build-fuzz/ with clang; each target runs
+# tests/fuzz/libfuzzer/, named after its corpus folder: gzip_input, mgf, ms1, ms2, mzxml, open_format,
+# parameter_file, reference_list, xml_stream). Everything is built in build-fuzz/ with clang; each target runs
 # as one process seeded from tests/fuzz/corpus/<target>/ (read only). New corpus entries are kept
 # in build-fuzz/corpus/<target>/, crashing inputs in build-fuzz/crashes/<target>/, the fuzzer's
 # output in build-fuzz/logs/<target>.log. Copy the small, valuable new entries into the committed

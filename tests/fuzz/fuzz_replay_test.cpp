@@ -72,6 +72,7 @@ TEST(FuzzReplay, ReferenceList) { replay("reference_list", fuzzReferenceList); }
 TEST(FuzzReplay, OpenFormat) { replay("open_format", fuzzOpenFormat, 100); }
 TEST(FuzzReplay, MzXML) { replay("mzxml", fuzzMzXML, 100); }
 TEST(FuzzReplay, XmlStream) { replay("xml_stream", fuzzXmlStream, 300); }
+TEST(FuzzReplay, GzipInput) { replay("gzip_input", fuzzGzipInput, 200); }
 
 }  // namespace
 }  // namespace corvid::fuzz

@@ -17,5 +17,7 @@ int fuzzOpenFormat(const std::uint8_t* data, std::size_t size);  // mzML
 int fuzzMzXML(const std::uint8_t* data, std::size_t size);
 // Differential: the XML streamer with and without reading spectrum content itself.
 int fuzzXmlStream(const std::uint8_t* data, std::size_t size);
+// Gzip-compressed input read through the byte source, damaged or sound.
+int fuzzGzipInput(const std::uint8_t* data, std::size_t size);
 
 }  // namespace corvid::fuzz

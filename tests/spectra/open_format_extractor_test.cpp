@@ -170,10 +170,11 @@ TEST(IsOpenFormatPath, KnowsTheSixSpellings) {
     EXPECT_FALSE(isOpenFormatPath(path)) << path;
 }
 
+// At the end, or followed by a gzip ending alone.
 TEST(IsOpenFormatName, NeedsTheSpellingAtTheEnd) {
-  for (const char* name : {"a.mzML", "a.mzml", "a.MZML", "a.mzXML", "a.mzxml", "a.MZXML"})
+  for (const char* name : {"a.mzML", "a.mzml", "a.MZML", "a.mzXML", "a.mzxml", "a.MZXML", "a.mzML.gz", "a.mzXML.GZ"})
     EXPECT_TRUE(isOpenFormatName(name)) << name;
-  for (const char* name : {"a.mzML.gz", "a.mzML.tmp", "a.MzXml", "a.ms1"})
+  for (const char* name : {"a.mzML.tmp", "a.MzXml", "a.ms1", "a.mzML.Gz", "a.mzML.gz.tmp", "a.gz"})
     EXPECT_FALSE(isOpenFormatName(name)) << name;
 }
 
