@@ -14,6 +14,7 @@ namespace corvid {
 struct ScanTask {
   std::uint32_t scan = 0;
   double center = 0.0;  // the isolation center the MS1 signal is gathered around
+  std::uint32_t view = 0;  // the input (of several: one per FAIMS voltage) the scan is detected against
 };
 
 // The thread count for a `threads` value: a positive number as given; anything else (missing,
@@ -25,5 +26,9 @@ unsigned threadCountFor(int requested);
 // (they print as they go). Returns the number of workers used.
 std::size_t detectScans(const DetectionInput& input, const std::vector<ScanTask>& tasks, unsigned threads,
                         DetectionOutput& output);
+// The same with one input per view: each task is detected against inputs[task.view]. The output
+// stays in task order whatever the views.
+std::size_t detectScans(const std::vector<DetectionInput>& inputs, const std::vector<ScanTask>& tasks,
+                        unsigned threads, DetectionOutput& output);
 
 }  // namespace corvid

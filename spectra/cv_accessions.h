@@ -57,6 +57,7 @@ inline constexpr std::string_view kCustomUnreleasedSoftwareTool = "MS:1000799";
 inline constexpr std::string_view kIsolationWindowTargetMz = "MS:1000827";
 inline constexpr std::string_view kIonInjectionTime = "MS:1000927";
 inline constexpr std::string_view kNullTerminatedAsciiString = "MS:1001479";
+inline constexpr std::string_view kFaimsCompensationVoltage = "MS:1001581";
 inline constexpr std::string_view kMsNumpressLinearPredictionCompression = "MS:1002312";
 inline constexpr std::string_view kMsNumpressPositiveIntegerCompression = "MS:1002313";
 inline constexpr std::string_view kMsNumpressShortLoggedFloatCompression = "MS:1002314";

@@ -21,6 +21,8 @@ struct ExtractedScan {
   double isolationTarget = 0.0;    // isolation window target, else the selected ion m/z
   double precursorMz = 0.0;        // selected ion m/z, else the isolation window target
   AnalyzerKind analyzer = AnalyzerKind::Unknown;
+  bool hasCompensationVoltage = false;
+  double compensationVoltage = 0.0;    // FAIMS volts, when the spectrum names one
   std::array<char, 4> activation{};    // "CID", "ETD", "HCD" or another three letters; NUL-ended
   std::uint64_t idHash = 0;            // hash of the native id, for precursor references
   std::uint64_t precursorRefHash = 0;  // hash of the referenced precursor id, 0 when none

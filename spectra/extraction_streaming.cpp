@@ -24,6 +24,8 @@ ExtractedScan describe(const OpenSpectrum& spectrum, Extraction& x) {
   e.retentionTime = spectrum.retentionTime;
   e.ionInjectionTime = spectrum.ionInjectionTime;
   e.analyzer = spectrum.analyzer;
+  e.hasCompensationVoltage = spectrum.hasCompensationVoltage;
+  e.compensationVoltage = spectrum.compensationVoltage;
   e.charge = spectrum.charge;
   e.precursorMz = spectrum.hasSelectedMz ? spectrum.selectedMz : spectrum.isolationTarget;
   e.isolationTarget = spectrum.hasIsolationTarget ? spectrum.isolationTarget : spectrum.selectedMz;
@@ -84,6 +86,7 @@ bool writeExtractedSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::st
     ++x.ms1Count;
   }
   if (e.analyzer == AnalyzerKind::Unknown) ++x.unknownAnalyzers;
+  if (e.hasCompensationVoltage) ++x.withCompensationVoltage;
   key.streamedPrecursorScan = e.precursorScan;
   PendingFile& out = e.msLevel == 1 ? x.ms1 : x.ms2;
   const std::size_t from = out.buffer.size();

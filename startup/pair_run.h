@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "detection/detection_context.h"
+#include "detection/voltage_views.h"
 #include "scoring/boosted_trees.h"
 #include "spectra/corrected_mzml.h"
 #include "spectra/precursor_features.h"
@@ -52,6 +53,9 @@ struct PairRun {
   // precision_mode's classifier, when the mode chooses the precursors (not when every candidate
   // is kept).
   const BoostedTrees* precisionModel = nullptr;
+  // FAIMS runs: the MS1 scans split by compensation voltage, detected against instead of
+  // detectionInput.
+  const VoltageViews* voltageViews = nullptr;
 };
 
 }  // namespace corvid

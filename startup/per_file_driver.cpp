@@ -56,8 +56,14 @@ std::string extractionSummaryFor(const std::string& ms2Path) {
 void processGroup(PairRun& run, int group) {
   clearGroupCandidates(run.detected);
   const std::vector<std::size_t> positions = groupPositions(run.ms2File, group);
-  detectScans(run.detectionInput, groupScanTasks(run.ms2File, positions, group, run.debug, run.scans),
-              run.settings.threads, run.detected);
+  if (run.voltageViews != nullptr) {
+    const VoltageViews& views = *run.voltageViews;
+    detectScans(views.inputs, groupScanTasks(run.ms2File, positions, group, run.debug, run.scans, views.ms2View),
+                run.settings.threads, run.detected);
+  } else {
+    detectScans(run.detectionInput, groupScanTasks(run.ms2File, positions, group, run.debug, run.scans),
+                run.settings.threads, run.detected);
+  }
   if (run.reference != nullptr) markFoundEntries(run.detected, *run.reference);
   std::printf("\n");
   scoreAndFilterGroup(run, group);
@@ -91,7 +97,7 @@ void saveReport(const std::string& csvPath, const std::string& report, bool outp
 void processGroups(PairRun& run, const std::string& ms2Path) {
   startReportText(run.report);
   if (run.settings.outputs.precursorTable) {
-    run.table = precursorTableHeader(run.settings.precisionMode);
+    run.table = precursorTableHeader(run.settings.precisionMode, anyCompensationVoltage(run.ms2File));
     run.nativeIds = readNativeIds(extractionSummaryFor(ms2Path));
   }
   for (int group = 0; group < kActivationGroupCount; ++group) {
@@ -129,6 +135,16 @@ bool writeMS1ToKX(const RunSettings& settings, const PairFiles& files, const MS1
   if (!settings.outputs.kx) return true;
   logMessage(LogLabel::kNote, "Writing MS1 to KX...");
   return writeKX1(ms1File, settings.paths.output + withoutExtension(fileNameOf(files.ms1Path)) + ".kx1");
+}
+
+// FAIMS runs: the MS1 scans are moved into one file per compensation voltage (after the KX file,
+// which holds them all, is written); false for runs without voltages, which keep their one file.
+bool splitFaimsRun(const DetectionInput& whole, MS1File& ms1File, const MS2File& ms2File, const PairFiles& files,
+                   VoltageViews& views) {
+  if (!hasCompensationVoltages(ms1File)) return false;
+  splitByVoltage(whole, ms1File, ms2File, views);
+  reportVoltageViews(views, fileNameOf(files.ms2Path));
+  return true;
 }
 
 void deleteSpectrumFiles(const PairFiles& files) {
@@ -176,6 +192,8 @@ bool processSpectrumPair(const RunSettings& settings, RunResources& resources, c
   DetectionOutput detected;
   ms1File.rawName = withoutExtension(fileNameOf(files.ms2Path));
   const bool kx1Written = writeMS1ToKX(settings, files, ms1File);
+  VoltageViews voltageViews;
+  const bool faims = splitFaimsRun(detectionInput, ms1File, ms2File, files, voltageViews);
 
   PairRun run{.settings = settings,
               .resources = resources,
@@ -188,7 +206,8 @@ bool processSpectrumPair(const RunSettings& settings, RunResources& resources, c
               .reference = settings.paths.trainingSet.empty() ? nullptr : &reference,
               .outputList = outputList,
               .outputsIncomplete = !kx1Written,
-              .corrections = corrections};
+              .corrections = corrections,
+              .voltageViews = faims ? &voltageViews : nullptr};
   if (precisionModelChooses(settings)) run.precisionModel = &precisionModelFor(resources, settings.paths.program);
   processGroups(run, files.ms2Path);
   if (settings.outputs.deleteSpectrumFiles) deleteSpectrumFiles(files);
