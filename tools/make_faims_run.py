@@ -25,11 +25,9 @@ import heapq
 import re
 import struct
 import sys
-import xml.etree.ElementTree as ET
 
 FAIMS_CV = "MS:1001581"
 MZML_NS = "http://psi.hupo.org/ms/mzml"
-NS = "{" + MZML_NS + "}"
 ACTIVATIONS = {"CID": ("MS:1000133", "collision-induced dissociation"),
                "HCD": ("MS:1000422", "beam-type collision-induced dissociation"),
                "ETD": ("MS:1000598", "electron transfer dissociation")}
@@ -137,33 +135,57 @@ def native_scan(native_id, index):
     return int(match.group(1)) if match else index + 1
 
 
+SPECTRUM_OPEN = re.compile(r"<spectrum\b[^>]*>")
+LEVEL = re.compile(r'accession="MS:1000511"[^>]*value="(\d+)"')
+START_TIME = re.compile(r'<cvParam[^>]*accession="MS:1000016"[^>]*/>')
+PRECURSOR_REF = re.compile(r'(<precursor\b[^>]*?)\s+spectrumRef="[^"]*"')
+PRECURSOR_OPEN = re.compile(r"<precursor(?=[\s>])")
+
+
+def attribute(tag, name, default=""):
+    match = re.search(r'\s%s="([^"]*)"' % name, tag)
+    return match.group(1) if match else default
+
+
+def spectrum_blocks(path):
+    """The text of each <spectrum> element of an mzML file, read in pieces."""
+    buffer = ""
+    with open(path, "r", encoding="utf-8") as handle:
+        while True:
+            piece = handle.read(1 << 22)
+            buffer += piece
+            position = 0
+            while True:
+                begin = buffer.find("<spectrum ", position)
+                finish = buffer.find("</spectrum>", begin) if begin >= 0 else -1
+                if finish < 0:
+                    break
+                position = finish + len("</spectrum>")
+                yield buffer[begin:position]
+            buffer = buffer[position:]
+            if not piece:
+                return
+
+
 def mzml_spectra(path):
     """(retention time, level, input scan, array length, xml) of an mzML file, its precursor
-    references marked {PRECURSOR_REF} (set to the last MS1 spectrum when none is given)."""
-    ET.register_namespace("", MZML_NS)
-    for _, element in ET.iterparse(path, events=("end",)):
-        if element.tag != NS + "spectrum":
-            continue
-        level, seconds = 1, 0.0
-        for param in element.iter(NS + "cvParam"):
-            accession = param.get("accession")
-            if accession == "MS:1000511":
-                level = int(param.get("value"))
-            elif accession == "MS:1000016":
-                minutes = param.get("unitAccession") == "UO:0000031" or param.get("unitName") == "minute"
-                seconds = float(param.get("value")) * (60.0 if minutes else 1.0)
-        for precursor in element.iter(NS + "precursor"):
-            precursor.set("spectrumRef", "{PRECURSOR_REF}")
-        scan = element.find(NS + "scanList/" + NS + "scan")
-        if scan is not None:
-            scan.append(ET.Element(NS + "userParam", name="{VOLTAGE_SCAN}"))
-        element.insert(0, ET.Element(NS + "userParam", name="{VOLTAGE_SPECTRUM}"))
-        inner = "".join(ET.tostring(child, encoding="unicode") for child in element)
-        inner = re.sub(r' xmlns="[^"]*"', "", inner)
-        inner = re.sub(r'<userParam name="(\{VOLTAGE_\w+\})" />', r"\1", inner)
-        yield (seconds, level, native_scan(element.get("id"), int(element.get("index", "0"))),
-               int(element.get("defaultArrayLength", "0")), inner)
-        element.clear()
+    references marked {PRECURSOR_REF} (the last MS1 spectrum of the input, given or not)."""
+    for block in spectrum_blocks(path):
+        opening = SPECTRUM_OPEN.match(block).group(0)
+        inner = block[len(opening):-len("</spectrum>")]
+        level_match = LEVEL.search(inner)
+        level = int(level_match.group(1)) if level_match else 1
+        seconds = 0.0
+        time_match = START_TIME.search(inner)
+        if time_match:
+            tag = time_match.group(0)
+            minutes = attribute(tag, "unitAccession") == "UO:0000031" or attribute(tag, "unitName") == "minute"
+            seconds = float(attribute(tag, "value", "0")) * (60.0 if minutes else 1.0)
+        inner = PRECURSOR_OPEN.sub('<precursor spectrumRef="{PRECURSOR_REF}"', PRECURSOR_REF.sub(r"\1", inner))
+        inner = "{VOLTAGE_SPECTRUM}" + inner.replace("</scan>", "{VOLTAGE_SCAN}</scan>", 1)
+        index = int(attribute(opening, "index", "0"))
+        yield (seconds, level, native_scan(attribute(opening, "id"), index),
+               int(attribute(opening, "defaultArrayLength", "0")), inner)
 
 
 def tagged(k, source, voltage):
