@@ -54,8 +54,8 @@ struct PairRun {
   // is kept).
   const BoostedTrees* precisionModel = nullptr;
   // FAIMS runs: the MS1 scans split by compensation voltage, detected against instead of
-  // detectionInput.
-  const VoltageViews* voltageViews = nullptr;
+  // detectionInput; without inputs for other runs.
+  VoltageViews voltageViews{};
 };
 
 }  // namespace corvid

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "detection/detection_context.h"
-#include "detection/parallel_detection.h"
 #include "platform/paths.h"
 #include "platform/process.h"
 #include "platform/run_failure.h"
@@ -21,6 +20,7 @@
 #include "startup/group_output.h"
 #include "startup/group_scoring.h"
 #include "startup/pair_loading.h"
+#include "startup/voltage_detection.h"
 
 namespace corvid {
 namespace {
@@ -55,15 +55,7 @@ std::string extractionSummaryFor(const std::string& ms2Path) {
 // Detection, scoring, filtering and export of one activation group.
 void processGroup(PairRun& run, int group) {
   clearGroupCandidates(run.detected);
-  const std::vector<std::size_t> positions = groupPositions(run.ms2File, group);
-  if (run.voltageViews != nullptr) {
-    const VoltageViews& views = *run.voltageViews;
-    detectScans(views.inputs, groupScanTasks(run.ms2File, positions, group, run.debug, run.scans, views.ms2View),
-                run.settings.threads, run.detected);
-  } else {
-    detectScans(run.detectionInput, groupScanTasks(run.ms2File, positions, group, run.debug, run.scans),
-                run.settings.threads, run.detected);
-  }
+  const std::vector<std::size_t> positions = detectGroupScans(run, group);
   if (run.reference != nullptr) markFoundEntries(run.detected, *run.reference);
   std::printf("\n");
   scoreAndFilterGroup(run, group);
@@ -137,16 +129,6 @@ bool writeMS1ToKX(const RunSettings& settings, const PairFiles& files, const MS1
   return writeKX1(ms1File, settings.paths.output + withoutExtension(fileNameOf(files.ms1Path)) + ".kx1");
 }
 
-// FAIMS runs: the MS1 scans are moved into one file per compensation voltage (after the KX file,
-// which holds them all, is written); false for runs without voltages, which keep their one file.
-bool splitFaimsRun(const DetectionInput& whole, MS1File& ms1File, const MS2File& ms2File, const PairFiles& files,
-                   VoltageViews& views) {
-  if (!hasCompensationVoltages(ms1File)) return false;
-  splitByVoltage(whole, ms1File, ms2File, views);
-  reportVoltageViews(views, fileNameOf(files.ms2Path));
-  return true;
-}
-
 void deleteSpectrumFiles(const PairFiles& files) {
   logMessage(LogLabel::kNote, "Deleting MS1 & MS2...");
   std::error_code ignored;
@@ -192,8 +174,6 @@ bool processSpectrumPair(const RunSettings& settings, RunResources& resources, c
   DetectionOutput detected;
   ms1File.rawName = withoutExtension(fileNameOf(files.ms2Path));
   const bool kx1Written = writeMS1ToKX(settings, files, ms1File);
-  VoltageViews voltageViews;
-  const bool faims = splitFaimsRun(detectionInput, ms1File, ms2File, files, voltageViews);
 
   PairRun run{.settings = settings,
               .resources = resources,
@@ -206,8 +186,8 @@ bool processSpectrumPair(const RunSettings& settings, RunResources& resources, c
               .reference = settings.paths.trainingSet.empty() ? nullptr : &reference,
               .outputList = outputList,
               .outputsIncomplete = !kx1Written,
-              .corrections = corrections,
-              .voltageViews = faims ? &voltageViews : nullptr};
+              .corrections = corrections};
+  splitFaimsRun(detectionInput, ms1File, ms2File, files.ms2Path, run.voltageViews);
   if (precisionModelChooses(settings)) run.precisionModel = &precisionModelFor(resources, settings.paths.program);
   processGroups(run, files.ms2Path);
   if (settings.outputs.deleteSpectrumFiles) deleteSpectrumFiles(files);
