@@ -15,8 +15,8 @@ namespace {
 constexpr std::size_t kMinimumTasksPerWorker = 16;
 
 // inputs holds one input per view; a lone input serves every task (its views are all 0).
-void detectRange(const DetectionInput* inputs, const std::vector<ScanTask>& tasks, std::size_t first,
-                 std::size_t last, DetectionOutput& output) {
+void detectRange(const DetectionInput* inputs, const std::vector<ScanTask>& tasks, std::size_t first, std::size_t last,
+                 DetectionOutput& output) {
   DetectionScratch scratch = makeDetectionScratch();
   std::vector<Peak> gathered;
   for (std::size_t i = first; i < last; ++i) {
@@ -83,8 +83,8 @@ std::size_t detectScans(const DetectionInput& input, const std::vector<ScanTask>
   return detectOnInputs(&input, tasks, threads, output);
 }
 
-std::size_t detectScans(const std::vector<DetectionInput>& inputs, const std::vector<ScanTask>& tasks,
-                        unsigned threads, DetectionOutput& output) {
+std::size_t detectScans(const std::vector<DetectionInput>& inputs, const std::vector<ScanTask>& tasks, unsigned threads,
+                        DetectionOutput& output) {
   return inputs.empty() ? 0 : detectOnInputs(inputs.data(), tasks, threads, output);
 }
 

@@ -13,7 +13,7 @@ namespace corvid {
 
 struct ScanTask {
   std::uint32_t scan = 0;
-  double center = 0.0;  // the isolation center the MS1 signal is gathered around
+  double center = 0.0;     // the isolation center the MS1 signal is gathered around
   std::uint32_t view = 0;  // the input (of several: one per FAIMS voltage) the scan is detected against
 };
 
@@ -28,7 +28,7 @@ std::size_t detectScans(const DetectionInput& input, const std::vector<ScanTask>
                         DetectionOutput& output);
 // The same with one input per view: each task is detected against inputs[task.view]. The output
 // stays in task order whatever the views.
-std::size_t detectScans(const std::vector<DetectionInput>& inputs, const std::vector<ScanTask>& tasks,
-                        unsigned threads, DetectionOutput& output);
+std::size_t detectScans(const std::vector<DetectionInput>& inputs, const std::vector<ScanTask>& tasks, unsigned threads,
+                        DetectionOutput& output);
 
 }  // namespace corvid

@@ -21,8 +21,7 @@ void appendCsvText(std::string& out, std::string_view text) {
 
 }  // namespace
 
-void appendScanSummaryLine(std::string& out, const ExtractedScan& scan, std::string_view nativeId,
-                           bool withVoltage) {
+void appendScanSummaryLine(std::string& out, const ExtractedScan& scan, std::string_view nativeId, bool withVoltage) {
   out += std::to_string(scan.scan);
   out += ',';
   out += std::to_string(scan.nativeScan);

@@ -48,11 +48,11 @@ TEST(VoltageViews, EachMS2ScanGetsItsPrecursorScansVoltage) {
   ms1.spectra = {ms1At(1, -45.0), ms1At(2, -65.0), ms1At(4, -45.0), ms1At(5, -65.0)};
   MS2File ms2;
   ms2.spectra = {
-      ms2At(3, 1, -45.0),                    // its precursor scan's voltage
-      ms2At(6, 0, -65.0),                    // no precursor scan: its own voltage
-      ms2At(7, 0, -30.0),                    // a voltage no MS1 scan has
-      ms2At(8, 99, -45.0),                   // precursor scan unknown: its own voltage
-      ms2At(9, 2, kNoCompensationVoltage),   // the precursor scan decides
+      ms2At(3, 1, -45.0),                   // its precursor scan's voltage
+      ms2At(6, 0, -65.0),                   // no precursor scan: its own voltage
+      ms2At(7, 0, -30.0),                   // a voltage no MS1 scan has
+      ms2At(8, 99, -45.0),                  // precursor scan unknown: its own voltage
+      ms2At(9, 2, kNoCompensationVoltage),  // the precursor scan decides
   };
   IsotopePatternTable isotopes;
   const DetectionInput whole = makeDetectionInput(DetectionSettings{}, ms1, isotopes);

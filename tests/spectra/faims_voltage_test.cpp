@@ -144,8 +144,9 @@ TEST(FaimsVoltage, LoadersReadTheLineWithEitherLineEnd) {
   ASSERT_EQ(ms1.spectra.size(), 2u);
   EXPECT_EQ(ms1.spectra[0].compensationVoltage, 35.25);
   EXPECT_TRUE(std::isnan(ms1.spectra[1].compensationVoltage));
-  writeFile(temp.file("v.ms2"), "S\t1\t1\t500.0\r\nI\tFAIMS_CV\t-70\r\nZ\t2\t999.0\r\n100.0 1.0\r\n"
-                                "S\t2\t2\t500.0\nI\tFAIMS_CV\t-30.5\nZ\t2\t999.0\n");
+  writeFile(temp.file("v.ms2"),
+            "S\t1\t1\t500.0\r\nI\tFAIMS_CV\t-70\r\nZ\t2\t999.0\r\n100.0 1.0\r\n"
+            "S\t2\t2\t500.0\nI\tFAIMS_CV\t-30.5\nZ\t2\t999.0\n");
   MS2File ms2;
   loadMS2File(temp.file("v.ms2"), ms2);
   ASSERT_EQ(ms2.spectra.size(), 2u);
