@@ -65,7 +65,8 @@ bool fileSha1(const std::string& path, std::string& digest) {
   Sha1 hash;
   std::string buffer(1 << 20, '\0');
   std::size_t got = 0;
-  while ((got = std::fread(buffer.data(), 1, buffer.size(), file)) > 0) sha1Update(hash, std::string_view(buffer.data(), got));
+  while ((got = std::fread(buffer.data(), 1, buffer.size(), file)) > 0)
+    sha1Update(hash, std::string_view(buffer.data(), got));
   const bool failed = std::ferror(file) != 0;
   std::fclose(file);
   digest = sha1Hex(hash);

@@ -114,7 +114,7 @@ const char* analyzerName(const MS2Spectrum& spectrum) {
   }
 }
 
-std::string precursorTableHeader(bool withWindowShare) {
+std::string precursorTableHeader(bool withWindowShare, bool withVoltage) {
   std::string header =
       "native_id\tscan\tretention_time_s\tactivation\tanalyzer\trecorded_mz\trecorded_charge\trank\tmz\tcharge\tscore";
   for (std::string_view name : kDetectedFeatureNames) {
@@ -125,7 +125,9 @@ std::string precursorTableHeader(bool withWindowShare) {
     header += '\t';
     header += kWindowShareFeatureName;
   }
-  header += "\trecorded_precursor_kept\n";
+  header += "\trecorded_precursor_kept";
+  if (withVoltage) header += "\tcompensation_voltage";
+  header += '\n';
   return header;
 }
 
@@ -185,9 +187,16 @@ void appendPrecursorTableRows(GroupExport group, const MS2File& ms2File,
   // rows are gathered per scan and written when the scan changes.
   std::vector<std::string> pending;
   bool recordedKept = false;
+  const bool withVoltage = anyCompensationVoltage(ms2File);
+  double scanVoltage = kNoCompensationVoltage;
   auto flushScan = [&] {
     for (std::string& row : pending) {
-      row += recordedKept ? "1\n" : "0\n";
+      row += recordedKept ? "1" : "0";
+      if (withVoltage) {
+        row += '\t';
+        appendNumber(row, scanVoltage);
+      }
+      row += '\n';
       table += row;
     }
     pending.clear();
@@ -200,6 +209,7 @@ void appendPrecursorTableRows(GroupExport group, const MS2File& ms2File,
     if (!anyScan || spectrum.scanNumber != currentScan) flushScan();
     anyScan = true;
     currentScan = spectrum.scanNumber;
+    scanVoltage = spectrum.compensationVoltage;
     std::string line;
     appendScanFields(line, spectrum, nativeIds);
     if (row == nullptr) {

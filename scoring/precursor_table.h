@@ -23,8 +23,8 @@ const char* activationName(const MS2Spectrum& spectrum);
 const char* analyzerName(const MS2Spectrum& spectrum);
 
 // The header line, with its line end. Precision mode adds the column f_window_share after the 13
-// features.
-std::string precursorTableHeader(bool withWindowShare = false);
+// features; FAIMS runs (MS2 scans with a compensation voltage) add compensation_voltage last.
+std::string precursorTableHeader(bool withWindowShare = false, bool withVoltage = false);
 
 // The features of each kept record: kept is a subset of candidates (exact copies, as the
 // threshold filter leaves them); features[i] belongs to candidates[i]. Each kept record takes the
@@ -43,7 +43,8 @@ std::vector<PrecursorFeatures> featuresAt(const std::vector<PrecursorFeatures>& 
 std::unordered_map<std::uint32_t, std::string> readNativeIds(const std::string& summaryPath);
 
 // Appends the rows of one activation group in MGF block order. group.accepted[i] has the
-// features keptFeatures[i] (score last). Prints the writers' progress line.
+// features keptFeatures[i] (score last). Prints the writers' progress line. The voltage column is
+// there when any scan of ms2File names a voltage, as in the header.
 void appendPrecursorTableRows(GroupExport group, const MS2File& ms2File,
                               const std::vector<PrecursorFeatures>& keptFeatures,
                               const std::unordered_map<std::uint32_t, std::string>& nativeIds,

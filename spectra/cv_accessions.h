@@ -55,6 +55,7 @@ inline constexpr std::string_view kIsolationWindowLowerOffset = "MS:1000828";
 inline constexpr std::string_view kIsolationWindowUpperOffset = "MS:1000829";
 inline constexpr std::string_view kIonInjectionTime = "MS:1000927";
 inline constexpr std::string_view kNullTerminatedAsciiString = "MS:1001479";
+inline constexpr std::string_view kFaimsCompensationVoltage = "MS:1001581";
 inline constexpr std::string_view kMsNumpressLinearPredictionCompression = "MS:1002312";
 inline constexpr std::string_view kMsNumpressPositiveIntegerCompression = "MS:1002313";
 inline constexpr std::string_view kMsNumpressShortLoggedFloatCompression = "MS:1002314";

@@ -23,6 +23,8 @@ struct ExtractedScan {
   double isolationLower = 0.0;     // isolation window offsets the file states, 0 when none
   double isolationUpper = 0.0;
   AnalyzerKind analyzer = AnalyzerKind::Unknown;
+  bool hasCompensationVoltage = false;
+  double compensationVoltage = 0.0;    // FAIMS volts, when the spectrum names one
   std::array<char, 4> activation{};    // "CID", "ETD", "HCD" or another three letters; NUL-ended
   std::uint64_t idHash = 0;            // hash of the native id, for precursor references
   std::uint64_t precursorRefHash = 0;  // hash of the referenced precursor id, 0 when none

@@ -51,7 +51,9 @@ bool writeOutputs(Extraction& x, const std::vector<std::uint32_t>& order, bool r
   bool ok = records != nullptr && ids != nullptr && openPending(x.paths.summary, summary);
   if (ok && rewrite)
     ok = work1 != nullptr && work2 != nullptr && openPending(x.paths.ms1, out1) && openPending(x.paths.ms2, out2);
+  const bool withVoltage = x.withCompensationVoltage > 0;
   summary.buffer += kScanSummaryHeader;
+  if (withVoltage) summary.buffer += kScanSummaryVoltageColumn;
   summary.buffer += "\r\n";
   ExtractedScan scan;
   std::string scratch, id;
@@ -62,7 +64,7 @@ bool writeOutputs(Extraction& x, const std::vector<std::uint32_t>& order, bool r
     scan.precursorScan = key.precursorScan;
     id.clear();
     ok = ok && readAt(ids, scan.idOffset, scan.idLength, id);
-    appendScanSummaryLine(summary.buffer, scan, id);
+    appendScanSummaryLine(summary.buffer, scan, id, withVoltage);
     flushIfLarge(summary);
     if (!rewrite) continue;
     PendingFile& out = scan.msLevel == 1 ? out1 : out2;

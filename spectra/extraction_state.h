@@ -42,7 +42,8 @@ struct Extraction {
   std::size_t higherLevels = 0;
   std::size_t unknownActivations = 0;
   std::size_t unknownAnalyzers = 0;
-  std::string unknownAnalyzerName;  // the first analyzer named that Corvid knows no family for
+  std::string unknownAnalyzerName;          // the first analyzer named that Corvid knows no family for
+  std::size_t withCompensationVoltage = 0;  // FAIMS: the summary then has a voltage column
   PeakRepair repair;
   LoadedPair* loaded = nullptr;  // when asked for: the text scanned as it is written
 };

@@ -24,6 +24,8 @@ ExtractedScan describe(const OpenSpectrum& spectrum, Extraction& x) {
   e.retentionTime = spectrum.retentionTime;
   e.ionInjectionTime = spectrum.ionInjectionTime;
   e.analyzer = spectrum.analyzer;
+  e.hasCompensationVoltage = spectrum.hasCompensationVoltage;
+  e.compensationVoltage = spectrum.compensationVoltage;
   e.charge = spectrum.charge;
   e.precursorMz = spectrum.hasSelectedMz ? spectrum.selectedMz : spectrum.isolationTarget;
   e.isolationTarget = spectrum.hasIsolationTarget ? spectrum.isolationTarget : spectrum.selectedMz;
@@ -89,6 +91,7 @@ bool writeExtractedSpectrum(const OpenSpectrum& spectrum, Extraction& x, std::st
     ++x.unknownAnalyzers;
     if (x.unknownAnalyzerName.empty()) x.unknownAnalyzerName = spectrum.unknownAnalyzer;
   }
+  if (e.hasCompensationVoltage) ++x.withCompensationVoltage;
   key.streamedPrecursorScan = e.precursorScan;
   PendingFile& out = e.msLevel == 1 ? x.ms1 : x.ms2;
   const std::size_t from = out.buffer.size();

@@ -66,6 +66,9 @@ void scanMS1ChunkAs(std::string_view chunk, std::int64_t chunkOffset, MS1File& m
           ++notes.linesBeforeFirstScan;
         }
         p = skipToLineFeed(p, begin, end, notes.bareLineFeed);
+      } else if (current != nullptr && isCompensationVoltageLine(p, end)) {
+        p = readCompensationVoltage<kEnds>(p, end, current->compensationVoltage);
+        p = skipToLineFeed(p, begin, end, notes.bareLineFeed);
       } else {
         p = skipToLineFeed(p, begin, end, notes.bareLineFeed);
       }

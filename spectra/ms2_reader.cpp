@@ -105,6 +105,8 @@ const char* readItemLine(const char* p, const char* end, MS2Spectrum* spectrum, 
     spectrum->activationCode = activationCodeOf(spectrum->activationType);
     return p;
   }
+  if (key == 'F' && isCompensationVoltageLine(p, end))
+    return readCompensationVoltage<kEnds>(p, end, spectrum->compensationVoltage);
   if (key == 'P' && byteAt(p, 11, end) == 'S') {
     const char* value = valueAt(p, kPrecursorScanValue, end);
     spectrum->precursorScan =

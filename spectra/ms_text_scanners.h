@@ -6,10 +6,12 @@
 // simply contributes its code minus '0'). Every scanner is bounded by the end of the buffer, so a
 // value running to the end of a file, a truncated file or random bytes never read past the data.
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 #include <vector>
 
 #include "platform/text_pieces.h"
@@ -300,6 +302,27 @@ inline const char* skipToLineFeed(const char* p, const char* begin, const char* 
   const char* lineFeed = findLineFeed(p, end);
   if (lineFeed != end && (lineFeed == begin || lineFeed[-1] != '\r')) sawBareLineFeed = true;
   return lineFeed;
+}
+
+// Corvid's own FAIMS line, "I\tFAIMS_CV\t<volts>": whether the line at p is one, and its value.
+inline constexpr std::string_view kCompensationVoltageLineStart = "I\tFAIMS_CV\t";
+
+inline bool isCompensationVoltageLine(const char* p, const char* end) {
+  return static_cast<std::size_t>(end - p) >= kCompensationVoltageLineStart.size() &&
+         std::memcmp(p, kCompensationVoltageLineStart.data(), kCompensationVoltageLineStart.size()) == 0;
+}
+
+// Unlike the legacy keys, the voltage is signed and read as ordinary decimal text; NaN when the
+// value up to the line end is not a number. Returns where the value starts.
+template <LineEnds kEnds>
+inline const char* readCompensationVoltage(const char* p, const char* end, double& voltage) {
+  const char* value = p + kCompensationVoltageLineStart.size();
+  const char* last = value;
+  while (last != end && !StopAtValueEnd<kEnds>{}(*last)) ++last;
+  if (value != last && *value == '+') ++value;
+  const auto [stop, error] = std::from_chars(value, last, voltage);
+  if (error != std::errc() || stop != last || value == last) voltage = kNoCompensationVoltage;
+  return value;
 }
 
 }  // namespace corvid

@@ -1,5 +1,6 @@
 #include "spectra/ms_text_writer.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 
@@ -33,7 +34,24 @@ void appendItem(std::string& out, const char* key, double value, int decimals) {
   out += "\r\n";
 }
 
+void appendCompensationVoltage(std::string& out, const ExtractedScan& scan) {
+  if (!scan.hasCompensationVoltage) return;
+  out += "I\t";
+  out += kCompensationVoltageKey;
+  out += '\t';
+  appendShortestNumber(out, scan.compensationVoltage);
+  out += "\r\n";
+}
+
 }  // namespace
+
+void appendShortestNumber(std::string& out, double value) {
+  char text[32];
+  if (!std::isfinite(value)) value = 0.0;
+  if (value == 0.0) value = 0.0;  // no "-0"
+  const auto [end, error] = std::to_chars(text, text + sizeof text, value);
+  if (error == std::errc()) out.append(text, end);
+}
 
 void appendFixed(std::string& out, double value, int decimals) {
   char text[kFixedDecimalRoom];
@@ -49,6 +67,7 @@ void appendMS1Header(std::string& out, const ExtractedScan& scan) {
   out += "I\tInstrumentType\t";
   out += analyzerText(scan.analyzer);
   out += "\r\n";
+  appendCompensationVoltage(out, scan);
 }
 
 void appendMS2Header(std::string& out, const ExtractedScan& scan) {
@@ -62,7 +81,9 @@ void appendMS2Header(std::string& out, const ExtractedScan& scan) {
   out += scan.activation[0] != '\0' ? scan.activation.data() : "UNK";
   out += "\r\nI\tInstrumentType\t";
   out += analyzerText(scan.analyzer);
-  out += "\r\nI\tPrecursorScan\t";
+  out += "\r\n";
+  appendCompensationVoltage(out, scan);
+  out += "I\tPrecursorScan\t";
   out += std::to_string(scan.precursorScan);
   out += "\r\n";
   // ActivationCenter precedes Z: with charge 0 the loader computes [M+H]+ from it.

@@ -18,10 +18,15 @@ inline constexpr int kTimeDecimals = 6;
 
 // Appends the value in fixed notation with the given decimals (at least one).
 void appendFixed(std::string& out, double value, int decimals);
-// "S", "I RetTime" and "I InstrumentType" lines of an MS1 scan.
+// Corvid's own I line for FAIMS runs, "I\tFAIMS_CV\t<volts>", written after InstrumentType and
+// only for scans that name a compensation voltage; the voltage as the shortest text that reads
+// back to the same number ("-45", "-47.5").
+inline constexpr const char* kCompensationVoltageKey = "FAIMS_CV";
+void appendShortestNumber(std::string& out, double value);
+// "S", "I RetTime", "I InstrumentType" (and "I FAIMS_CV") lines of an MS1 scan.
 void appendMS1Header(std::string& out, const ExtractedScan& scan);
-// "S", the I lines (RetTime, IonInjectionTime, ActivationType, InstrumentType, PrecursorScan,
-// ActivationCenter) and the "Z" line of an MS2 scan.
+// "S", the I lines (RetTime, IonInjectionTime, ActivationType, InstrumentType, FAIMS_CV when
+// given, PrecursorScan, ActivationCenter) and the "Z" line of an MS2 scan.
 void appendMS2Header(std::string& out, const ExtractedScan& scan);
 // One "m/z intensity" line per peak. Negative intensities are written as 0 and counted in
 // negativeCount. Returns false when a value is not finite or an m/z is negative.

@@ -121,7 +121,8 @@ void binaryArrayParam(MzMLReader& reader, std::string_view accession) {
     e = {64, true, NumpressKind::Slof, false};
 }
 
-// A cvParam of the spectrum or its scan: level, retention time, injection time, filter line.
+// A cvParam of the spectrum or its scan: level, retention time, injection time, filter line, FAIMS
+// compensation voltage (converters put it in either place).
 void spectrumParam(MzMLReader& reader, const CvParam& param) {
   OpenSpectrum& s = reader.spectrum;
   const std::string& accession = param.accession;
@@ -141,6 +142,9 @@ void spectrumParam(MzMLReader& reader, const CvParam& param) {
     if (parseReal(param.value, value)) s.ionInjectionTime = value;
   } else if (accession == cv::kFilterString) {
     s.filterText = param.value;
+  } else if (accession == cv::kFaimsCompensationVoltage && parseReal(param.value, value)) {
+    s.compensationVoltage = value;  // a value that is not a number reads as no voltage
+    s.hasCompensationVoltage = true;
   }
 }
 

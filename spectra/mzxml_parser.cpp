@@ -72,6 +72,7 @@ void startScan(MzXMLReader& reader, const XML_Char** attributes) {
   const char* filter = attributeValue(attributes, "filterLine");
   const char* instrument = attributeValue(attributes, "msInstrumentID");
   const char* centroided = attributeValue(attributes, "centroided");
+  const char* voltage = attributeValue(attributes, "compensationVoltage");
   long long number = 0;
   if (num == nullptr || !parseInteger(num, number) || number < 0)
     return fail(reader,
@@ -89,6 +90,8 @@ void startScan(MzXMLReader& reader, const XML_Char** attributes) {
   s.retentionTime = 0.0;
   if (time != nullptr && !parseDurationSeconds(time, s.retentionTime))
     return fail(reader, scanName(reader) + " has an invalid retentionTime \"" + time + "\"");
+  // A value that is not a number reads as no voltage.
+  s.hasCompensationVoltage = voltage != nullptr && parseReal(voltage, s.compensationVoltage);
   s.filterText = filter != nullptr ? filter : "";
   if (centroided != nullptr) s.centroided = (std::string_view(centroided) == "1" || std::string_view(centroided) == "true") ? 1 : 0;
   reader.instrumentRef = instrument != nullptr ? instrument : "";

@@ -30,6 +30,8 @@ struct OpenSpectrum {
   bool hasSelectedMz = false;
   double selectedMz = 0.0;  // m/z
   int charge = 0;           // 0 when unknown
+  bool hasCompensationVoltage = false;  // FAIMS runs: the voltage selecting the scan's ions
+  double compensationVoltage = 0.0;     // volts
   std::vector<double> mz;   // same length as intensity
   std::vector<double> intensity;
 };
@@ -50,6 +52,8 @@ inline void clearSpectrumContents(OpenSpectrum& s) {
   s.isolationTarget = s.selectedMz = 0.0;
   s.isolationLower = s.isolationUpper = 0.0;
   s.charge = 0;
+  s.hasCompensationVoltage = false;
+  s.compensationVoltage = 0.0;
   s.mz.clear();
   s.intensity.clear();
 }

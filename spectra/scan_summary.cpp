@@ -21,7 +21,7 @@ void appendCsvText(std::string& out, std::string_view text) {
 
 }  // namespace
 
-void appendScanSummaryLine(std::string& out, const ExtractedScan& scan, std::string_view nativeId) {
+void appendScanSummaryLine(std::string& out, const ExtractedScan& scan, std::string_view nativeId, bool withVoltage) {
   out += std::to_string(scan.scan);
   out += ',';
   out += std::to_string(scan.nativeScan);
@@ -39,6 +39,10 @@ void appendScanSummaryLine(std::string& out, const ExtractedScan& scan, std::str
   out += std::to_string(scan.charge);
   out += ',';
   out += std::to_string(scan.peakCount);
+  if (withVoltage) {
+    out += ',';
+    if (scan.hasCompensationVoltage) appendShortestNumber(out, scan.compensationVoltage);
+  }
   out += "\r\n";
 }
 

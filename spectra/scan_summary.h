@@ -14,9 +14,14 @@ namespace corvid {
 inline constexpr std::string_view kScanSummaryHeader =
     "Scan,NativeScan,NativeId,MSLevel,RetentionTime,PrecursorScan,IsolationTarget,Charge,PeakCount";
 
+// FAIMS runs: the header's last column when any spectrum of the file names a compensation voltage
+// (the field is empty for a scan that names none); files without voltages keep the header above.
+inline constexpr std::string_view kScanSummaryVoltageColumn = ",CompensationVoltage";
+
 // Appends the summary line of one scan with a CR LF line end; an id holding a comma or a quote is
-// quoted as CSV readers expect.
-void appendScanSummaryLine(std::string& out, const ExtractedScan& scan, std::string_view nativeId);
+// quoted as CSV readers expect. withVoltage adds the compensation voltage field.
+void appendScanSummaryLine(std::string& out, const ExtractedScan& scan, std::string_view nativeId,
+                           bool withVoltage = false);
 
 // The fields of one summary line (its line end already removed): a quoted field may hold commas
 // and doubled quotes. nullopt for a quote that is never closed. Inline, so that tools reading the

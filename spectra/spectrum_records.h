@@ -2,12 +2,17 @@
 // In-memory forms of one extracted acquisition: the MS1 survey scans and the MS2 fragmentation
 // scans of one file pair. Plain records held by value in growable arrays.
 #include <array>
+#include <cmath>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace corvid {
+
+// The compensation voltage of a scan that names none (all scans of a run without FAIMS).
+inline constexpr double kNoCompensationVoltage = std::numeric_limits<double>::quiet_NaN();
 
 // One centroided peak, values exactly as written in the input line.
 struct Peak {
@@ -23,6 +28,7 @@ struct MS1Spectrum {
   std::vector<std::uint64_t> workList;   // working space of the MS1 peak gathering
   double workValue = 0.0;                // per-scan noise level; 0 after loading
   std::string instrumentLetter;          // "F", "I", "U"; empty when the line is missing
+  double compensationVoltage = kNoCompensationVoltage;  // FAIMS_CV line; NaN when there is none
 };
 
 struct MS1File {
@@ -66,6 +72,7 @@ struct MS2Spectrum {
   std::vector<Peak> peaks;               // file order
   std::vector<std::pair<double, double>> workPairs;
   std::int32_t precursorIndex = 0;       // k of an MGF title RAWName.scan.scan.charge.k.dta
+  double compensationVoltage = kNoCompensationVoltage;  // FAIMS_CV line; NaN when there is none
 };
 
 // Scans in the fixed-size working table of the peak-difference statistics.
@@ -78,5 +85,12 @@ struct MS2File {
   std::vector<std::int32_t> scanTable;   // kScanTableSize zeros after loading
   std::int32_t scanTableSize = kScanTableSize;
 };
+
+// FAIMS runs: whether any MS2 scan names a compensation voltage.
+inline bool anyCompensationVoltage(const MS2File& file) {
+  for (const MS2Spectrum& spectrum : file.spectra)
+    if (!std::isnan(spectrum.compensationVoltage)) return true;
+  return false;
+}
 
 }  // namespace corvid

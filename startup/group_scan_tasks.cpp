@@ -25,7 +25,8 @@ bool inDebugScanList(const std::vector<std::uint32_t>& list, std::uint32_t scan)
 }  // namespace
 
 std::vector<ScanTask> groupScanTasks(const MS2File& ms2File, const std::vector<std::size_t>& positions, int group,
-                                     const DebugSelection& debug, ScanLoopState& state) {
+                                     const DebugSelection& debug, ScanLoopState& state,
+                                     const std::vector<std::uint32_t>& ms2View) {
   const char* activation = kActivationNames[group % 3];
   const char* analyzer = kAnalyzerNames[group / 3];
   const std::size_t total = ms2File.spectra.size();
@@ -57,7 +58,10 @@ std::vector<ScanTask> groupScanTasks(const MS2File& ms2File, const std::vector<s
       if (!inDebugScanList(debug.scans, scan)) continue;
       logMessage(LogLabel::kNote, "ActivationCenter:" + std::to_string(center));
     }
-    tasks.push_back({scan, center, {spectrum.isolationLower, spectrum.isolationUpper}});
+    tasks.push_back({scan,
+                     center,
+                     {spectrum.isolationLower, spectrum.isolationUpper},
+                     position < ms2View.size() ? ms2View[position] : 0});
   }
   return tasks;
 }

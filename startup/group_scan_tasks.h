@@ -27,8 +27,10 @@ void reportScansWithoutStatedIsolation(const MS2File& ms2File, double isolationW
 std::vector<std::size_t> groupPositions(const MS2File& ms2File, int group);
 
 // The scans of one group that detection works on, in order; duplicates and scans out of range are
-// left out, and the debug modes keep only the scans asked for.
+// left out, and the debug modes keep only the scans asked for. ms2View, when given, holds each MS2
+// spectrum's detection view (FAIMS runs: its voltage's MS1 scans); otherwise every task has view 0.
 std::vector<ScanTask> groupScanTasks(const MS2File& ms2File, const std::vector<std::size_t>& positions, int group,
-                                     const DebugSelection& debug, ScanLoopState& state);
+                                     const DebugSelection& debug, ScanLoopState& state,
+                                     const std::vector<std::uint32_t>& ms2View = {});
 
 }  // namespace corvid

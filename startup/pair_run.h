@@ -8,14 +8,15 @@
 #include <vector>
 
 #include "detection/detection_context.h"
+#include "detection/voltage_views.h"
 #include "scoring/boosted_trees.h"
 #include "spectra/corrected_mzml.h"
 #include "spectra/precursor_features.h"
 #include "spectra/spectrum_records.h"
 #include "startup/debug_scan_input.h"
 #include "startup/group_scan_tasks.h"
-#include "startup/run_resources.h"
 #include "startup/qc_collection.h"
+#include "startup/run_resources.h"
 #include "startup/run_settings.h"
 
 namespace corvid {
@@ -54,6 +55,9 @@ struct PairRun {
   // is kept).
   const BoostedTrees* precisionModel = nullptr;
   QcCollection* qc = nullptr;  // the QC report's rows and facts, when output_qc is on
+  // FAIMS runs: the MS1 scans split by compensation voltage, detected against instead of
+  // detectionInput; without inputs for other runs.
+  VoltageViews voltageViews{};
 };
 
 }  // namespace corvid

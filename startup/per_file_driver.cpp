@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "detection/detection_context.h"
-#include "detection/parallel_detection.h"
 #include "platform/paths.h"
 #include "platform/run_failure.h"
 #include "platform/run_log.h"
@@ -21,6 +20,7 @@
 #include "startup/group_scan_tasks.h"
 #include "startup/group_scoring.h"
 #include "startup/pair_loading.h"
+#include "startup/voltage_detection.h"
 
 namespace corvid {
 namespace {
@@ -47,9 +47,7 @@ std::string extractionSummaryFor(const std::string& ms2Path) {
 // Detection, scoring, filtering and export of one activation group.
 void processGroup(PairRun& run, int group) {
   clearGroupCandidates(run.detected);
-  const std::vector<std::size_t> positions = groupPositions(run.ms2File, group);
-  detectScans(run.detectionInput, groupScanTasks(run.ms2File, positions, group, run.debug, run.scans),
-              run.settings.threads, run.detected);
+  const std::vector<std::size_t> positions = detectGroupScans(run, group);
   if (run.reference != nullptr) markFoundEntries(run.detected, *run.reference);
   std::printf("\n");
   scoreAndFilterGroup(run, group);
@@ -81,7 +79,7 @@ void processGroups(PairRun& run, const std::string& ms2Path) {
   if (run.settings.detection.isolationFromFile)
     reportScansWithoutStatedIsolation(run.ms2File, run.settings.detection.isolationWidth);
   if (run.settings.outputs.precursorTable) {
-    run.table = precursorTableHeader(run.settings.precisionMode);
+    run.table = precursorTableHeader(run.settings.precisionMode, anyCompensationVoltage(run.ms2File));
     run.nativeIds = readNativeIds(extractionSummaryFor(ms2Path));
   }
   for (int group = 0; group < kActivationGroupCount; ++group) {
@@ -174,7 +172,9 @@ bool processSpectrumPair(const RunSettings& settings, RunResources& resources, c
               .outputsIncomplete = !kx1Written,
               .corrections = corrections,
               .qc = qc};
+  // The QC report counts the MS1 scans before a FAIMS run's scans move into their voltage views.
   if (qc != nullptr) noteQcSpectra(*qc, ms1File, ms2File);
+  splitFaimsRun(detectionInput, ms1File, ms2File, files.ms2Path, run.voltageViews);
   if (precisionModelChooses(settings)) run.precisionModel = &precisionModelFor(resources, settings.paths.program);
   processGroups(run, files.ms2Path);
   if (settings.outputs.deleteSpectrumFiles) deleteSpectrumFiles(files);

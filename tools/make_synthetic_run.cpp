@@ -1,9 +1,10 @@
 // Writes a deterministic synthetic LC-MS/MS run as Corvid's MS1/MS2 text pair (CR LF), for
 // benchmarks on large inputs:
-//   make_synthetic_run <output stem> <MS1 scans> <MS2 scans per MS1 scan> <peaks per MS1 scan>
+//   make_synthetic_run <output stem> <MS1 scans> <MS2 scans per MS1 scan> <peaks per MS1 scan> [seed]
 // Peptides elute over about ten MS1 scans with averagine-like isotope envelopes (charges 2 to 4)
 // among noise peaks; each MS2 scan isolates one eluting peptide (CID/ion trap, every fifth one
-// HCD/Orbitrap). The same arguments always give the same bytes.
+// HCD/Orbitrap). The same arguments always give the same bytes; another seed (42 when not given)
+// gives another run of the same shape.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -66,15 +67,15 @@ class Output {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 5) {
-    std::fprintf(stderr, "usage: make_synthetic_run <stem> <ms1 scans> <ms2 per ms1> <peaks per ms1>\n");
+  if (argc != 5 && argc != 6) {
+    std::fprintf(stderr, "usage: make_synthetic_run <stem> <ms1 scans> <ms2 per ms1> <peaks per ms1> [seed]\n");
     return 2;
   }
   const std::string stem = argv[1];
   const int ms1Scans = std::atoi(argv[2]);
   const int ms2PerMs1 = std::atoi(argv[3]);
   const int peaksPerMs1 = std::atoi(argv[4]);
-  std::mt19937_64 random(42);
+  std::mt19937_64 random(argc == 6 ? std::strtoull(argv[5], nullptr, 10) : 42);
   std::uniform_real_distribution<double> uniform(0.0, 1.0);
 
   // Peptides start eluting continuously; about 40 are eluting at any time.

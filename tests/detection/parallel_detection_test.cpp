@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "detection/voltage_views.h"
+
 #include <random>
 #include <thread>
 
@@ -181,6 +183,113 @@ TEST_F(ParallelDetection, NoTasksNoCandidates) {
   DetectionOutput output;
   EXPECT_EQ(detectScans(input, {}, 8, output), 1u);
   EXPECT_TRUE(output.records.empty());
+}
+
+// FAIMS: two runs interleaved scan by scan, each with its own voltage (run A's MS1 scans at
+// 1 + 22 s, run B's at 12 + 22 s, each run's MS2 scans after its own MS1 scan), renumbered.
+struct InterleavedRuns {
+  MS1File a, b, merged;
+  std::vector<ScanTask> tasksA, tasksB;
+  MS2File ms2;  // every task of both runs, in scan order
+};
+
+InterleavedRuns interleavedRuns() {
+  InterleavedRuns runs;
+  RandomRun a = randomRun(11), b = randomRun(12);
+  for (MS1Spectrum& scan : a.ms1.spectra) scan.scanNumber = 2 * scan.scanNumber - 1;
+  for (MS1Spectrum& scan : b.ms1.spectra) scan.scanNumber = 2 * scan.scanNumber + 10;
+  for (ScanTask& task : a.tasks) task.scan = 1 + (task.scan - 2) / 11 * 22 + (task.scan - 2) % 11 + 1;
+  for (ScanTask& task : b.tasks) task.scan = 12 + (task.scan - 2) / 11 * 22 + (task.scan - 2) % 11 + 1;
+  runs.a = a.ms1;
+  runs.b = b.ms1;
+  runs.tasksA = a.tasks;
+  runs.tasksB = b.tasks;
+  for (std::size_t s = 0; s < a.ms1.spectra.size(); ++s) {
+    runs.merged.spectra.push_back(a.ms1.spectra[s]);
+    runs.merged.spectra.back().compensationVoltage = -45.0;
+    runs.merged.spectra.push_back(b.ms1.spectra[s]);
+    runs.merged.spectra.back().compensationVoltage = -65.0;
+  }
+  runs.merged.instrumentName = "FTMS";
+  for (const auto* tasks : {&a.tasks, &b.tasks}) {
+    for (const ScanTask& task : *tasks) {
+      MS2Spectrum spectrum;
+      spectrum.scanNumber = task.scan;
+      spectrum.activationCenter = task.center;
+      spectrum.precursorScan = static_cast<std::int32_t>(task.scan - (task.scan - 1) % 11);  // its own MS1 scan
+      runs.ms2.spectra.push_back(spectrum);
+    }
+  }
+  std::sort(runs.ms2.spectra.begin(), runs.ms2.spectra.end(),
+            [](const MS2Spectrum& x, const MS2Spectrum& y) { return x.scanNumber < y.scanNumber; });
+  return runs;
+}
+
+// The output's records of the scans of one run, in order.
+std::vector<PrecursorRecord> recordsOf(const DetectionOutput& output, const std::vector<ScanTask>& tasks) {
+  std::vector<PrecursorRecord> records;
+  for (const PrecursorRecord& record : output.records) {
+    const bool own =
+        std::any_of(tasks.begin(), tasks.end(), [&](const ScanTask& task) { return task.scan == record.scan; });
+    if (own) records.push_back(record);
+  }
+  return records;
+}
+
+bool sameRecords(const std::vector<PrecursorRecord>& x, const std::vector<PrecursorRecord>& y) {
+  return std::equal(x.begin(), x.end(), y.begin(), y.end(), [](const PrecursorRecord& p, const PrecursorRecord& q) {
+    return p.scan == q.scan && p.charge == q.charge && p.mz == q.mz;
+  });
+}
+
+TEST_F(ParallelDetection, EachVoltageViewGivesWhatItsRunAloneGives) {
+  InterleavedRuns runs = interleavedRuns();
+  const ParameterTable parameters = testing::defaultParameters();
+  DetectionOutput aloneA, aloneB;
+  detectScans(makeDetectionInput(parameters, runs.a), runs.tasksA, 1, aloneA);
+  detectScans(makeDetectionInput(parameters, runs.b), runs.tasksB, 1, aloneB);
+  ASSERT_GT(aloneA.records.size(), 100u);
+
+  std::vector<ScanTask> tasks;
+  for (const MS2Spectrum& spectrum : runs.ms2.spectra)
+    tasks.push_back({spectrum.scanNumber, spectrum.activationCenter});
+  DetectionOutput across;  // the nearest MS1 scans whatever their voltage
+  detectScans(makeDetectionInput(parameters, runs.merged), tasks, 1, across);
+  EXPECT_FALSE(sameRecords(recordsOf(across, runs.tasksA), aloneA.records));
+
+  VoltageViews views;
+  splitByVoltage(makeDetectionInput(parameters, runs.merged), runs.merged, runs.ms2, views);
+  ASSERT_EQ(views.inputs.size(), 3u);
+  EXPECT_EQ(views.ms2WithoutMS1, 0u);
+  for (std::size_t i = 0; i < tasks.size(); ++i) tasks[i].view = views.ms2View[i];
+  for (unsigned threads : {1u, 4u}) {
+    DetectionOutput split;
+    detectScans(views.inputs, tasks, threads, split);
+    EXPECT_TRUE(sameRecords(recordsOf(split, runs.tasksA), aloneA.records)) << threads;
+    EXPECT_TRUE(sameRecords(recordsOf(split, runs.tasksB), aloneB.records)) << threads;
+    EXPECT_EQ(split.records.size(), aloneA.records.size() + aloneB.records.size());
+  }
+}
+
+// An MS2 scan whose voltage no MS1 scan has is detected against the empty view: no MS1 signal, no
+// candidate, as for a run without MS1 scans.
+TEST_F(ParallelDetection, TheEmptyVoltageViewGivesNoCandidates) {
+  InterleavedRuns runs = interleavedRuns();
+  const ParameterTable parameters = testing::defaultParameters();
+  for (MS2Spectrum& spectrum : runs.ms2.spectra) {
+    spectrum.precursorScan = 0;
+    spectrum.compensationVoltage = -30.0;
+  }
+  VoltageViews views;
+  splitByVoltage(makeDetectionInput(parameters, runs.merged), runs.merged, runs.ms2, views);
+  EXPECT_EQ(views.ms2WithoutMS1, runs.ms2.spectra.size());
+  std::vector<ScanTask> tasks;
+  for (std::size_t i = 0; i < runs.ms2.spectra.size(); ++i)
+    tasks.push_back({runs.ms2.spectra[i].scanNumber, runs.ms2.spectra[i].activationCenter, {}, views.ms2View[i]});
+  DetectionOutput output;
+  detectScans(views.inputs, tasks, 4, output);
+  EXPECT_TRUE(output.records.empty());
+  EXPECT_EQ(output.exportedPrecursorCount, 0);
 }
 
 TEST(ThreadCount, PositiveAsGivenOtherwiseEveryCore) {

@@ -165,5 +165,35 @@ TEST(PrecursorTable, PartsJoinWithOneHeader) {
   EXPECT_FALSE(fs::exists(stem + "_ID_0.precursors.tsv"));
 }
 
+// FAIMS runs: the compensation voltage is the last column, only when a scan of the file names one.
+TEST(PrecursorTable, VoltageColumnOnlyForFilesWithVoltages) {
+  EXPECT_EQ(precursorTableHeader().find("compensation_voltage"), std::string::npos);
+  const std::string header = precursorTableHeader(false, true);
+  EXPECT_TRUE(header.ends_with("\trecorded_precursor_kept\tcompensation_voltage\n")) << header;
+  MS2File file;
+  file.spectra = {spectrumAt(3, 500.25, 2), spectrumAt(4, 700.0, 3)};
+  GroupExport group;
+  group.spectrumPositions = {0, 1};
+  group.accepted = {{3, 2, 500.25}};
+  std::string plain;
+  StdoutCapture capture;
+  appendPrecursorTableRows(group, file, {featuresWithScore(0, 0.5)}, {}, plain);
+  EXPECT_FALSE(anyCompensationVoltage(file));
+  EXPECT_TRUE(plain.ends_with("\t1\n")) << plain;
+  file.spectra[0].compensationVoltage = -45.0;
+  file.spectra[1].compensationVoltage = -65.5;
+  EXPECT_TRUE(anyCompensationVoltage(file));
+  std::string faims;
+  appendPrecursorTableRows(group, file, {featuresWithScore(0, 0.5)}, {}, faims);
+  capture.text();
+  const auto fields = [](std::string_view line) { return std::count(line.begin(), line.end(), '\t'); };
+  const std::string first = faims.substr(0, faims.find('\n'));
+  const std::string second = faims.substr(faims.find('\n') + 1);
+  EXPECT_TRUE(first.ends_with("\t1\t-45.000000")) << first;
+  EXPECT_TRUE(second.ends_with("\t1\t-65.500000\n")) << second;
+  EXPECT_EQ(fields(first), fields(header));
+  EXPECT_EQ(faims.size(), plain.size() + std::string("\t-45.000000\t-65.500000").size());
+}
+
 }  // namespace
 }  // namespace corvid
