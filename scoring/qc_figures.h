@@ -49,6 +49,8 @@ struct QcRunFacts {
   double runSeconds = 0.0;
   std::int64_t ms1Spectra = 0;
   std::int64_t ms2Spectra = 0;
+  // FAIMS runs: the MS2 scans of each compensation voltage (V); empty for runs without FAIMS.
+  std::map<double, std::int64_t> ms2ScansByVoltage;
   double scoreThreshold = 0.0;
   bool thresholdApplies = true;  // false when every candidate is kept
 };

@@ -111,6 +111,16 @@ ordered_json corvidMetrics(const QcFigures& figures) {
   for (std::size_t n = 0; n < figures.scansByPrecursorCount.size(); ++n) precursorCounts.push_back(std::int64_t(n));
   metrics.push_back(metric("CORVID:0000003", "precursors exported per MS2 scan distribution",
                            {{"CORVID:0000013", precursorCounts}, {"CORVID:0000012", figures.scansByPrecursorCount}}));
+  if (!figures.facts.ms2ScansByVoltage.empty()) {
+    std::vector<double> voltages;
+    std::vector<std::int64_t> scans;
+    for (const auto& [voltage, count] : figures.facts.ms2ScansByVoltage) {
+      voltages.push_back(voltage);
+      scans.push_back(count);
+    }
+    metrics.push_back(metric("CORVID:0000014", "MS2 scans per FAIMS compensation voltage",
+                             {{"MS:1001581", voltages}, {"CORVID:0000012", scans}}));
+  }
   const std::vector<double> quartiles = fiveNumbers(figures.firstPifValues);
   if (!quartiles.empty()) {
     ordered_json pif = metric("CORVID:0000004", "first precursor ion fraction quartiles", quartiles);

@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "spectra/mzml_output.h"
+
 namespace corvid {
 namespace {
 
@@ -31,6 +33,16 @@ std::string settingsText(const QcRunFacts& facts) {
   return joined(settings, ", ");
 }
 
+// "-65 V: 5012 MS2 scans; -45 V: 4988 MS2 scans"
+std::string voltagesText(const QcRunFacts& facts) {
+  std::string text;
+  for (const auto& [voltage, scans] : facts.ms2ScansByVoltage) {
+    if (!text.empty()) text += "; ";
+    text += formatNumber(voltage) + " V: " + std::to_string(scans) + " MS2 scans";
+  }
+  return text;
+}
+
 json summaryRows(const QcFigures& figures) {
   const QcRunFacts& facts = figures.facts;
   const double perScan = figures.ms2Scans > 0
@@ -52,6 +64,8 @@ json summaryRows(const QcFigures& figures) {
         row(kQcClassKeys[c], std::string("First precursor: ") + kQcClassNames[c],
             std::to_string(figures.classes[c]) + " (" + percentOf(figures.classes[c], figures.ms2Scans) + ")"));
   }
+  if (!facts.ms2ScansByVoltage.empty())
+    rows.push_back(row("faims_voltages", "FAIMS compensation voltages", voltagesText(facts)));
   rows.push_back(row("co_isolated_share", "Co-isolated share",
                      percentOf(figures.coIsolatedScans, figures.ms2Scans) + " (" +
                          std::to_string(figures.coIsolatedScans) + " of " + std::to_string(figures.ms2Scans) +

@@ -1,6 +1,7 @@
 #include "startup/qc_collection.h"
 
 #include <chrono>
+#include <cmath>
 #include <ctime>
 
 #include "build_config.h"
@@ -66,6 +67,9 @@ void noteQcSpectra(QcCollection& qc, const MS1File& ms1File, const MS2File& ms2F
   qc.facts.instrument = ms1File.instrumentName;
   qc.facts.ms1Spectra = static_cast<std::int64_t>(ms1File.spectra.size());
   qc.facts.ms2Spectra += static_cast<std::int64_t>(ms2File.spectra.size());
+  for (const MS2Spectrum& spectrum : ms2File.spectra) {
+    if (!std::isnan(spectrum.compensationVoltage)) ++qc.facts.ms2ScansByVoltage[spectrum.compensationVoltage];
+  }
 }
 
 bool finishQcReport(QcCollection& qc, const std::string& resultStem, const std::string& programFolder) {

@@ -72,7 +72,7 @@ std::string generateAndRun(const fs::path& folder, const std::string& options, c
   const std::string command = "cd " + shellQuote(folder.string()) + " && python3 " + shellQuote(script) + " " +
                               options + " " + shellQuote(name) + " " + inputs;
   EXPECT_EQ(std::system(command.c_str()), 0) << command;
-  const RunResult result = runCorvid(folder, {name, "--output_table=1"});
+  const RunResult result = runCorvid(folder, {name, "--output_table=1", "--output_qc=1"});
   EXPECT_EQ(result.status, 0) << result.out;
   return result.out;
 }
@@ -137,6 +137,21 @@ TEST(FaimsEndToEnd, PrecursorsOfTheMergedRunEqualThoseOfEachRunAlone) {
   EXPECT_EQ(readFile(dir.path() / "plain" / "plain.precursors.tsv").find("compensation_voltage"), std::string::npos);
   EXPECT_NE(readFile(dir.path() / "merged" / "merged_scans.csv").find(",CompensationVoltage\r\n"), std::string::npos);
   EXPECT_EQ(readFile(dir.path() / "a" / "runA_scans.csv").find("CompensationVoltage"), std::string::npos);
+
+  // The QC report names the voltages and their MS2 scans; a run without them does not.
+  EXPECT_NE(readFile(dir.path() / "merged" / "merged.qc.html").find("-65 V: 120 MS2 scans; -45 V: 120 MS2 scans"),
+            std::string::npos);
+  EXPECT_EQ(readFile(dir.path() / "plain" / "plain.qc.html").find("FAIMS compensation voltages"), std::string::npos);
+  const std::string mzqc = readFile(dir.path() / "merged" / "merged.mzQC");
+  EXPECT_NE(mzqc.find("MS2 scans per FAIMS compensation voltage"), std::string::npos);
+  EXPECT_EQ(readFile(dir.path() / "plain" / "plain.mzQC").find("FAIMS"), std::string::npos);
+  const fs::path source(CORVID_SOURCE_DIR);
+  const std::string check = "python3 " + shellQuote((source / "tests/scripts/check_mzqc.py").string()) + " " +
+                            shellQuote((source / "tests/data/qc/mzqc_schema.json").string()) + " " +
+                            shellQuote((source / "tests/data/qc/psi-ms.obo").string()) + " " +
+                            shellQuote((source / "data/corvid-qc.obo").string()) + " -- " +
+                            shellQuote((dir.path() / "merged" / "merged.mzQC").string());
+  EXPECT_EQ(std::system(check.c_str()), 0) << check;
 }
 
 }  // namespace
