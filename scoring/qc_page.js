@@ -3,7 +3,9 @@
 // carries what a test reads: data-plots-drawn, data-qc-errors, data-blank-canvases, data-load-ms.
 (function () {
   'use strict';
-  var palette = ['#1f77b4', '#ff7f0e', '#2ca02c', '#d62728', '#9467bd', '#8c564b', '#e377c2', '#7f7f7f'];
+  // Twelve distinct colours (Tableau 10 and two more), so that the eleven correction classes never share one.
+  var palette = ['#1f77b4', '#ff7f0e', '#2ca02c', '#d62728', '#9467bd', '#8c564b', '#e377c2', '#7f7f7f', '#bcbd22',
+                 '#17becf', '#393b79', '#e7969c'];
 
   function axis(title, extra) {
     var scale = { title: { display: !!title, text: title || '' } };
