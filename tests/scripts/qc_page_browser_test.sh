@@ -8,34 +8,10 @@
 #   qc_page_browser_test.sh <corvid_qc_page_render> <folder holding qc/> <fixture folder> <artefact folder>
 set -euo pipefail
 render=$1 library_folder=$2 fixtures=$3 artefacts=$4
-browser=$(command -v chromium || command -v chromium-browser || true)
-[ -n "$browser" ] || { echo "chromium not installed (Debian package chromium): skipped"; exit 77; }
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 fail() { echo "FAIL: $*" >&2; exit 1; }
-
-# A profile of its own, so runs side by side (or a developer's browser) do not share one.
-chromium_headless() {
-  timeout 60 "$browser" --headless --no-sandbox --disable-gpu --user-data-dir="$work/profile" \
-    --host-resolver-rules="MAP * ~NOTFOUND" --virtual-time-budget=5000 "$@"
-}
-chromium_headless --dump-dom about:blank >"$work/probe.txt" 2>&1 ||
-  { tail -5 "$work/probe.txt"; echo "chromium cannot start here: skipped"; exit 77; }
-
-# The value of data-<name> on the drawn page's <body>.
-body_value() { grep -o "<body[^>]*>" "$work/dom.html" | grep -o "data-$1=\"[^\"]*\"" | cut -d'"' -f2; }
-
-# Opens the page, keeping the drawn DOM in dom.html and the browser's log in log.txt; console
-# messages of the page show there as "CONSOLE" lines, and the page must write none.
-open_page() {
-  chromium_headless --enable-logging=stderr --v=0 --dump-dom "file://$1" >"$work/dom.html" 2>"$work/log.txt" ||
-    fail "chromium could not open $1: $(tail -3 "$work/log.txt")"
-  if grep -q ":CONSOLE" "$work/log.txt"; then
-    grep ":CONSOLE" "$work/log.txt" >&2
-    fail "console messages on $1"
-  fi
-  [ "$(body_value qc-errors)" = "0" ] || fail "errors caught on $1: '$(body_value qc-errors)'"
-}
+source "$(dirname "$0")/chromium_support.sh"
 
 plot_count() { python3 -c 'import json, sys; print(len(json.load(open(sys.argv[1]))["plots"]))' "$1"; }
 
@@ -51,10 +27,7 @@ load_ms=$(body_value load-ms)
 [ -n "$load_ms" ] || fail "the page did not record its load time"
 
 screenshot="$artefacts/qc_page.png"
-rm -f "$screenshot"
-chromium_headless --hide-scrollbars --window-size=1280,4200 --screenshot="$screenshot" "file://$page" \
-  >"$work/screenshot.txt" 2>&1 || fail "screenshot: $(tail -3 "$work/screenshot.txt")"
-[ -s "$screenshot" ] || fail "no screenshot written"
+take_screenshot "$page" "$screenshot" 4200
 
 empty_page="$work/empty.html"
 "$render" "$fixtures/empty_page_document.json" "$empty_page" "$library_folder" || fail "rendering the empty document"
