@@ -143,7 +143,7 @@ bool decodeBase64(std::string_view text, std::string& bytes, std::string& error)
   return true;
 }
 
-bool inflateZlib(std::string_view compressed, std::string& bytes, std::string& error) {
+bool inflateZlib(std::string_view compressed, std::string& bytes, std::string& error, std::size_t maxBytes) {
   bytes.clear();
   z_stream stream{};
   if (inflateInit(&stream) != Z_OK) {
@@ -155,7 +155,15 @@ bool inflateZlib(std::string_view compressed, std::string& bytes, std::string& e
   int status = Z_OK;
   while (status == Z_OK) {
     std::size_t used = bytes.size();
-    bytes.resize(used + std::max(kInflateStep, compressed.size() * 2));
+    if (used > maxBytes) {
+      inflateEnd(&stream);
+      error = "its compressed array (" + std::to_string(compressed.size()) + " bytes) inflates past " +
+              std::to_string(maxBytes) + " bytes";
+      return false;
+    }
+    // One byte more than allowed is enough to tell an array that is too large.
+    const std::size_t step = std::max(kInflateStep, compressed.size() * 2);
+    bytes.resize(used + (maxBytes - used < step ? maxBytes - used + 1 : step));
     stream.next_out = reinterpret_cast<Bytef*>(bytes.data() + used);
     stream.avail_out = static_cast<uInt>(bytes.size() - used);
     status = inflate(&stream, Z_NO_FLUSH);
@@ -170,20 +178,40 @@ bool inflateZlib(std::string_view compressed, std::string& bytes, std::string& e
   return true;
 }
 
-bool decodeBinaryArray(std::string_view base64, const ArrayEncoding& encoding,
-                       std::vector<double>& values, DecodeScratch& scratch, std::string& error) {
+bool decodeBinaryArray(std::string_view base64, const ArrayEncoding& encoding, std::vector<double>& values,
+                       DecodeScratch& scratch, std::string& error, std::size_t maxValues) {
   values.clear();
   if (!decodeBase64(base64, scratch.raw, error)) return false;
   const std::string* bytes = &scratch.raw;
+  // A value takes at most eight bytes, and a Numpress value about two (slof exactly two).
+  const std::size_t perValue = encoding.numpress == NumpressKind::None ? 8 : 2;
+  const std::size_t maxBytes =
+      maxValues > static_cast<std::size_t>(-1) / 16 ? static_cast<std::size_t>(-1) : maxValues * perValue + 8;
   if (encoding.zlib && !scratch.raw.empty()) {
-    if (!inflateZlib(scratch.raw, scratch.inflated, error)) return false;
+    if (!inflateZlib(scratch.raw, scratch.inflated, error, maxBytes)) {
+      if (scratch.inflated.size() > maxBytes) {
+        error = "its compressed array of " + std::to_string(scratch.raw.size()) + " bytes inflates to more than " +
+                std::to_string(maxValues) + " values (max_spectrum_values)";
+      }
+      return false;
+    }
     bytes = &scratch.inflated;
   }
   if (encoding.numpress != NumpressKind::None) {
     if (bytes->empty()) return true;
-    return decodeNumpress(*bytes, encoding.numpress, values, error);
+    if (!decodeNumpress(*bytes, encoding.numpress, values, error)) return false;
+    if (values.size() <= maxValues) return true;
+    error = "its array decodes to " + std::to_string(values.size()) + " values, more than " +
+            std::to_string(maxValues) + " (max_spectrum_values)";
+    values.clear();
+    return false;
   }
   std::size_t width = encoding.bits == 32 ? 4 : 8;
+  if (bytes->size() / width > maxValues) {
+    error = "its array holds " + std::to_string(bytes->size() / width) + " values, more than " +
+            std::to_string(maxValues) + " (max_spectrum_values)";
+    return false;
+  }
   if (bytes->size() % width != 0) {
     error = "binary array of " + std::to_string(bytes->size()) +
             " bytes is not a whole number of " + std::to_string(encoding.bits) + "-bit values";

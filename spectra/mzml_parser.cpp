@@ -42,6 +42,7 @@ struct CvParam {
 struct MzMLReader {
   XmlStreamState xml;
   const SpectrumSink* sink = nullptr;
+  OpenFormatLimits limits;
   bool sawMzML = false;
   std::vector<Context> contexts;
 
@@ -228,9 +229,14 @@ void endBinary(MzMLReader& reader) {
   if (reader.unsupportedArrayType)
     return fail(reader,
                 spectrumName(reader) + " stores its peaks as integers, which are not supported");
+  // A declared size past the limit is refused before anything is inflated.
+  const std::size_t limit = reader.limits.maxSpectrumValues;
+  if (reader.arrayLength > 0 && static_cast<std::size_t>(reader.arrayLength) > limit)
+    return fail(reader, spectrumName(reader) + " declares " + std::to_string(reader.arrayLength) +
+                            " values in a peak array encoded in " + std::to_string(reader.binaryText.size()) +
+                            " bytes, more than max_spectrum_values (" + std::to_string(limit) + "): refused");
   std::string reason;
-  if (!decodeBinaryArray(reader.binaryText, reader.encoding, reader.decoded, reader.scratch,
-                         reason))
+  if (!decodeBinaryArray(reader.binaryText, reader.encoding, reader.decoded, reader.scratch, reason, limit))
     return fail(reader, spectrumName(reader) + ": " + reason);
   if (static_cast<long long>(reader.decoded.size()) != reader.arrayLength)
     return fail(reader, spectrumName(reader) + " declares " + std::to_string(reader.arrayLength) +
@@ -362,9 +368,11 @@ constexpr const char* kDirectContent = "spectrum";
 
 }  // namespace
 
-bool readMzMLFile(const std::string& path, const SpectrumSink& sink, std::string& error) {
+bool readMzMLFile(const std::string& path, const SpectrumSink& sink, std::string& error,
+                  const OpenFormatLimits& limits) {
   MzMLReader reader;
   reader.sink = &sink;
+  reader.limits = limits;
   bool ok = parseXmlFile(path, XmlHandlers{onStart, onEnd, onText, kDirectContent}, &reader,
                          reader.xml, error);
   if (ok && !reader.sawMzML) {

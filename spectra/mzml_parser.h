@@ -9,6 +9,9 @@ namespace corvid {
 
 // Returns false with a reason when the file cannot be read, is not well-formed mzML, holds a
 // corrupt or wrongly sized peak array, or when the sink refuses a spectrum.
-bool readMzMLFile(const std::string& path, const SpectrumSink& sink, std::string& error);
+// A peak array past limits.maxSpectrumValues is refused with the spectrum's name, its declared and
+// its encoded size.
+bool readMzMLFile(const std::string& path, const SpectrumSink& sink, std::string& error,
+                  const OpenFormatLimits& limits = {});
 
 }  // namespace corvid

@@ -17,6 +17,7 @@ namespace {
 struct MzXMLReader {
   XmlStreamState xml;
   const SpectrumSink* sink = nullptr;
+  OpenFormatLimits limits;
   std::int64_t scanIndex = 0;
 
   std::unordered_map<std::string, AnalyzerKind> instruments;  // msInstrumentID -> analyzer
@@ -158,8 +159,14 @@ void startPeaks(MzXMLReader& reader, const XML_Char** attributes) {
 void endPeaks(MzXMLReader& reader) {
   reader.inPeaks = false;
   if (!reader.scanOpen) return;
+  // Pairs: twice the peaks. A declared count past the limit is refused before anything is inflated.
+  const std::size_t limit = reader.limits.maxSpectrumValues;
+  if (reader.peaksCount > 0 && static_cast<std::size_t>(reader.peaksCount) > limit)
+    return fail(reader, scanName(reader) + " declares " + std::to_string(reader.peaksCount) + " peaks encoded in " +
+                            std::to_string(reader.peaksText.size()) + " bytes, more than max_spectrum_values (" +
+                            std::to_string(limit) + "): refused");
   std::string reason;
-  if (!decodeBinaryArray(reader.peaksText, reader.encoding, reader.pairs, reader.scratch, reason))
+  if (!decodeBinaryArray(reader.peaksText, reader.encoding, reader.pairs, reader.scratch, reason, 2 * limit))
     return fail(reader, scanName(reader) + ": " + reason);
   std::size_t count = reader.pairs.size() / 2;
   if (reader.pairs.size() % 2 != 0 ||
@@ -226,9 +233,11 @@ constexpr const char* kDirectContent = "peaks";
 
 }  // namespace
 
-bool readMzXMLFile(const std::string& path, const SpectrumSink& sink, std::string& error) {
+bool readMzXMLFile(const std::string& path, const SpectrumSink& sink, std::string& error,
+                   const OpenFormatLimits& limits) {
   MzXMLReader reader;
   reader.sink = &sink;
+  reader.limits = limits;
   return parseXmlFile(path, XmlHandlers{onStart, onEnd, onText, kDirectContent}, &reader,
                       reader.xml, error);
 }

@@ -9,6 +9,9 @@ namespace corvid {
 
 // Returns false with a reason when the file cannot be read, is not well-formed mzXML, holds a
 // corrupt or wrongly sized peak list, or when the sink refuses a scan.
-bool readMzXMLFile(const std::string& path, const SpectrumSink& sink, std::string& error);
+// A scan of more than limits.maxSpectrumValues peaks is refused with its name, its declared and its
+// encoded size.
+bool readMzXMLFile(const std::string& path, const SpectrumSink& sink, std::string& error,
+                   const OpenFormatLimits& limits = {});
 
 }  // namespace corvid

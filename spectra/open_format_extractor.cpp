@@ -78,7 +78,7 @@ bool writeMarker(const Extraction& x, const InputIdentity& identity, std::string
 
 // Streams every spectrum of the input into the working files: parsing and decoding on this
 // thread, formatting and writing on a second one when allowed.
-bool readSpectra(Extraction& x, unsigned threads, std::string& problem) {
+bool readSpectra(Extraction& x, unsigned threads, const OpenFormatLimits& limits, std::string& problem) {
   // A multi-gigabyte file takes a while: a counter on one console line shows it is moving.
   std::size_t extracted = 0;
   auto counted = [&extracted] {
@@ -90,12 +90,13 @@ bool readSpectra(Extraction& x, unsigned threads, std::string& problem) {
   const std::string& inputPath = x.inputPath;
   const bool mzXML = containsExtension(fileNameOf(inputPath), InputFormat::kMzXML);
   // The progress is counted where the file is read, so it prints the same for any thread count.
-  const SpectrumReader readFile = [&inputPath, mzXML, &counted](const SpectrumSink& sink, std::string& error) {
+  const SpectrumReader readFile = [&inputPath, mzXML, &counted, &limits](const SpectrumSink& sink, std::string& error) {
     const SpectrumSink countedSink = [&sink, &counted](const OpenSpectrum& spectrum, std::string& reason) {
       counted();
       return sink(spectrum, reason);
     };
-    return mzXML ? readMzXMLFile(inputPath, countedSink, error) : readMzMLFile(inputPath, countedSink, error);
+    return mzXML ? readMzXMLFile(inputPath, countedSink, error, limits)
+                 : readMzMLFile(inputPath, countedSink, error, limits);
   };
   const SpectrumSink write = [&x](const OpenSpectrum& spectrum, std::string& reason) {
     return writeExtractedSpectrum(spectrum, x, reason);
@@ -124,8 +125,8 @@ bool openFormatAlreadyExtracted(const std::string& inputPath, const std::string&
   return false;
 }
 
-bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
-                       const std::string& stem, unsigned threads, LoadedPair* loaded) {
+bool extractOpenFormat(const std::string& inputPath, const std::string& folder, const std::string& stem,
+                       unsigned threads, LoadedPair* loaded, const OpenFormatLimits& limits) {
   Extraction x;
   x.inputPath = inputPath;
   x.loaded = loaded;
@@ -145,7 +146,7 @@ bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
     return fail(inputPath, x.paths, "the MS1/MS2 text files cannot be created in " + folder);
   }
   std::string problem;
-  if (!readSpectra(x, threads, problem)) {
+  if (!readSpectra(x, threads, limits, problem)) {
     closeWorkFiles(x);
     return fail(inputPath, x.paths, problem);
   }

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "spectra/input_formats.h"
+#include "spectra/open_format_spectrum.h"
 
 namespace corvid {
 
@@ -21,8 +22,9 @@ inline constexpr std::string_view kExtractionSummarySuffix = "_scans.csv";
 // With threads above 1, the file is parsed on this thread and written on a second one. With
 // `loaded`, the .ms1/.ms2 text is also scanned into it as it is written (see loaded_pair.h); it
 // holds the final files' spectra when the extraction succeeds.
-bool extractOpenFormat(const std::string& inputPath, const std::string& folder,
-                       const std::string& stem, unsigned threads = 1, LoadedPair* loaded = nullptr);
+// limits bound what one spectrum may decode to (see OpenFormatLimits).
+bool extractOpenFormat(const std::string& inputPath, const std::string& folder, const std::string& stem,
+                       unsigned threads = 1, LoadedPair* loaded = nullptr, const OpenFormatLimits& limits = {});
 
 // True when an earlier extraction of the input is complete (marker, summary, .ms1 and .ms2) and
 // its marker records the input as it is now (size, modification time, checksum of the first and

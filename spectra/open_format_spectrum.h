@@ -1,6 +1,7 @@
 #pragma once
 // One spectrum as read from an open-format (mzML or mzXML) file, before it is written as MS1/MS2
 // text. The readers refill one record per spectrum, so its vectors keep their capacity.
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -57,6 +58,15 @@ inline void clearSpectrumContents(OpenSpectrum& s) {
   s.mz.clear();
   s.intensity.clear();
 }
+
+// The most values one peak array of a spectrum may hold (extension key max_spectrum_values): far
+// above any real spectrum, it stops a small file whose compressed arrays inflate to gigabytes
+// before the memory is taken.
+inline constexpr std::size_t kDefaultMaxSpectrumValues = 20000000;
+
+struct OpenFormatLimits {
+  std::size_t maxSpectrumValues = kDefaultMaxSpectrumValues;
+};
 
 // Receives each spectrum in file order; returns false (with a reason) to stop reading.
 using SpectrumSink = std::function<bool(const OpenSpectrum& spectrum, std::string& error)>;

@@ -101,7 +101,8 @@ std::vector<InputJob> extractOpenFormatFiles(const RunSettings& settings, const 
     } else {
       logMessage(LogLabel::kState, "Extracting MS1 and MS2 from " + name + "...");
       LoadedPair loaded;
-      if (!extractOpenFormat(inputFolder + name, folder, stem, settings.threads, handOver ? &loaded : nullptr)) {
+      if (!extractOpenFormat(inputFolder + name, folder, stem, settings.threads, handOver ? &loaded : nullptr,
+                             settings.openFormatLimits)) {
         continue;
       }
       if (handOver) job.loaded = handOverPair(folder + stem + ".ms1", folder + stem + ".ms2", std::move(loaded));

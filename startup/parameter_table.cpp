@@ -41,7 +41,7 @@ constexpr std::array<ParameterDefault, 31> kDefaults{{
     {"output_freq", "0", 'f'},
 }};
 
-constexpr std::array<ExtensionKey, 8> kExtensionKeys{{
+constexpr std::array<ExtensionKey, 9> kExtensionKeys{{
     {"precision_mode", "0"},
     {"isolation_from_file", "0"},
     {"threads", "0"},
@@ -50,6 +50,7 @@ constexpr std::array<ExtensionKey, 8> kExtensionKeys{{
     {"output_qc", "0"},
     {"strict_exit", "0"},
     {"extract_path", ""},
+    {"max_spectrum_values", "20000000"},
 }};
 
 bool isNumberedDataPath(std::string_view key) {

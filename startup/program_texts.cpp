@@ -72,6 +72,7 @@ constexpr KeyMeaning kExtensionKeyMeanings[] = {
     {"output_qc", "1: also write the QC report <stem>.qc.html and <stem>.mzQC"},
     {"strict_exit", "1: the exit status names what was skipped or failed (see below)"},
     {"extract_path", "folder for what is extracted from mzML/mzXML; empty: beside the input"},
+    {"max_spectrum_values", "the most values one peak array of an mzML/mzXML spectrum may hold; more is refused"},
 };
 
 // The exit statuses that do not depend on strict_exit (the crash record's status included).

@@ -1,5 +1,6 @@
 #include "startup/run_settings.h"
 
+#include <charconv>
 #include <cmath>
 #include <optional>
 
@@ -136,6 +137,14 @@ std::vector<std::pair<std::string, std::string>> nonDefaultSettingsOf(const Para
   return settings;
 }
 
+// A positive whole number as given; anything else the default (with a value Alert).
+std::size_t maxSpectrumValuesOf(const std::string& text) {
+  std::uint64_t value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  const bool usable = error == std::errc() && end == text.data() + text.size() && value > 0;
+  return usable ? static_cast<std::size_t>(value) : kDefaultMaxSpectrumValues;
+}
+
 }  // namespace
 
 RunSettings readRunSettings(const ParameterTable& table) {
@@ -163,6 +172,7 @@ RunSettings readRunSettings(const ParameterTable& table) {
   settings.writeSpectrumFiles = read.text("debug_mode") == "0";
   settings.rewriteFiles = read.text("rewrite_files") != "0";
   settings.threads = threadCountFor(readInteger(read.text("threads")));
+  settings.openFormatLimits.maxSpectrumValues = maxSpectrumValuesOf(read.text("max_spectrum_values"));
   settings.strictExit = read.on("strict_exit");
   settings.extractorMz = read.text("m/z");
   settings.extractorIntensity = read.text("Intensity");
@@ -187,6 +197,12 @@ std::vector<std::string> parameterValueAlerts(const ParameterTable& table) {
     checkReal(read.text("mars_threshold"), {"mars_threshold", -HUGE_VAL, false, ""}, alerts);
   }
   checkReal(read.text("recalibrate_window"), {"recalibrate_window", 0.0, false, "0 or more"}, alerts);
+  const std::string& maxValues = read.text("max_spectrum_values");
+  if (!maxValues.empty() && maxSpectrumValuesOf(maxValues) == kDefaultMaxSpectrumValues &&
+      maxValues != std::to_string(kDefaultMaxSpectrumValues)) {
+    alerts.push_back("max_spectrum_values = " + maxValues + " is not a whole number above 0: the run uses " +
+                     std::to_string(kDefaultMaxSpectrumValues));
+  }
   if (read.on("outputsvmlight")) {
     checkSampleNumber(read.text("samplenumberinsvmlight"), alerts);
     checkChargeRange(read.text("svmlight_charge_range"), alerts);

@@ -14,6 +14,7 @@
 #include "scoring/svm_light_export.h"
 #include "scoring/threshold_filter.h"
 #include "spectra/input_formats.h"
+#include "spectra/open_format_spectrum.h"
 #include "startup/parameter_table.h"
 
 namespace corvid {
@@ -73,10 +74,11 @@ struct RunSettings {
   // debug_mode is exactly "0": spectrum files are written. Any other value writes none, also one
   // that selects no debug mode ("3").
   bool writeSpectrumFiles = true;
-  bool rewriteFiles = false;  // rewrite_files is not "0": earlier results are redone
-  unsigned threads = 1;       // threads: detection workers and the extraction's second thread
-  bool strictExit = false;    // strict_exit: the exit status tells a failed run from a good one
-  std::string extractorMz;    // m/z and Intensity, handed to the vendor extractor as given
+  bool rewriteFiles = false;          // rewrite_files is not "0": earlier results are redone
+  unsigned threads = 1;               // threads: detection workers and the extraction's second thread
+  OpenFormatLimits openFormatLimits;  // max_spectrum_values: the most values one peak array may hold
+  bool strictExit = false;            // strict_exit: the exit status tells a failed run from a good one
+  std::string extractorMz;            // m/z and Intensity, handed to the vendor extractor as given
   std::string extractorIntensity;
   // One text per value that is no number or out of range, in table order, for the run's log.
   std::vector<std::string> valueAlerts;
