@@ -120,7 +120,8 @@ TEST(DecompressionBomb, ArrayInflatingPastTheBoundIsStoppedThere) {
   const BombRun run = runOn(bombMzML(1, zlibZeros(std::size_t{25000000} * 8)));
   EXPECT_EQ(run.result.status, 11) << run.result.out;
   EXPECT_NE(run.result.out.find("spectrum \"scan=1\": its compressed array of "), std::string::npos) << run.result.out;
-  EXPECT_NE(run.result.out.find(" bytes inflates to more than 20000000 values (max_spectrum_values)"), std::string::npos)
+  EXPECT_NE(run.result.out.find(" bytes inflates to more than 20000000 values (max_spectrum_values)"),
+            std::string::npos)
       << run.result.out;
   EXPECT_EQ(run.files, (std::vector<std::string>{"CorvidPlusLog.txt", "bomb.mzML"}));
 }
