@@ -69,7 +69,7 @@ std::vector<ScanTask> groupScanTasks(const MS2File& ms2File, const std::vector<s
 void reportScansWithoutStatedIsolation(const MS2File& ms2File, double isolationWidth) {
   std::size_t without = 0;
   for (const MS2Spectrum& spectrum : ms2File.spectra) {
-    if (!(spectrum.isolationLower > 0.0 || spectrum.isolationUpper > 0.0)) ++without;
+    if (!StatedIsolation{spectrum.isolationLower, spectrum.isolationUpper}.stated()) ++without;
   }
   if (without == 0) return;
   logMessage(LogLabel::kAlert, std::to_string(without) + " of " + std::to_string(ms2File.spectra.size()) +

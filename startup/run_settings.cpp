@@ -1,11 +1,11 @@
 #include "startup/run_settings.h"
 
-#include <charconv>
 #include <cmath>
 #include <optional>
 
 #include "detection/parallel_detection.h"
 #include "spectra/ms2_splitter.h"
+#include "spectra/open_format_terms.h"
 #include "startup/parameter_checks.h"
 
 namespace corvid {
@@ -139,10 +139,8 @@ std::vector<std::pair<std::string, std::string>> nonDefaultSettingsOf(const Para
 
 // A positive whole number as given; anything else the default (with a value Alert).
 std::size_t maxSpectrumValuesOf(const std::string& text) {
-  std::uint64_t value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  const bool usable = error == std::errc() && end == text.data() + text.size() && value > 0;
-  return usable ? static_cast<std::size_t>(value) : kDefaultMaxSpectrumValues;
+  long long value = 0;
+  return parseInteger(text, value) && value > 0 ? static_cast<std::size_t>(value) : kDefaultMaxSpectrumValues;
 }
 
 }  // namespace
